@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "core_media/cv_pixel_buffer.h"
+
+#include <utility>
+
+#include "core_media/ffmpeg_pixel_format.h"
+
+namespace zelvane {
+namespace {
+
+int dividedRoundingUp(int value, int divisor) { return (value + divisor - 1) / divisor; }
+
+/// The planes of a picture of this format and size, without addresses.
+void setPlaneSizes(CVPixelBuffer::Geometry& geometry, const PixelFormatDescriptor& descriptor) {
+    geometry.planeCount = descriptor.planeCount;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(descriptor.planeCount); ++i) {
+        geometry.planes[i].width =
+            dividedRoundingUp(geometry.width, descriptor.planes[i].widthDivisor);
+        geometry.planes[i].height =
+            dividedRoundingUp(geometry.height, descriptor.planes[i].heightDivisor);
+    }
+}
+
+} // namespace
+
+CVPixelBufferRef CVPixelBuffer::overMemory(const Geometry& geometry, std::shared_ptr<void> owner) {
+    CVPixelBufferRef made(new CVPixelBuffer);
+    made->geometry_ = geometry;
+    made->owner_ = std::move(owner);
+    return made;
+}
+
+CVPixelBufferRef CVPixelBuffer::wrappingFrame(ffmpeg::Frame frame, OSType pixelFormat) {
+    const auto* descriptor = pixelFormatDescriptor(pixelFormat);
+    if (descriptor == nullptr || frame == nullptr ||
+        ffmpegPixelFormat(pixelFormat) != frame->format) {
+        return nullptr;
+    }
+    Geometry geometry{pixelFormat, frame->width, frame->height, 1, {}};
+    setPlaneSizes(geometry, *descriptor);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(geometry.planeCount); ++i) {
+        if (frame->data[i] == nullptr || frame->linesize[i] <= 0) {
+            return nullptr;
+        }
+        geometry.planes[i].baseAddress = frame->data[i];
+        geometry.planes[i].bytesPerRow = static_cast<std::size_t>(frame->linesize[i]);
+    }
+    return overMemory(geometry, std::shared_ptr<AVFrame>(std::move(frame)));
+}
+
+CVPixelBufferRef CVPixelBuffer::onDevice(ffmpeg::Frame frame, OSType pixelFormat) {
+    if (frame == nullptr || frame->hw_frames_ctx == nullptr) {
+        return nullptr;
+    }
+    CVPixelBufferRef made(new CVPixelBuffer);
+    made->geometry_ = {pixelFormat, frame->width, frame->height, 1, {}};
+    if (const auto* descriptor = pixelFormatDescriptor(pixelFormat)) {
+        setPlaneSizes(made->geometry_, *descriptor);
+    }
+    made->deviceFrame_ = std::move(frame);
+    return made;
+}
+
+bool CVPixelBuffer::isPlanar() const {
+    const auto* descriptor = pixelFormatDescriptor(geometry_.pixelFormat);
+    return descriptor != nullptr && descriptor->isPlanar;
+}
+
+std::size_t CVPixelBuffer::dataSize() const {
+    const auto* descriptor = pixelFormatDescriptor(geometry_.pixelFormat);
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(geometry_.planeCount); ++i) {
+        const auto& plane = geometry_.planes[i];
+        const int bytesPerBlock = descriptor == nullptr ? 1 : descriptor->planes[i].bytesPerBlock;
+        const auto bytesPerRow =
+            plane.bytesPerRow > 0 ? plane.bytesPerRow
+                                  : static_cast<std::size_t>(plane.width) * bytesPerBlock;
+        size += bytesPerRow * static_cast<std::size_t>(plane.height);
+    }
+    return size;
+}
+
+CVReturn CVPixelBuffer::lockBaseAddress() const {
+    return deviceFrame_ == nullptr ? kCVReturnSuccess : kCVReturnError;
+}
+
+CVReturn CVPixelBuffer::unlockBaseAddress() const { return lockBaseAddress(); }
+
+void CVPixelBuffer::setAttachment(std::string_view key, CVAttachmentValue value,
+                                  CVAttachmentMode /*mode*/) {
+    attachments_.insert_or_assign(std::string(key), std::move(value));
+}
+
+void CVPixelBuffer::setAttachments(const CVAttachments& attachments, CVAttachmentMode mode) {
+    if (attachments_.empty()) {
+        attachments_ = attachments;
+        return;
+    }
+    for (const auto& [key, value] : attachments) {
+        setAttachment(key, value, mode);
+    }
+}
+
+void CVPixelBuffer::removeAttachment(std::string_view key) {
+    if (const auto found = attachments_.find(key); found != attachments_.end()) {
+        attachments_.erase(found);
+    }
+}
+
+/// The pool's memory; buffers hold it through FFmpeg's pool, which counts references itself.
+struct CVPixelBufferPool::Memory {
+    struct UninitPool {
+        void operator()(AVBufferPool* pool) const { av_buffer_pool_uninit(&pool); }
+    };
+
+    CVPixelBufferPoolAttributes attributes;
+    /// Offsets in place of addresses.
+    CVPixelBuffer::Geometry geometry;
+    std::array<std::size_t, 4> offsets{};
+    std::unique_ptr<AVBufferPool, UninitPool> pool;
+};
+
+CVPixelBufferPool::CVPixelBufferPool(std::shared_ptr<Memory> memory) : memory_(std::move(memory)) {}
+
+CVPixelBufferPool::~CVPixelBufferPool() = default;
+
+const CVPixelBufferPoolAttributes& CVPixelBufferPool::attributes() const {
+    return memory_->attributes;
+}
+
+CVReturn CVPixelBufferPool::create(CVPixelBufferPoolAttributes attributes,
+                                   std::unique_ptr<CVPixelBufferPool>& pool) {
+    const auto* descriptor = pixelFormatDescriptor(attributes.pixelFormat);
+    if (descriptor == nullptr) {
+        return kCVReturnInvalidPixelFormat;
+    }
+    const int alignment = attributes.bytesPerRowAlignment;
+    if (alignment < 1 || (alignment & (alignment - 1)) != 0 || attributes.extendedPixelsRight < 0 ||
+        attributes.extendedPixelsBottom < 0) {
+        return kCVReturnInvalidArgument;
+    }
+    constexpr int kMaxExtent = 1 << 16;
+    if (attributes.width < 1 || attributes.height < 1 || attributes.width > kMaxExtent ||
+        attributes.height > kMaxExtent || attributes.extendedPixelsRight > kMaxExtent ||
+        attributes.extendedPixelsBottom > kMaxExtent) {
+        return kCVReturnInvalidSize;
+    }
+    auto memory = std::make_shared<Memory>();
+    memory->geometry = {attributes.pixelFormat, attributes.width, attributes.height, 1, {}};
+    setPlaneSizes(memory->geometry, *descriptor);
+    std::size_t total = 0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(descriptor->planeCount); ++i) {
+        const auto& layout = descriptor->planes[i];
+        const auto mask = static_cast<std::size_t>(alignment) - 1;
+        const auto blocks = static_cast<std::size_t>(dividedRoundingUp(
+            attributes.width + attributes.extendedPixelsRight, layout.widthDivisor));
+        const auto rows = static_cast<std::size_t>(dividedRoundingUp(
+            attributes.height + attributes.extendedPixelsBottom, layout.heightDivisor));
+        const std::size_t rowBytes =
+            (blocks * static_cast<std::size_t>(layout.bytesPerBlock) + mask) & ~mask;
+        memory->geometry.planes[i].bytesPerRow = rowBytes;
+        memory->offsets[i] = total;
+        total += (rowBytes * rows + 63) & ~std::size_t{63};
+    }
+    // Vector instructions of converters read and write a little past the last row.
+    memory->pool.reset(av_buffer_pool_init(total + AV_INPUT_BUFFER_PADDING_SIZE, nullptr));
+    if (memory->pool == nullptr) {
+        return kCVReturnAllocationFailed;
+    }
+    memory->attributes = std::move(attributes);
+    pool.reset(new CVPixelBufferPool(std::move(memory)));
+    return kCVReturnSuccess;
+}
+
+CVReturn CVPixelBufferPool::createPixelBuffer(CVPixelBufferRef& pixelBuffer) const {
+    ffmpeg::BufferRef buffer(av_buffer_pool_get(memory_->pool.get()));
+    if (buffer == nullptr) {
+        return kCVReturnPoolAllocationFailed;
+    }
+    auto geometry = memory_->geometry;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(geometry.planeCount); ++i) {
+        geometry.planes[i].baseAddress = buffer->data + memory_->offsets[i];
+    }
+    pixelBuffer = CVPixelBuffer::overMemory(geometry, std::shared_ptr<AVBufferRef>(std::move(buffer)));
+    pixelBuffer->setAttachments(memory_->attributes.propagatedAttachments,
+                                CVAttachmentMode::shouldPropagate);
+    return kCVReturnSuccess;
+}
+
+} // namespace zelvane
