@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+
+#include "media_player/decoders/subtitles/subtitles_frame.h"
+#include "media_player/media_source/video_dimensions.h"
+
+namespace zelvane {
+
+/// Shows subtitle frames of one position on the clock.
+class SubtitlesRenderer {
+  public:
+    virtual ~SubtitlesRenderer() = default;
+    /// Takes a frame and shows it for its time. Main queue.
+    virtual void addSubtitlesFrame(SubtitlesFrameRef frame) = 0;
+    /// Forgets all frames and clears what is shown. Any thread; takes effect on the main queue after
+    /// what is waiting there.
+    virtual void removeAllSubtitles() = 0;
+    /// The size of the picture that the subtitles lie on. Any thread.
+    virtual void setVideoDimensions(const VideoDimensions& dimensions) = 0;
+};
+
+} // namespace zelvane
