@@ -1,0 +1,220 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: GPL-3.0-or-later
+"""Measures the player against ffmpeg and mpv on clips that it makes itself.
+
+Machines are noisy, so each figure is the median of pairs: ours and theirs run one after the other, in
+turns, in one go, and the ratio of each pair is taken.
+"""
+import argparse
+import json
+import os
+import pathlib
+import statistics
+import subprocess
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+WORK = ROOT / "build" / "benchmark"
+INSPECT = ROOT / "build" / "release" / "tools" / "zelvane-inspect"
+XVFB = ["xvfb-run", "-a", "-s", "-screen 0 1920x1200x24 +extension GLX"]
+
+# Moving detail and grain, so that decoders have real work; a tone for the sound.
+PICTURE = "testsrc2=s={size}:r=30:d={seconds},noise=alls=12:allf=t"
+TONE = "sine=f=440:r=48000:d={seconds}"
+CLIPS = {
+    "h264-1080p.mp4": dict(
+        size="1920x1080", seconds=20,
+        codec="-pix_fmt yuv420p -c:v libx264 -preset veryfast -b:v 12M -g 90 -c:a aac -b:a 160k"),
+    "hevc10-1080p.mkv": dict(
+        size="1920x1080", seconds=20,
+        codec="-pix_fmt yuv420p10le -c:v libx265 -preset ultrafast -b:v 8M -g 90"
+              " -x265-params log-level=error -c:a libopus -b:a 128k"),
+    "vp9-1080p.webm": dict(
+        size="1920x1080", seconds=20,
+        codec="-pix_fmt yuv420p -c:v libvpx-vp9 -deadline realtime -cpu-used 8 -row-mt 1 -b:v 6M"
+              " -g 90 -c:a libopus -b:a 128k"),
+    "h264-720p.mp4": dict(
+        size="1280x720", seconds=62,
+        codec="-pix_fmt yuv420p -c:v libx264 -preset veryfast -b:v 5M -g 60 -c:a aac -b:a 160k"),
+}
+
+
+def clip(name):
+    path = WORK / name
+    if not path.exists():
+        WORK.mkdir(parents=True, exist_ok=True)
+        recipe = CLIPS[name]
+        unfinished = WORK / ("unfinished-" + name)
+        subprocess.run(
+            ["ffmpeg", "-nostdin", "-v", "error", "-y",
+             "-f", "lavfi", "-i", PICTURE.format(**recipe),
+             "-f", "lavfi", "-i", TONE.format(**recipe), *recipe["codec"].split(),
+             str(unfinished)], check=True)
+        unfinished.rename(path)
+    return path
+
+
+def timed(command):
+    """Runs under GNU-time-like accounting: wall and CPU seconds and the peak memory of the command."""
+    begin = time.monotonic()
+    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                               stderr=subprocess.DEVNULL)
+    output = process.stdout.read()
+    _, status, usage = os.wait4(process.pid, 0)
+    if status != 0:
+        sys.exit(f"{command} failed with status {status}")
+    return dict(wall=time.monotonic() - begin, cpu=usage.ru_utime + usage.ru_stime,
+                peak=usage.ru_maxrss * 1024, output=output)
+
+
+def pairs(count, ours, theirs):
+    """Results of both commands, in turns; who begins alternates too."""
+    results = []
+    for i in range(count):
+        if i % 2:
+            their_result = timed(theirs)
+            results.append((timed(ours), their_result))
+        else:
+            our_result = timed(ours)
+            results.append((our_result, timed(theirs)))
+    return results
+
+
+def ratio(results, key):
+    return statistics.median(a[key] / b[key] for a, b in results)
+
+
+def median(results, side, key):
+    return statistics.median(pair[side][key] for pair in results)
+
+
+def threads():
+    """The decoder threads that the player takes here."""
+    return max(1, (os.cpu_count() or 1) - 2)
+
+
+def bench_decode(count):
+    print(f"\nWhole-file decode, {threads()} decoder thread(s), {count} pairs\n")
+    print("| Clip | ours s | ffmpeg s | wall ratio | ours CPU s | ffmpeg CPU s |")
+    print("|---|---|---|---|---|---|")
+    for name in ("h264-1080p.mp4", "hevc10-1080p.mkv", "vp9-1080p.webm"):
+        path = str(clip(name))
+        results = pairs(
+            count, [str(INSPECT), "decode", path],
+            ["ffmpeg", "-nostdin", "-v", "error", "-threads", str(threads()), "-i", path,
+             "-map", "0:v:0", "-map", "0:a:0?", "-f", "null", "-"])
+        print(f"| {name} | {median(results, 0, 'wall'):.2f} | {median(results, 1, 'wall'):.2f} |"
+              f" **{ratio(results, 'wall'):.2f}** | {median(results, 0, 'cpu'):.2f} |"
+              f" {median(results, 1, 'cpu'):.2f} |", flush=True)
+
+
+def play_commands(path, seconds):
+    ours = [str(INSPECT), "play", path, "--audio", "null", "--video", "window",
+            "--for", str(seconds)]
+    theirs = ["mpv", "--no-config", "--really-quiet", "--vo=x11", "--hwdec=no", "--ao=null",
+              f"--vd-lavc-threads={threads()}", f"--length={seconds}", path]
+    return ours, theirs
+
+
+def under_xvfb(section, count):
+    """Runs a section of this program again on a virtual display; whether it did. Inside that run it
+    does nothing. So the display's own work is in nobody's account."""
+    if os.environ.get("ZELVANE_BENCHMARK_DISPLAY"):
+        return False
+    environment = dict(os.environ, ZELVANE_BENCHMARK_DISPLAY="1")
+    subprocess.run(XVFB + [sys.executable, __file__, section, "--pairs", str(count)], check=True,
+                   env=environment)
+    return True
+
+
+def bench_play(count):
+    if under_xvfb("play", count):
+        return
+    path = str(clip("h264-720p.mp4"))
+    ours, theirs = play_commands(path, 20)
+    results = pairs(count, ours, theirs)
+    print(f"\nPlaying 1280x720 at 30 frames a second for 20 s, {count} pairs\n")
+    print("| | ours | mpv --vo=x11 | ratio |")
+    print("|---|---|---|---|")
+    print(f"| CPU s | {median(results, 0, 'cpu'):.2f} | {median(results, 1, 'cpu'):.2f} |"
+          f" **{ratio(results, 'cpu'):.2f}** |")
+    print(f"| peak memory MB | {median(results, 0, 'peak') / 1e6:.0f} |"
+          f" {median(results, 1, 'peak') / 1e6:.0f} | **{ratio(results, 'peak'):.2f}** |")
+    print("\n| Run | shown | dropped | late | mean error ms | max error ms | first frame s |")
+    print("|---|---|---|---|---|---|---|")
+    for number, (ours_result, _) in enumerate(results, 1):
+        report = json.loads(ours_result["output"].splitlines()[-1])
+        print(f"| {number} | {report['framesShown']} | {report['framesDropped']} |"
+              f" {report['framesLate']} | {report['meanFrameError']:.2f} |"
+              f" {report['maxFrameError']:.2f} | {report['timeToFirstFrame']:.3f} |", flush=True)
+
+
+def resident(pid):
+    for line in pathlib.Path(f"/proc/{pid}/status").read_text().splitlines():
+        if line.startswith("VmRSS:"):
+            return int(line.split()[1]) * 1024
+    return 0
+
+
+def memory_over_time(command, moments):
+    """The resident memory at each of the moments, in seconds from the start."""
+    begin = time.monotonic()
+    process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                               stderr=subprocess.DEVNULL)
+    sizes = []
+    for moment in moments:
+        time.sleep(max(0.0, begin + moment - time.monotonic()))
+        sizes.append(resident(process.pid))
+    _, _, usage = os.wait4(process.pid, 0)
+    return sizes, usage.ru_maxrss * 1024
+
+
+def bench_memory(count):
+    if under_xvfb("memory", count):
+        return
+    path = str(clip("h264-720p.mp4"))
+    moments = [10, 20, 30, 40, 50, 60]
+    print("\nMemory while playing 1280x720 for a minute, MB\n")
+    print("| | " + " | ".join(f"{m} s" for m in moments) + " | peak |")
+    print("|---" * (len(moments) + 2) + "|")
+    for name, command in zip(("ours", "mpv"), play_commands(path, 61)):
+        sizes, peak = memory_over_time(command, moments)
+        print(f"| {name} | " + " | ".join(f"{s / 1e6:.0f}" for s in sizes) +
+              f" | {peak / 1e6:.0f} |", flush=True)
+
+
+def bench_open(count):
+    print(f"\nOpening, {max(count, 9)} pairs\n")
+    print("| Clip | ours s | ffprobe s | ratio |")
+    print("|---|---|---|---|")
+    for name in CLIPS:
+        path = str(clip(name))
+        results = pairs(max(count, 9), [str(INSPECT), "load", path],
+                        ["ffprobe", "-v", "error", "-show_streams", "-of", "json", path])
+        print(f"| {name} | {median(results, 0, 'wall'):.3f} | {median(results, 1, 'wall'):.3f} |"
+              f" **{ratio(results, 'wall'):.2f}** |", flush=True)
+
+
+def bench_sound(count):
+    if under_xvfb("sound", count):
+        return
+    subprocess.run([sys.executable, str(ROOT / "benchmarks" / "sound.py"), str(INSPECT), str(WORK)],
+                   check=True)
+
+
+SECTIONS = dict(decode=bench_decode, play=bench_play, memory=bench_memory, open=bench_open,
+                sound=bench_sound)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("sections", nargs="*", choices=[*SECTIONS, []], default=[])
+    parser.add_argument("--pairs", type=int, default=5)
+    arguments = parser.parse_args()
+    for section in arguments.sections or SECTIONS:
+        SECTIONS[section](arguments.pairs)
+
+
+if __name__ == "__main__":
+    main()
