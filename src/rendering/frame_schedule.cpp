@@ -20,7 +20,8 @@ void FrameSchedule::add(Frame frame) {
     }
     frame.id = ++lastID_;
     queuedBytes_ += frame.bytes;
-    queue_.insert(firstAfter(frame.time), std::move(frame));
+    const auto place = static_cast<std::ptrdiff_t>(firstAfter(frame.time));
+    queue_.insert(queue_.begin() + place, std::move(frame));
 }
 
 FrameSchedule::Choice FrameSchedule::advance(const Deadline& deadline) {
@@ -29,62 +30,64 @@ FrameSchedule::Choice FrameSchedule::advance(const Deadline& deadline) {
 
 FrameSchedule::Choice FrameSchedule::advanceRunning(const CMTime& deadline) {
     const auto later = firstAfter(deadline);
-    if (later == queue_.begin()) {
+    if (later == 0) {
         return {};
     }
-    const auto newest = std::prev(later);
-    if (isOvertaken(*newest, deadline)) {
+    if (isOvertaken(queue_[later - 1], deadline)) {
         return {false, dropBefore(later)};
     }
-    const auto dropped = dropBefore(newest);
-    show(queue_.begin());
+    const auto dropped = dropBefore(later - 1);
+    show(0);
     return {true, dropped};
 }
 
 FrameSchedule::Choice FrameSchedule::advanceStanding(const CMTime& deadline) {
     const auto later = firstAfter(deadline);
-    if (later != queue_.begin() && lastsAt(std::prev(later), deadline) &&
-        !isOvertaken(*std::prev(later), deadline)) {
-        show(std::prev(later));
+    if (later > 0 && lastsAt(later - 1, deadline) && !isOvertaken(queue_[later - 1], deadline)) {
+        show(later - 1);
         return {true, 0};
     }
     if (isAwaiting_ && !queue_.empty()) {
-        show(queue_.begin());
+        show(0);
         return {true, 0};
     }
     return {};
 }
 
+/// A newer one that is due is shown already.
 bool FrameSchedule::isOvertaken(const Frame& frame, const CMTime& deadline) const {
     return !isAwaiting_ && shown_ && shown_->time <= deadline && frame.time < shown_->time;
 }
 
 /// Ends count as within, so that a clock pinned at the end of the media keeps the last frame.
-bool FrameSchedule::lastsAt(Position frame, const CMTime& time) {
-    if (isKnownDuration(frame->duration)) {
-        return time <= frame->time + frame->duration;
+bool FrameSchedule::lastsAt(std::size_t frame, const CMTime& time) const {
+    const auto& candidate = queue_[frame];
+    if (isKnownDuration(candidate.duration)) {
+        return time <= candidate.time + candidate.duration;
     }
-    return frame->time == time || std::next(frame) != queue_.end();
+    return candidate.time == time || frame + 1 < queue_.size();
 }
 
-FrameSchedule::Position FrameSchedule::firstAfter(const CMTime& time) {
-    return std::upper_bound(
-        queue_.begin(), queue_.end(), time,
-        [](const CMTime& left, const Frame& right) { return left < right.time; });
+std::size_t FrameSchedule::firstAfter(const CMTime& time) const {
+    const auto later =
+        std::upper_bound(queue_.begin(), queue_.end(), time,
+                         [](const CMTime& left, const Frame& right) { return left < right.time; });
+    return static_cast<std::size_t>(std::distance(queue_.begin(), later));
 }
 
-void FrameSchedule::show(Position frame) {
-    queuedBytes_ -= frame->bytes;
-    shown_ = std::move(*frame);
-    queue_.erase(frame);
+void FrameSchedule::show(std::size_t frame) {
+    queuedBytes_ -= queue_[frame].bytes;
+    shown_ = std::move(queue_[frame]);
+    queue_.erase(queue_.begin() + static_cast<std::ptrdiff_t>(frame));
     isAwaiting_ = false;
 }
 
-std::size_t FrameSchedule::dropBefore(Position end) {
-    const auto dropped = static_cast<std::size_t>(std::distance(queue_.begin(), end));
-    std::for_each(queue_.begin(), end, [this](const Frame& frame) { queuedBytes_ -= frame.bytes; });
-    queue_.erase(queue_.begin(), end);
-    return dropped;
+std::size_t FrameSchedule::dropBefore(std::size_t end) {
+    const auto last = queue_.begin() + static_cast<std::ptrdiff_t>(end);
+    std::for_each(queue_.begin(), last,
+                  [this](const Frame& frame) { queuedBytes_ -= frame.bytes; });
+    queue_.erase(queue_.begin(), last);
+    return end;
 }
 
 void FrameSchedule::flush() {

@@ -80,15 +80,14 @@ class FrameSchedule {
     CMTime shownDuration() const;
 
   private:
-    using Position = std::deque<Frame>::iterator;
-
     Choice advanceRunning(const CMTime& deadline);
     Choice advanceStanding(const CMTime& deadline);
-    Position firstAfter(const CMTime& time);
-    bool lastsAt(Position frame, const CMTime& time);
+    /// Places in the queue.
+    std::size_t firstAfter(const CMTime& time) const;
+    bool lastsAt(std::size_t frame, const CMTime& time) const;
     bool isOvertaken(const Frame& frame, const CMTime& deadline) const;
-    void show(Position frame);
-    std::size_t dropBefore(Position end);
+    void show(std::size_t frame);
+    std::size_t dropBefore(std::size_t end);
 
     Limits limits_;
     /// By time.
