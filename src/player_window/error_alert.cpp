@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "player_window/error_alert.h"
+
+#include <QMessageBox>
+#include <QStringList>
+
+#include "foundation/error.h"
+
+namespace zelvane {
+namespace {
+
+struct AlertTexts {
+    QString message;
+    QString informative;
+};
+
+AlertTexts alertTexts(const std::exception& error) {
+    const auto* localized = dynamic_cast<const LocalizedError*>(&error);
+    if (localized == nullptr) {
+        return {QString::fromStdString(errorDescriptionText(error)), {}};
+    }
+    QStringList informative;
+    for (const auto& part : {localized->failureReason(), localized->recoverySuggestion()}) {
+        if (part) {
+            informative << QString::fromStdString(*part);
+        }
+    }
+    return {QString::fromStdString(localized->errorDescription().value_or("")),
+            informative.join(' ')};
+}
+
+} // namespace
+
+QMessageBox* makeErrorAlert(const std::exception& error, QWidget* parent) {
+    const auto texts = alertTexts(error);
+    // The parent owns it. NOLINTNEXTLINE(cppcoreguidelines-owning-memory)
+    auto* alert =
+        new QMessageBox(QMessageBox::Critical, {}, texts.message, QMessageBox::NoButton, parent);
+    // File names are no markup, whatever they look like.
+    alert->setTextFormat(Qt::PlainText);
+    alert->setInformativeText(texts.informative);
+    alert->setDefaultButton(alert->addButton("OK", QMessageBox::AcceptRole));
+    alert->setWindowModality(parent == nullptr ? Qt::NonModal : Qt::WindowModal);
+    return alert;
+}
+
+void showErrorAlert(const std::exception& error, QWidget* parent, std::function<void()> dismissed) {
+    auto* alert = makeErrorAlert(error, parent);
+    alert->setAttribute(Qt::WA_DeleteOnClose);
+    QObject::connect(alert, &QMessageBox::finished, alert, [dismissed = std::move(dismissed)] {
+        if (dismissed) {
+            dismissed();
+        }
+    });
+    alert->show();
+}
+
+} // namespace zelvane

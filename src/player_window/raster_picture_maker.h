@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+
+#include <QImage>
+
+#include "platform/video_raster/raster_converter.h"
+#include "rendering/video_presenter.h"
+
+namespace zelvane {
+
+/// Turns frames into images for a painter. The images' memory comes back for the next frames, from
+/// whatever thread lets go of it. One thread at a time.
+class RasterPictureMaker {
+  public:
+    explicit RasterPictureMaker(DisplayColor display = {});
+
+    /// The frame at its coded size, without its transform; null, with a line in the log, when it
+    /// cannot be converted.
+    std::shared_ptr<const QImage> make(const PresentedFrame& frame);
+
+  private:
+    class Images;
+
+    RasterConverter converter_;
+    std::shared_ptr<Images> images_;
+    bool didLogFailure_ = false;
+};
+
+} // namespace zelvane

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "foundation/host_clock.h"
+#include "rendering/video_presenter.h"
+
+namespace zelvane {
+
+/// The mailbox between the display layer, which leaves pictures on a thread of its own, and a
+/// widget, which draws the newest one on the main thread.
+///
+///   present ──> waiting ──(widget takes it)──> drawn ──(didReachScreen)──> its handler is told
+///                  └──(a newer one comes)──> gone, its handler unheard
+///
+/// Picture is what the widget draws: a frame, or what `Convert` made of it on the layer's thread.
+template <class Picture>
+class SurfacePresenter final : public VideoPresenter {
+  public:
+    using PictureRef = std::shared_ptr<const Picture>;
+    /// Called on the layer's thread, one frame at a time. Null when the frame cannot be drawn.
+    using Convert = std::function<PictureRef(const PresentedFrame&)>;
+    /// Called on any thread when there is something new to draw; must only pass the word on.
+    using WakeSurface = std::function<void()>;
+
+    SurfacePresenter(Convert convert, std::shared_ptr<HostClock> clock)
+        : convert_(std::move(convert)), clock_(std::move(clock)) {}
+
+    // The layer's side.
+
+    void prepare(const PresentedFrame& frame) override {
+        const std::lock_guard guard(conversionMutex_);
+        prepareLocked(frame);
+    }
+
+    void present(const PresentedFrame& frame, ShownHandler shown) override {
+        const HostTime presentedAt = clock_->now();
+        const std::lock_guard guard(conversionMutex_);
+        prepareLocked(frame);
+        if (prepared_ != nullptr) {
+            deliver({std::exchange(prepared_, nullptr), frame.bounds, frame.transform},
+                    Delivery{std::move(shown), presentedAt});
+        }
+        preparedFrom_ = nullptr;
+    }
+
+    void removeImage() override { deliver({}, std::nullopt); }
+
+    HostDuration presentationDelay() const override {
+        return HostDuration(delay_.load(std::memory_order_relaxed));
+    }
+
+    // The widget's side; main thread.
+
+    /// What to draw and how it lies. Null is black.
+    struct Content {
+        PictureRef picture;
+        CGRect bounds;
+        CGAffineTransform transform;
+    };
+
+    /// From here on `wake` is called. The surface must detach before it goes.
+    void attach(WakeSurface wake) {
+        const std::lock_guard guard(mutex_);
+        wake_ = std::move(wake);
+    }
+
+    void detach() {
+        const std::lock_guard guard(mutex_);
+        wake_ = nullptr;
+        waiting_.reset();
+        drawn_.reset();
+        content_ = {};
+    }
+
+    /// The newest content, without marking it as drawn.
+    Content content() const {
+        const std::lock_guard guard(mutex_);
+        return content_;
+    }
+
+    /// The newest content, which the caller draws now.
+    Content takeContent() {
+        const std::lock_guard guard(mutex_);
+        if (waiting_) {
+            drawn_ = std::exchange(waiting_, std::nullopt);
+        }
+        return content_;
+    }
+
+    /// The last content taken is on its way to the screen.
+    void didReachScreen() {
+        const HostTime now = clock_->now();
+        std::optional<Delivery> delivery;
+        {
+            const std::lock_guard guard(mutex_);
+            delivery = std::exchange(drawn_, std::nullopt);
+        }
+        if (!delivery) {
+            return;
+        }
+        noteDelay(now - delivery->presentedAt);
+        if (delivery->shown) {
+            delivery->shown(now);
+        }
+    }
+
+  private:
+    struct Delivery {
+        ShownHandler shown;
+        HostTime presentedAt;
+    };
+
+    void prepareLocked(const PresentedFrame& frame) {
+        if (preparedFrom_ != frame.pixelBuffer || prepared_ == nullptr) {
+            // Given back first, so that its memory serves the new one.
+            prepared_ = nullptr;
+            prepared_ = convert_(frame);
+            preparedFrom_ = frame.pixelBuffer;
+        }
+    }
+
+    void deliver(Content content, std::optional<Delivery> delivery) {
+        // What is replaced goes after the lock: freeing a picture may take its time.
+        std::optional<Delivery> replaced;
+        const std::lock_guard guard(mutex_);
+        if (!wake_) {
+            return;
+        }
+        std::swap(content_, content);
+        replaced = std::exchange(waiting_, std::move(delivery));
+        if (!waiting_) {
+            drawn_.reset();
+        }
+        wake_();
+    }
+
+    void noteDelay(HostDuration delay) {
+        // A surface that was hidden for a while says nothing about the next frame.
+        constexpr HostDuration kLongest = std::chrono::milliseconds(100);
+        constexpr std::int64_t kWeight = 8;
+        if (delay < HostDuration::zero() || delay > kLongest) {
+            return;
+        }
+        const auto smoothed = delay_.load(std::memory_order_relaxed);
+        const auto next =
+            smoothed == 0 ? delay.count() : smoothed + (delay.count() - smoothed) / kWeight;
+        delay_.store(next, std::memory_order_relaxed);
+    }
+
+    const Convert convert_;
+    const std::shared_ptr<HostClock> clock_;
+
+    std::mutex conversionMutex_;
+    PictureRef prepared_;
+    CVPixelBufferRef preparedFrom_;
+
+    mutable std::mutex mutex_;
+    WakeSurface wake_;
+    Content content_;
+    std::optional<Delivery> waiting_;
+    std::optional<Delivery> drawn_;
+    std::atomic<std::int64_t> delay_{0};
+};
+
+} // namespace zelvane

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "player_window/video_widget.h"
+
+#include <QCoreApplication>
+#include <QSurfaceFormat>
+
+#include "player_window/raster_picture_maker.h"
+#include "player_window/raster_video_widget.h"
+
+namespace zelvane {
+namespace {
+
+VideoWidget makeRasterVideoWidget(QWidget* parent) {
+    auto maker = std::make_shared<RasterPictureMaker>();
+    auto* widget = new RasterVideoWidget( // NOLINT(cppcoreguidelines-owning-memory): Qt's parent
+        parent, [maker](const PresentedFrame& frame) { return maker->make(frame); });
+    return {widget, widget->presenter()};
+}
+
+} // namespace
+
+void prepareApplication() {
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    QSurfaceFormat format;
+    format.setRenderableType(QSurfaceFormat::OpenGL);
+    format.setProfile(QSurfaceFormat::CoreProfile);
+    format.setVersion(3, 3);
+    QSurfaceFormat::setDefaultFormat(format);
+}
+
+VideoWidget makeVideoWidget(QWidget* parent) {
+    return makeRasterVideoWidget(parent);
+}
+
+} // namespace zelvane
