@@ -34,4 +34,16 @@ using AVPacketHandle = std::unique_ptr<AVPacket, FreeByAddress<av_packet_free>>;
 using Resampler = std::unique_ptr<SwrContext, FreeByAddress<swr_free>>;
 using Scaler = std::unique_ptr<SwsContext, FreeObject<sws_freeContext>>;
 
+/// Empties a frame that is reused, at the end of a scope.
+class FrameContents {
+  public:
+    explicit FrameContents(AVFrame& frame) : frame_(frame) {}
+    ~FrameContents() { av_frame_unref(&frame_); }
+    FrameContents(const FrameContents&) = delete;
+    FrameContents& operator=(const FrameContents&) = delete;
+
+  private:
+    AVFrame& frame_;
+};
+
 } // namespace zelvane::ffmpeg
