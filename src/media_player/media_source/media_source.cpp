@@ -101,10 +101,10 @@ void appendTracks(MediaSource::Contents& contents) {
 }
 
 /// Probing has left them anywhere.
-void seekToStart(const InputFormatContexts& contexts) {
+void seekBothToStart(const InputFormatContexts& contexts) {
     try {
-        seek(*contexts.visual, kCMTimeZero);
-        seek(*contexts.audio, kCMTimeZero);
+        seekToStart(*contexts.visual);
+        seekToStart(*contexts.audio);
     } catch (const Error&) {
         throw LoadError::failedToSeek(std::current_exception());
     }
@@ -142,7 +142,7 @@ std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
         timeFromStamp(visual.start_time, av_get_time_base_q()).value_or(kCMTimeZero);
     contents.duration = durationOf(visual, fallbackDuration, isDurationRequired);
     appendTracks(contents);
-    seekToStart(contents.contexts);
+    seekBothToStart(contents.contexts);
     return std::make_shared<MediaSource>(std::move(contents));
 }
 

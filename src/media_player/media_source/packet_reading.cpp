@@ -65,6 +65,23 @@ std::vector<PacketRef>& packetsOf(const std::shared_ptr<MediaTrack>& track,
                : collected.emplace_back(track, std::vector<PacketRef>()).second;
 }
 
+StreamIndexes timedStreams(const AVFormatContext& context) {
+    StreamIndexes indexes;
+    for (unsigned index = 0; index < context.nb_streams; ++index) {
+        if ((context.streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0) {
+            indexes.push_back(static_cast<int>(index));
+        }
+    }
+    return indexes;
+}
+
+/// Whether the context stands at its first byte now, and has something to read there.
+bool movedToFirstByte(AVFormatContext& context) {
+    return seekFrame(context, 0, AVSEEK_FLAG_BYTE) >= 0 &&
+           readPacket(timedStreams(context), context) != nullptr &&
+           seekFrame(context, 0, AVSEEK_FLAG_BYTE) >= 0;
+}
+
 } // namespace
 
 void setEnabledStreams(const StreamIndexes& streamIndexes, AVFormatContext& context) {
@@ -102,6 +119,17 @@ void seek(AVFormatContext& context, const CMTime& time) {
         }
         checkedFFmpegCall([&] { return seekFrame(context, timestamp, 0); },
                           {.retryOnEAGAIN = true});
+    }
+}
+
+void seekToStart(AVFormatContext& context) {
+    try {
+        seek(context, kCMTimeZero);
+    } catch (const FFmpegError&) {
+        // Demuxers that leave seeking to the library hold no state that a plain move would break.
+        if ((context.iformat->flags & AVFMT_GENERIC_INDEX) == 0 || !movedToFirstByte(context)) {
+            throw;
+        }
     }
 }
 

@@ -25,6 +25,9 @@ PacketRef readPacket(const StreamIndexes& streamIndexes, AVFormatContext& contex
 /// the first one when all lie behind it. Throws FFmpegError, and leaves the context anywhere then.
 void seek(AVFormatContext& context, const CMTime& time);
 
+/// Moves to the start of the file, also in one too short to be sought by time. Throws FFmpegError.
+void seekToStart(AVFormatContext& context);
+
 /// Of the index entries of a stream, the last at or before `time`.
 std::optional<CMTime> keyframeTime(const CMTime& time, const MediaTrack& track,
                                    AVFormatContext& context);
