@@ -16,11 +16,6 @@ void NullSubtitlesDataProvider::seek(const CMTime& /*time*/, bool /*shouldProvid
 }
 
 void NullSubtitlesDataProvider::setSubtitlesTrack(
-    const std::shared_ptr<SubtitlesTrack>& /*track*/,
-    const std::shared_ptr<dispatch::Queue>& completionQueue, dispatch::Task completion) {
-    if (completion) {
-        completionQueue->async(std::move(completion));
-    }
-}
+    const std::shared_ptr<SubtitlesTrack>& /*track*/) {}
 
 } // namespace zelvane

@@ -30,11 +30,7 @@ class DataProviding {
 /// Feeds one subtitles renderer from a file of its own.
 class SubtitlesDataProvider : public DataProviding {
   public:
-    /// Changes the track; `completion`, if there is one, runs on `completionQueue` once that is
-    /// done.
-    virtual void setSubtitlesTrack(const std::shared_ptr<SubtitlesTrack>& track,
-                                   const std::shared_ptr<dispatch::Queue>& completionQueue,
-                                   dispatch::Task completion) = 0;
+    virtual void setSubtitlesTrack(const std::shared_ptr<SubtitlesTrack>& track) = 0;
 };
 
 /// Where no side files are read: everything is done as soon as it is asked for.
@@ -44,9 +40,7 @@ class NullSubtitlesDataProvider final : public SubtitlesDataProvider {
     void seek(const CMTime& time, bool shouldProvideData,
               const std::shared_ptr<dispatch::Queue>& completionQueue,
               dispatch::Task completion) override;
-    void setSubtitlesTrack(const std::shared_ptr<SubtitlesTrack>& track,
-                           const std::shared_ptr<dispatch::Queue>& completionQueue,
-                           dispatch::Task completion) override;
+    void setSubtitlesTrack(const std::shared_ptr<SubtitlesTrack>& track) override;
 };
 
 } // namespace zelvane
