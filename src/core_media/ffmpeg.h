@@ -4,6 +4,7 @@
 // The one door to FFmpeg's C headers, and the one place that knows of their versions.
 
 #include <cstdint>
+#include <span>
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -34,6 +35,16 @@ inline std::int64_t frameDuration(const AVFrame& frame) {
     return frame.duration;
 #else
     return frame.pkt_duration;
+#endif
+}
+
+/// What a container says of a stream beside its codec parameters.
+inline std::span<const AVPacketSideData> streamSideData(const AVStream& stream) {
+#if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)
+    return {stream.codecpar->coded_side_data,
+            static_cast<std::size_t>(stream.codecpar->nb_coded_side_data)};
+#else
+    return {stream.side_data, static_cast<std::size_t>(stream.nb_side_data)};
 #endif
 }
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <optional>
+#include <span>
+
 #include "core_media/ffmpeg.h"
 #include "core_media/pixel_format.h"
 
@@ -9,5 +12,27 @@ namespace zelvane {
 /// FFmpeg's name for the memory layout of a pixel format, whatever its range; AV_PIX_FMT_NONE when
 /// it has none.
 AVPixelFormat ffmpegPixelFormat(OSType pixelFormat);
+
+/// A memory layout and the range of its values, as FFmpeg states them.
+struct FFmpegPixelLayout {
+    AVPixelFormat format = AV_PIX_FMT_NONE;
+    AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
+    friend bool operator==(const FFmpegPixelLayout&, const FFmpegPixelLayout&) = default;
+};
+
+/// The layout with FFmpeg's old full-range formats ("yuvj420p") under the name of their plain twins,
+/// and an unstated range as video range, which is what it means.
+FFmpegPixelLayout canonicalLayout(AVPixelFormat format, AVColorRange range);
+
+/// The pixel format that lies in memory just so; none where there is none, supported or not.
+std::optional<OSType> correspondingPixelFormat(const FFmpegPixelLayout& layout);
+
+/// The formats that the display path takes.
+std::span<const OSType> supportedPixelFormats();
+bool isSupportedPixelFormat(OSType pixelFormat);
+
+/// What a layout is converted to that has no supported pixel format of its own. Luma of more than
+/// 8 bits keeps 10; all subsampling of such pictures becomes 4:2:0.
+OSType conversionTarget(const FFmpegPixelLayout& layout);
 
 } // namespace zelvane

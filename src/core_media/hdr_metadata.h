@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "core_media/ffmpeg.h"
+
+namespace zelvane {
+
+/// The payload of the mastering display colour volume SEI message (SMPTE ST 2086): 24 bytes, zero
+/// where the metadata says nothing. A chromaticity that 16 bits cannot hold stops the process.
+std::vector<std::uint8_t>
+masteringDisplayColorVolumeSEIMessageData(const AVMasteringDisplayMetadata& metadata);
+
+/// The payload of the content light level information SEI message (CTA-861.3): 4 bytes. A level
+/// above 65535 stops the process.
+std::vector<std::uint8_t>
+contentLightLevelInfoSEIMessageData(const AVContentLightMetadata& metadata);
+
+} // namespace zelvane

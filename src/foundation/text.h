@@ -1,0 +1,12 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <string_view>
+
+namespace zelvane {
+
+/// `text` without white space and line ends at both sides: Unicode's separators of category Z and
+/// the control characters TAB to CR and NEL, in UTF-8. Bytes that are no UTF-8 stay.
+std::string_view trimmingWhitespace(std::string_view text);
+
+} // namespace zelvane

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "media_player/media_source/input_format_context.h"
+
+#include <limits>
+#include <utility>
+
+#include <sys/stat.h>
+
+#include "core_media/ffmpeg_error.h"
+#include "foundation/dispatch.h"
+
+namespace zelvane {
+namespace {
+
+std::string inputPath(const URL& url) {
+    // The library takes a file's path as it is, with no escapes.
+    return url.isFileURL() ? "file://" + url.path() : url.absoluteString();
+}
+
+int answerIsAbandoned(void* flag) {
+    return *static_cast<std::atomic<bool>*>(flag) ? 1 : 0;
+}
+
+template <class Call>
+int repeatOnEAGAIN(Call&& call) {
+    int status = call();
+    while (status == AVERROR(EAGAIN)) {
+        status = call();
+    }
+    return status;
+}
+
+/// Pipes and terminals cannot be read by two demuxers, and opening one may wait for ever.
+bool isStream(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 &&
+           (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode));
+}
+
+} // namespace
+
+InputOpening::InputOpening(const URL& url)
+    : path_(inputPath(url)), openStatus_(isStream(url.path()) ? AVERROR(ESPIPE) : 0) {}
+
+/// A failed opening frees its context, so each try makes a new one.
+int InputOpening::open() {
+    AVFormatContext* context = avformat_alloc_context();
+    if (context == nullptr) {
+        isOutOfMemory_ = true;
+        return 0;
+    }
+    context->interrupt_callback = {answerIsAbandoned, input_.isAbandoned_.get()};
+    // Complete knowledge of the streams matters more than the time to open.
+    context->probesize = std::numeric_limits<std::int64_t>::max();
+    // Probing may read a whole file: without this, all that it reads would stay in memory.
+    context->flags |= AVFMT_FLAG_NOBUFFER;
+    const int status = avformat_open_input(&context, path_.c_str(), nullptr, nullptr);
+    input_.context_.reset(context);
+    return status;
+}
+
+void InputOpening::run() noexcept {
+    if (openStatus_ >= 0) {
+        openStatus_ = repeatOnEAGAIN([this] { return open(); });
+    }
+    if (hasFailed()) {
+        return;
+    }
+    input_->max_analyze_duration = std::numeric_limits<std::int64_t>::max();
+    probeStatus_ = repeatOnEAGAIN([this] { return avformat_find_stream_info(&*input_, nullptr); });
+}
+
+InputFormatContext InputOpening::makeInputFormatContext() && {
+    checkedFFmpegAllocation(isOutOfMemory_ ? nullptr : this);
+    checkedFFmpegCall([this] { return openStatus_; });
+    checkedFFmpegCall([this] { return probeStatus_; });
+    return std::move(input_);
+}
+
+InputFormatContext makeInputFormatContext(const URL& url) {
+    InputOpening opening(url);
+    opening.run();
+    return std::move(opening).makeInputFormatContext();
+}
+
+InputFormatContexts makeInputFormatContexts(const URL& url) {
+    InputOpening visual(url);
+    InputOpening audio(url);
+    const dispatch::Group openings;
+    openings.enter();
+    dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async([&audio, openings] {
+        audio.run();
+        openings.leave();
+    });
+    visual.run();
+    if (visual.hasFailed()) {
+        audio.abandon();
+    }
+    openings.wait();
+    auto visualContext = std::move(visual).makeInputFormatContext();
+    return {std::move(visualContext), std::move(audio).makeInputFormatContext()};
+}
+
+} // namespace zelvane

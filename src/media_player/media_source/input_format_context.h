@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+
+#include "core_media/ffmpeg_handles.h"
+#include "foundation/url.h"
+
+namespace zelvane {
+
+/// One demuxer on a file. Used by one queue at a time.
+class InputFormatContext {
+  public:
+    AVFormatContext& operator*() const { return *context_; }
+    AVFormatContext* operator->() const { return context_.get(); }
+
+  private:
+    friend class InputOpening;
+    using Flag = std::atomic<bool>;
+
+    // The context and all that reads for it hold the flag's address: it goes after them.
+    std::unique_ptr<Flag> isAbandoned_ = std::make_unique<Flag>(false);
+    ffmpeg::InputContext context_;
+};
+
+/// An opening and its probing, in two steps so that two of them may run side by side and only the
+/// one that counts tells its failure: run() on any thread, then take() or abandon().
+class InputOpening {
+  public:
+    explicit InputOpening(const URL& url);
+
+    /// Opens the file and reads until all of its streams are known, however much that takes. Keeps
+    /// what it read nowhere: the context stands at an unknown position afterwards.
+    void run() noexcept;
+    bool hasFailed() const { return isOutOfMemory_ || openStatus_ < 0 || probeStatus_ < 0; }
+    /// Makes a running opening fail soon. Any thread.
+    void abandon() { *input_.isAbandoned_ = true; }
+    /// The open context, once; logs and throws the FFmpegError of a run that failed.
+    InputFormatContext makeInputFormatContext() &&;
+
+  private:
+    int open();
+
+    std::string path_;
+    InputFormatContext input_;
+    bool isOutOfMemory_ = false;
+    int openStatus_ = 0;
+    int probeStatus_ = 0;
+};
+
+/// One opening from start to end. Throws FFmpegError.
+InputFormatContext makeInputFormatContext(const URL& url);
+
+/// Two independent demuxers on the same file.
+struct InputFormatContexts {
+    InputFormatContext visual;
+    InputFormatContext audio;
+};
+
+/// Opens a file twice at once. To the caller it is as if the visual context had been opened first
+/// and the audio context after it: the first failure is the one that is logged and thrown.
+InputFormatContexts makeInputFormatContexts(const URL& url);
+
+} // namespace zelvane

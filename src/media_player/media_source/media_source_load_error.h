@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <exception>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "foundation/error.h"
+#include "foundation/url.h"
+#include "media_player/decoders/common/media_type.h"
+
+namespace zelvane {
+
+/// Why media could not be loaded, with the texts that a person reads. A value.
+class MediaSourceLoadError final : public LocalizedError {
+  public:
+    enum class Case {
+        unsupportedURLScheme,
+        failedToOpenURL,
+        noDecodableTracks,
+        failedToSeek,
+        inconsistentReads,
+        failedToReadMediaDuration,
+    };
+
+    /// An empty scheme stands for none.
+    static MediaSourceLoadError unsupportedURLScheme(const std::string& scheme);
+    static MediaSourceLoadError failedToOpenURL(const URL& url, std::exception_ptr underlyingError);
+    static MediaSourceLoadError noDecodableTracks(std::set<MediaType> mainMediaTypes);
+    static MediaSourceLoadError failedToSeek(std::exception_ptr underlyingError);
+    /// The file changed between two looks at it.
+    static MediaSourceLoadError inconsistentReads();
+    static MediaSourceLoadError failedToReadMediaDuration();
+
+    Case errorCase() const { return case_; }
+    /// The case as it is written in code.
+    std::string_view caseName() const { return what(); }
+    /// Of failedToOpenURL.
+    const std::optional<URL>& url() const { return url_; }
+    /// Of failedToOpenURL and failedToSeek; null otherwise.
+    const std::exception_ptr& underlyingError() const { return underlyingError_; }
+    /// Of noDecodableTracks: the kinds of which one would have done.
+    const std::set<MediaType>& mainMediaTypes() const { return mainMediaTypes_; }
+
+  private:
+    struct Texts {
+        std::string errorDescription;
+        std::string failureReason;
+        std::optional<std::string> recoverySuggestion = {};
+    };
+    MediaSourceLoadError(Case errorCase, Texts texts);
+
+    Case case_;
+    std::optional<URL> url_;
+    std::exception_ptr underlyingError_;
+    std::set<MediaType> mainMediaTypes_;
+};
+
+} // namespace zelvane
