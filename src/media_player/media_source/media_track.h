@@ -113,6 +113,8 @@ class SubtitlesTrack : public MediaTrack {
     ~SubtitlesTrack() override;
 
     std::shared_ptr<VideoTrack> parentVideoTrack() const { return parentVideoTrack_.lock(); }
+    /// Whether the track comes from a file of its own and not from the one that it is played with.
+    virtual bool isExternal() const { return false; }
     /// Used by the queue that reads this track's packets only.
     SubtitlesFrameDecoder& decoder() const { return *decoder_; }
 

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "media_player/playback/audio_data_provider.h"
+
+#include <utility>
+
+#include "foundation/log.h"
+
+namespace zelvane {
+namespace {
+
+constexpr std::string_view kDecodeFailure = "Failed to start decoding audio packet";
+
+} // namespace
+
+AudioDataProvider::AudioDataProvider(std::shared_ptr<PacketSource> mediaSource,
+                                     std::shared_ptr<AudioRendering> audioRenderer)
+    : DataProvider("Audio Data Provider Queue", audioRenderer),
+      mediaSource_(std::move(mediaSource)), audioRenderer_(std::move(audioRenderer)) {}
+
+void AudioDataProvider::setAudioTrack(std::shared_ptr<AudioTrack> track) {
+    selectedAudioTrack_ = std::move(track);
+    setDecoder(selectedAudioTrack_ ? &selectedAudioTrack_->decoder() : nullptr);
+    audioRenderer_->flush();
+    stopRequestingMediaData();
+    if (selectedAudioTrack_) {
+        requestMediaData();
+    }
+}
+
+DataProvider::Feeding AudioDataProvider::provideNext() {
+    PacketRef packet;
+    try {
+        packet = mediaSource_->audioTracksQueue()->sync(
+            [this] { return mediaSource_->readAudioPacket(selectedAudioTrack_); });
+    } catch (const std::exception& error) {
+        logMessage("Failed to read packet from audio track: {}.", errorDescriptionText(error));
+        return Feeding::isOver;
+    }
+    if (!packet) {
+        feed()->finish();
+        return Feeding::isOver;
+    }
+    feed()->decode(packet, kDecodeFailure);
+    return Feeding::goesOn;
+}
+
+void AudioDataProvider::seekTracks(const CMTime& time) {
+    std::vector<PacketRef> packets;
+    try {
+        packets = mediaSource_->audioTracksQueue()->sync(
+            [&] { return mediaSource_->seekAudio(selectedAudioTrack_, time); });
+    } catch (const std::exception& error) {
+        logMessage("Failed to seek audio track: {}.", errorDescriptionText(error));
+        return;
+    }
+    const DecodeFeed::SeekFilter filter(*feed(), time);
+    for (const PacketRef& packet : packets) {
+        feed()->decode(packet, kDecodeFailure);
+    }
+    while (!filter.foundRelevant()) {
+        if (provideNext() == Feeding::isOver) {
+            stopRequestingMediaData();
+            return;
+        }
+    }
+}
+
+} // namespace zelvane
