@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "player_assembly/player_assembly.h"
+
+#include "platform/pulse_audio/pulse_audio_output.h"
+#include "rendering/fallback_audio_output.h"
+#include "rendering/null_audio_output.h"
+
+namespace zelvane {
+namespace {
+
+std::unique_ptr<AudioOutput> makeOutput(SoundOutput soundOutput) {
+    auto silence = std::make_unique<NullAudioOutput>();
+    if (soundOutput == SoundOutput::none) {
+        return silence;
+    }
+    return std::make_unique<FallbackAudioOutput>(std::make_unique<PulseAudioOutput>(),
+                                                 std::move(silence));
+}
+
+} // namespace
+
+PlayerParts makePlayerParts(SoundOutput soundOutput) {
+    return {std::make_shared<SampleBufferDisplayLayer>(),
+            std::make_shared<SampleBufferAudioRenderer>(makeOutput(soundOutput)),
+            std::make_shared<SampleBufferRenderSynchronizer>()};
+}
+
+MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts) {
+    MediaPlayerEnvironment environment;
+    environment.makeDisplayLayer = [layer = parts.displayLayer] {
+        return ClockedRenderer<VideoRendering>(layer);
+    };
+    environment.makeAudioRenderer = [renderer = parts.audioRenderer] {
+        return ClockedRenderer<AudioRendering>(renderer);
+    };
+    environment.makeRenderSynchronizer = [synchronizer = parts.renderSynchronizer] {
+        return synchronizer;
+    };
+    return environment;
+}
+
+} // namespace zelvane
