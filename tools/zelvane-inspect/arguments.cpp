@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "arguments.h"
+
+#include <algorithm>
+
+namespace zelvane::inspect {
+
+Arguments::Arguments(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.size() < 2) {
+        throw UsageError("a command and a file are needed");
+    }
+    command_ = words[0];
+    file_ = words[1];
+    for (std::size_t i = 2; i < words.size(); i += 2) {
+        if (words[i].rfind("--", 0) != 0) {
+            throw UsageError("not an option: " + words[i]);
+        }
+        if (i + 1 == words.size()) {
+            throw UsageError("no value for " + words[i]);
+        }
+        options_[words[i].substr(2)] = words[i + 1];
+    }
+}
+
+std::optional<std::string> Arguments::text(const std::string& option) const {
+    const auto found = options_.find(option);
+    return found == options_.end() ? std::nullopt : std::optional(found->second);
+}
+
+std::string Arguments::text(const std::string& option, const std::string& otherwise) const {
+    return text(option).value_or(otherwise);
+}
+
+std::optional<double> Arguments::number(const std::string& option) const {
+    const auto value = text(option);
+    if (!value) {
+        return std::nullopt;
+    }
+    try {
+        std::size_t used = 0;
+        const double number = std::stod(*value, &used);
+        if (used == value->size()) {
+            return number;
+        }
+    } catch (const std::logic_error&) {
+        // Told below, as for a number with something behind it.
+    }
+    throw UsageError("not a number: --" + option + " " + *value);
+}
+
+void Arguments::allow(const std::vector<std::string>& known) const {
+    for (const auto& [option, value] : options_) {
+        if (std::find(known.begin(), known.end(), option) == known.end()) {
+            throw UsageError("unknown option of " + command_ + ": --" + option);
+        }
+    }
+}
+
+} // namespace zelvane::inspect

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace zelvane::inspect {
+
+/// Thrown for a command line that makes no sense; what() is for the person.
+class UsageError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A command line: COMMAND FILE [--option VALUE]...
+class Arguments {
+  public:
+    /// Throws UsageError for a missing file, a word that is no option, or an option without value.
+    Arguments(int argc, char** argv);
+
+    const std::string& command() const { return command_; }
+    const std::string& file() const { return file_; }
+
+    std::string text(const std::string& option, const std::string& otherwise) const;
+    std::optional<std::string> text(const std::string& option) const;
+    /// Throws UsageError when the value is no number.
+    std::optional<double> number(const std::string& option) const;
+    /// Throws UsageError for an option that is not among `known`.
+    void allow(const std::vector<std::string>& known) const;
+
+  private:
+    std::string command_;
+    std::string file_;
+    std::map<std::string, std::string> options_;
+};
+
+} // namespace zelvane::inspect

@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "arguments.h"
+
+namespace zelvane::inspect {
+
+// Each command prints its JSON on standard output and returns the program's exit status. They throw
+// MediaSource::LoadError when the file does not load, UsageError for options that make no sense,
+// and any other Error when reading fails.
+
+/// What the file is and which tracks it has: one object.
+int runLoad(const Arguments& arguments);
+/// A line for each picture of the video track.
+int runFrames(const Arguments& arguments);
+/// A line for each buffer of the audio track.
+int runAudio(const Arguments& arguments);
+/// Decodes the default video and audio tracks as fast as possible, side by side as in the player,
+/// and reports what it took.
+int runDecode(const Arguments& arguments);
+/// Plays in real time and reports how exactly.
+int runPlay(const Arguments& arguments);
+
+} // namespace zelvane::inspect

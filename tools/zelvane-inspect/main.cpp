@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// The engine on a terminal, for people who report bugs and for tests: JSON of what was loaded,
+// decoded and played.
+
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <map>
+#include <string>
+
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "json_text.h"
+
+namespace zelvane::inspect {
+namespace {
+
+constexpr const char* kUsage =
+    "Usage: zelvane-inspect COMMAND FILE [OPTION VALUE]...\n"
+    "  load FILE\n"
+    "  frames FILE [--track N] [--from S] [--count N]\n"
+    "  audio FILE [--track N] [--from S] [--count N] [--pcm OUT]\n"
+    "  decode FILE\n"
+    "  play FILE [--audio null|pulse] [--video null|window] [--rate R] [--for S]\n"
+    "A track is named by its stream index; times are seconds from the media's start.\n";
+
+constexpr int kFailed = 1;
+constexpr int kMisused = 2;
+
+int run(int argc, char** argv) {
+    const std::map<std::string, std::function<int(const Arguments&)>> commands{
+        {"load", runLoad},     {"frames", runFrames}, {"audio", runAudio},
+        {"decode", runDecode}, {"play", runPlay},
+    };
+    try {
+        const Arguments arguments(argc, argv);
+        const auto command = commands.find(arguments.command());
+        if (command == commands.end()) {
+            throw UsageError("no such command: " + arguments.command());
+        }
+        return command->second(arguments);
+    } catch (const UsageError& error) {
+        fmt::print(stderr, "zelvane-inspect: {}\n{}", error.what(), kUsage);
+        return kMisused;
+    } catch (const MediaSource::LoadError& error) {
+        printLine(loadErrorJson(error));
+        return kFailed;
+    } catch (const Error& error) {
+        fmt::print(stderr, "zelvane-inspect: {}\n", errorDescriptionText(error));
+        return kFailed;
+    }
+}
+
+} // namespace
+} // namespace zelvane::inspect
+
+int main(int argc, char** argv) {
+    return zelvane::inspect::run(argc, argv);
+}

@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "opened_media.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "foundation/locale.h"
+
+namespace zelvane::inspect {
+namespace {
+
+template <class Track>
+std::shared_ptr<Track> trackOfStream(const std::vector<std::shared_ptr<Track>>& tracks,
+                                     double streamIndex, const char* kind) {
+    const auto found = std::find_if(tracks.begin(), tracks.end(), [&](const auto& track) {
+        return track->streamIndex() == streamIndex;
+    });
+    if (found == tracks.end()) {
+        throw UsageError(fmt::format("stream {} is no {} track", streamIndex, kind));
+    }
+    return *found;
+}
+
+} // namespace
+
+TrackSelection defaultTracks(const MediaSource& source) {
+    TrackPreferences preferences;
+    preferences.languages = preferredLanguagesFromEnvironment();
+    return selectDefaultTracks(source.videoTracks(), source.audioTracks(), source.subtitlesTracks(),
+                               preferences);
+}
+
+std::shared_ptr<MediaSource> openMedia(const std::string& file) {
+    const bool isURL = file.find("://") != std::string::npos;
+    return MediaSource::open(isURL ? URL::parse(file) : URL::fromPath(file), std::nullopt, true);
+}
+
+std::shared_ptr<VideoTrack> chosenVideoTrack(const MediaSource& source,
+                                             const Arguments& arguments) {
+    if (const auto index = arguments.number("track")) {
+        return trackOfStream(source.videoTracks(), *index, "video");
+    }
+    return defaultTracks(source).video;
+}
+
+std::shared_ptr<AudioTrack> chosenAudioTrack(const MediaSource& source,
+                                             const Arguments& arguments) {
+    if (const auto index = arguments.number("track")) {
+        return trackOfStream(source.audioTracks(), *index, "audio");
+    }
+    return defaultTracks(source).audio;
+}
+
+} // namespace zelvane::inspect
