@@ -88,7 +88,7 @@ void FFmpegPixelFormatConverter::preparePlanes(int width) {
 }
 
 void FFmpegPixelFormatConverter::convert(const AVFrame& frame, const CVPixelBuffer& destination) {
-    if (frame.format == AV_PIX_FMT_YUV420P10LE &&
+    if (canPackAsP010(static_cast<AVPixelFormat>(frame.format)) &&
         destinationPixelFormatFFmpeg_ == AV_PIX_FMT_P010LE) {
         withPointersForFFmpeg(destination, [&](const FFmpegPointers& pointers) {
             packPlanar420AsP010(frame, pointers);
