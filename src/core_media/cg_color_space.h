@@ -10,18 +10,19 @@
 
 namespace zelvane {
 
-/// What the colour values of a picture mean: an ICC profile, or coded primaries, transfer and matrix
-/// under the names that buffer attachments use. Immutable; shared between threads.
+/// What the colour values of a picture mean: an ICC profile, or coded primaries, transfer and
+/// matrix under the names that buffer attachments use. Immutable; shared between threads.
 class CGColorSpace {
   public:
     /// A space of an ICC profile; null when the bytes are no usable RGB, grey or YCbCr profile.
-    static std::shared_ptr<const CGColorSpace> createWithICCData(
-        std::span<const std::uint8_t> profile);
+    static std::shared_ptr<const CGColorSpace>
+    createWithICCData(std::span<const std::uint8_t> profile);
     /// A space of coded values. Null when primaries or transfer are not among the attachment values
     /// that this system knows. `gamma` belongs to the "UseGamma" transfer.
-    static std::shared_ptr<const CGColorSpace> createWithCodedValues(
-        std::string primaries, std::string transfer, std::string matrix,
-        std::optional<double> gamma);
+    static std::shared_ptr<const CGColorSpace> createWithCodedValues(std::string primaries,
+                                                                     std::string transfer,
+                                                                     std::string matrix,
+                                                                     std::optional<double> gamma);
 
     const std::vector<std::uint8_t>& iccData() const { return iccData_; }
     const std::string& primaries() const { return primaries_; }

@@ -114,9 +114,8 @@ std::optional<CVAttachments> attachmentsOfValues(std::string_view primaries,
     if (colorSpace != nullptr) {
         set(made, kCVImageBufferICCProfileKey, colorSpace->iccData());
     } else {
-        colorSpace = CGColorSpace::createWithCodedValues(std::string(primaries),
-                                                         std::string(transfer),
-                                                         std::string(matrix), gamma);
+        colorSpace = CGColorSpace::createWithCodedValues(
+            std::string(primaries), std::string(transfer), std::string(matrix), gamma);
     }
     if (colorSpace == nullptr) {
         return std::nullopt;
@@ -154,9 +153,8 @@ std::optional<CVAttachments> colorAttachments(const CodedColors& colors, OSType 
 }
 
 const CVAttachments& colorAttachmentsForSize(int width, int height, bool isYCbCr) {
-    static const SizeRow rgb{{},
-                             kCVImageBufferTransferFunction_sRGB,
-                             kCVImageBufferColorPrimaries_P22};
+    static const SizeRow rgb{
+        {}, kCVImageBufferTransferFunction_sRGB, kCVImageBufferColorPrimaries_P22};
     static const SizeRow highDefinition{kCVImageBufferYCbCrMatrix_ITU_R_709_2,
                                         kCVImageBufferTransferFunction_ITU_R_709_2,
                                         kCVImageBufferColorPrimaries_ITU_R_709_2};
@@ -209,11 +207,10 @@ void FrameColorConfigurator::configure(CVPixelBuffer& pixelBuffer, const AVFrame
     }
     const CodedColors colors{frame.colorspace, frame.color_primaries, frame.color_trc};
     const auto stated = colorAttachments(colors, pixelBuffer.pixelFormat());
-    applyColorAttachments(pixelBuffer,
-                          stated ? *stated
-                                 : colorAttachmentsForSize(
-                                       pixelBuffer.width(), pixelBuffer.height(),
-                                       pixelFormatIsYCbCr(pixelBuffer.pixelFormat())));
+    applyColorAttachments(pixelBuffer, stated ? *stated
+                                              : colorAttachmentsForSize(
+                                                    pixelBuffer.width(), pixelBuffer.height(),
+                                                    pixelFormatIsYCbCr(pixelBuffer.pixelFormat())));
 }
 
 CGColorSpaceRef FrameColorConfigurator::colorSpaceOfProfile(const AVFrameSideData& profile) {

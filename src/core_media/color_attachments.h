@@ -27,9 +27,10 @@ const CVAttachments& colorAttachmentsForSize(int width, int height, bool isYCbCr
 /// Takes away all that was said about colour before, then sets `attachments`.
 void applyColorAttachments(CVPixelBuffer& pixelBuffer, const CVAttachments& attachments);
 
-/// Decides the colours of pixel buffers from their frames: by an ICC profile that the frame carries,
-/// else not at all where that is done already, else by its code points, else by its size. Remembers
-/// the last profile, since each frame of an animation or a still carries the same. One thread.
+/// Decides the colours of pixel buffers from their frames: by an ICC profile that the frame
+/// carries, else not at all where that is done already, else by its code points, else by its size.
+/// Remembers the last profile, since each frame of an animation or a still carries the same. One
+/// thread.
 class FrameColorConfigurator {
   public:
     void configure(CVPixelBuffer& pixelBuffer, const AVFrame& frame);

@@ -3,6 +3,7 @@
 
 // The one door to FFmpeg's C headers, and the one place that knows of their versions.
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -38,13 +39,20 @@ inline std::int64_t frameDuration(const AVFrame& frame) {
 #endif
 }
 
-/// What a container says of a stream beside its codec parameters.
-inline std::span<const AVPacketSideData> streamSideData(const AVStream& stream) {
+/// What the container says about a stream beside its parameters; empty when it says nothing of that
+/// type. The bytes belong to the stream.
+inline std::span<const std::uint8_t> streamSideData(const AVStream& stream,
+                                                    AVPacketSideDataType type) {
 #if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)
-    return {stream.codecpar->coded_side_data,
-            static_cast<std::size_t>(stream.codecpar->nb_coded_side_data)};
+    const auto* found = av_packet_side_data_get(stream.codecpar->coded_side_data,
+                                                stream.codecpar->nb_coded_side_data, type);
+    return found == nullptr ? std::span<const std::uint8_t>()
+                            : std::span<const std::uint8_t>(found->data, found->size);
 #else
-    return {stream.side_data, static_cast<std::size_t>(stream.nb_side_data)};
+    std::size_t size = 0;
+    const std::uint8_t* data = av_stream_get_side_data(&stream, type, &size);
+    return data == nullptr ? std::span<const std::uint8_t>()
+                           : std::span<const std::uint8_t>(data, size);
 #endif
 }
 

@@ -58,9 +58,9 @@ FFmpegError FFmpegError::decoderNotFound(AVCodecID codecID) {
 }
 
 FFmpegError FFmpegError::unknownAudioSampleSize(AVSampleFormat sampleFormat) {
-    return {Case::unknownAudioSampleSize, sampleFormat, 0,
-            fmt::format("Unknown sample size for sample format {}.",
-                        static_cast<int>(sampleFormat))};
+    return {
+        Case::unknownAudioSampleSize, sampleFormat, 0,
+        fmt::format("Unknown sample size for sample format {}.", static_cast<int>(sampleFormat))};
 }
 
 FFmpegError FFmpegError::unknownSampleFormat(AVSampleFormat sampleFormat) {

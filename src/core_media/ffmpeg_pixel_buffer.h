@@ -52,7 +52,8 @@ void withPointersForFFmpeg(const CVPixelBuffer& pixelBuffer,
 /// Copies the visible part of each plane from a frame of the same layout, whatever the row sizes on
 /// either side; rows of the frame may run upward. Throws DataMismatchError when a plane is missing
 /// or its rows are shorter than what they should show.
-void fillData(CVPixelBuffer& pixelBuffer, const std::uint8_t* const (&ffmpegData)[AV_NUM_DATA_POINTERS],
+void fillData(CVPixelBuffer& pixelBuffer,
+              const std::uint8_t* const (&ffmpegData)[AV_NUM_DATA_POINTERS],
               const int (&ffmpegDataLinesize)[AV_NUM_DATA_POINTERS]);
 
 } // namespace zelvane

@@ -109,7 +109,9 @@ std::optional<OSType> correspondingPixelFormat(const FFmpegPixelLayout& layout) 
     return found == kCorrespondences.end() ? std::nullopt : std::optional(found->pixelFormat);
 }
 
-std::span<const OSType> supportedPixelFormats() { return kSupportedPixelFormats; }
+std::span<const OSType> supportedPixelFormats() {
+    return kSupportedPixelFormats;
+}
 
 bool isSupportedPixelFormat(OSType pixelFormat) {
     return std::find(kSupportedPixelFormats.begin(), kSupportedPixelFormats.end(), pixelFormat) !=

@@ -20,8 +20,8 @@ struct FFmpegPixelLayout {
     friend bool operator==(const FFmpegPixelLayout&, const FFmpegPixelLayout&) = default;
 };
 
-/// The layout with FFmpeg's old full-range formats ("yuvj420p") under the name of their plain twins,
-/// and an unstated range as video range, which is what it means.
+/// The layout with FFmpeg's old full-range formats ("yuvj420p") under the name of their plain
+/// twins, and an unstated range as video range, which is what it means.
 FFmpegPixelLayout canonicalLayout(AVPixelFormat format, AVColorRange range);
 
 /// The pixel format that lies in memory just so; none where there is none, supported or not.

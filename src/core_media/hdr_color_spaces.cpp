@@ -66,12 +66,12 @@ void writeText(const Profile& profile, cmsTagSignature tag, const char* value) {
     cmsWriteTag(profile.get(), tag, text.get());
 }
 
-/// The library stamps a profile with the time of its making; equal pictures shall carry equal bytes.
+/// The library stamps a profile with the time of its making; equal pictures shall carry equal
+/// bytes.
 void setCreationDate(std::vector<std::uint8_t>& bytes) {
     constexpr std::size_t kDateOffset = 24;
     constexpr std::array<std::uint8_t, 12> kFirstOfJanuary2024{0x07, 0xe8, 0, 1, 0, 1};
-    std::copy(kFirstOfJanuary2024.begin(), kFirstOfJanuary2024.end(),
-              bytes.begin() + kDateOffset);
+    std::copy(kFirstOfJanuary2024.begin(), kFirstOfJanuary2024.end(), bytes.begin() + kDateOffset);
 }
 
 std::vector<std::uint8_t> profileBytes(const cmsCIExyYTRIPLE& primaries,

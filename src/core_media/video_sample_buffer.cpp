@@ -31,9 +31,8 @@ CMSampleBufferRef makeSampleBuffer(CVPixelBufferRef pixelBuffer, const AVFrame& 
                                     *presentationTime, kCMTimeInvalid};
     CMSampleBufferRef sampleBuffer;
     checkedDarwinCall([&] {
-        return CMSampleBuffer::createReadyWithImageBuffer(std::move(pixelBuffer),
-                                                          std::move(description), timing,
-                                                          sampleBuffer);
+        return CMSampleBuffer::createReadyWithImageBuffer(
+            std::move(pixelBuffer), std::move(description), timing, sampleBuffer);
     });
     return sampleBuffer;
 }

@@ -10,7 +10,8 @@ namespace zelvane {
 
 /// A sample buffer of one picture with the times of its frame. `streamTimeBase` is the unit of the
 /// frame's stamps. A frame without a usable stamp takes `presentationTimestampIfMissing`; with
-/// neither, throws FFmpegError noPresentationTimestamp. An unknown duration becomes an invalid time.
+/// neither, throws FFmpegError noPresentationTimestamp. An unknown duration becomes an invalid
+/// time.
 CMSampleBufferRef makeSampleBuffer(CVPixelBufferRef pixelBuffer, const AVFrame& ffmpegFrame,
                                    AVRational ffmpegStreamTimeBase,
                                    std::optional<CMTime> presentationTimestampIfMissing);

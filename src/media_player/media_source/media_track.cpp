@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media_player/media_source/media_track.h"
 
-#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <string_view>
@@ -46,15 +46,12 @@ std::vector<std::string> languages(const AVDictionary* metadata) {
 }
 
 std::optional<CGAffineTransform> displayTransform(const AVStream& stream) {
-    const auto sideData = ffmpeg::streamSideData(stream);
-    const auto matrix = std::find_if(sideData.begin(), sideData.end(), [](const auto& entry) {
-        return entry.type == AV_PKT_DATA_DISPLAYMATRIX;
-    });
+    const auto matrix = ffmpeg::streamSideData(stream, AV_PKT_DATA_DISPLAYMATRIX);
     std::array<std::int32_t, 9> m{};
-    if (matrix == sideData.end() || matrix->size < sizeof(m)) {
+    if (matrix.size() < sizeof(m)) {
         return std::nullopt;
     }
-    std::memcpy(m.data(), matrix->data, sizeof(m));
+    std::memcpy(m.data(), matrix.data(), sizeof(m));
     const auto fixedPoint = [](std::int32_t value) { return value / 65536.0; };
     return CGAffineTransform{fixedPoint(m[0]), fixedPoint(m[1]), fixedPoint(m[3]),
                              fixedPoint(m[4]), fixedPoint(m[6]), fixedPoint(m[7])};

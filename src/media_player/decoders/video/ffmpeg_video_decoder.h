@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <optional>
+
+#include "core_media/ffmpeg_handles.h"
+#include "media_player/decoders/common/media_decoder.h"
+#include "media_player/decoders/common/media_type.h"
+#include "media_player/decoders/video/video_decoding_hardware.h"
+#include "media_player/decoders/video/video_frame_packager.h"
+
+namespace zelvane {
+
+/// How many threads a video decoder uses on a machine with so many processors.
+int videoDecoderThreadCount(int processorCount);
+
+/// Decodes a video stream into sample buffers of one picture each, in a pixel format and with
+/// colour attachments that the display takes. Keeps two contexts: one in software, and one on the
+/// machine's decoding hardware where there is any. Used by one queue at a time.
+///
+///     hardware  --- 11 failures in a row --->  software, for good
+///
+/// The software context then starts in mid-stream: artefacts up to the next key frame are accepted.
+class FFmpegVideoDecoder final : public CoreMediaCompatibleDecoder {
+  public:
+    /// Throws unsupportedMediaType for a stream of another kind or an attached picture,
+    /// decoderNotFound, or what opening the decoder throws.
+    explicit FFmpegVideoDecoder(const AVStream& stream);
+    FFmpegVideoDecoder(const AVStream& stream, VideoDecodingHardware& hardware);
+
+    MediaType mediaType() const { return MediaType::video; }
+    /// The context in use.
+    const AVCodecContext& decoderContext() const { return *decoderContext_; }
+    bool isUsingHardwareContext() const { return decoderContext_ == hardwareDecoderContext_.get(); }
+    int failedHardwareDecodeCount() const { return failedHardwareDecodeCount_; }
+
+    bool startDecoding(const Packet& packet) override;
+    CMSampleBufferRef dequeueSampleBuffer() override;
+    void flush() override;
+
+  private:
+    CMSampleBufferRef dequeueNextFrame();
+    CMSampleBufferRef makeSampleBuffer(const AVFrame& frame);
+    void countFailure();
+
+    AVRational streamTimeBase_;
+    ffmpeg::CodecContext softwareDecoderContext_;
+    /// Null where no hardware device could be made.
+    ffmpeg::CodecContext hardwareDecoderContext_;
+    /// One of the two.
+    AVCodecContext* decoderContext_;
+    /// In a row.
+    int failedHardwareDecodeCount_ = 0;
+    /// The one output frame, reused.
+    ffmpeg::Frame decodedFrame_;
+    VideoFramePackager packager_;
+    std::optional<CMTime> guessedNextPresentationTimestamp_;
+};
+
+} // namespace zelvane

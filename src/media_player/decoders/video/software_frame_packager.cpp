@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "media_player/decoders/video/software_frame_packager.h"
+
+#include <array>
+#include <string>
+#include <utility>
+
+#include "core_media/ffmpeg_error.h"
+#include "core_media/ffmpeg_pixel_buffer.h"
+
+namespace zelvane {
+namespace {
+
+struct RowLayout {
+    int extendedPixelsRight = 0;
+    int extendedPixelsBottom = 0;
+    int bytesPerRowAlignment = 16;
+};
+
+/// How the decoder itself lays out such pictures, so that what it gives can be copied whole.
+RowLayout rowLayoutOfDecoder(AVCodecContext& context, const PictureTraits& traits) {
+    int alignedWidth = traits.width;
+    int alignedHeight = traits.height;
+    std::array<int, AV_NUM_DATA_POINTERS> alignments{};
+    avcodec_align_dimensions2(&context, &alignedWidth, &alignedHeight, alignments.data());
+    RowLayout layout{alignedWidth - traits.width, alignedHeight - traits.height, 16};
+    for (const int alignment : alignments) {
+        layout.bytesPerRowAlignment = std::max(layout.bytesPerRowAlignment, alignment);
+    }
+    return layout;
+}
+
+bool isYCbCr(AVPixelFormat format) {
+    const auto* descriptor = av_pix_fmt_desc_get(format);
+    return descriptor != nullptr && descriptor->nb_components > 1 &&
+           (descriptor->flags & AV_PIX_FMT_FLAG_RGB) == 0;
+}
+
+CVAttachments poolAttachments(const PictureTraits& traits,
+                              const FFmpegPixelFormatConverter& converter) {
+    const auto stated = colorAttachments(traits.colors, converter.destinationPixelFormat());
+    CVAttachments attachments =
+        stated ? *stated
+               : colorAttachmentsForSize(traits.width, traits.height,
+                                         isYCbCr(converter.destinationPixelFormatFFmpeg()));
+    attachments.insert_or_assign(std::string(kCVImageBufferPixelAspectRatioKey),
+                                 pixelAspectRatioAttachment(traits.sampleAspectRatio));
+    return attachments;
+}
+
+CVPixelBufferPoolAttributes poolAttributes(AVCodecContext& context, const PictureTraits& traits,
+                                           const FFmpegPixelFormatConverter& converter) {
+    const auto layout =
+        converter.isConversionNeeded() ? RowLayout{} : rowLayoutOfDecoder(context, traits);
+    CVPixelBufferPoolAttributes attributes;
+    attributes.pixelFormat = converter.destinationPixelFormat();
+    attributes.width = traits.width;
+    attributes.height = traits.height;
+    attributes.extendedPixelsRight = layout.extendedPixelsRight;
+    attributes.extendedPixelsBottom = layout.extendedPixelsBottom;
+    attributes.bytesPerRowAlignment = layout.bytesPerRowAlignment;
+    attributes.propagatedAttachments = poolAttachments(traits, converter);
+    return attributes;
+}
+
+std::unique_ptr<CVPixelBufferPool> makePool(CVPixelBufferPoolAttributes attributes) {
+    std::unique_ptr<CVPixelBufferPool> pool;
+    checkedCoreVideoCall([&] { return CVPixelBufferPool::create(std::move(attributes), pool); });
+    return pool;
+}
+
+CVPixelBufferRef makePixelBuffer(const CVPixelBufferPool& pool) {
+    CVPixelBufferRef pixelBuffer;
+    checkedCoreVideoCall([&] { return pool.createPixelBuffer(pixelBuffer); });
+    return pixelBuffer;
+}
+
+/// The frame's own memory as a pixel buffer; null where its rows run upward.
+CVPixelBufferRef sharedPixelBuffer(const AVFrame& frame, const CVPixelBufferPool& pool) {
+    ffmpeg::Frame shared(checkedFFmpegAllocation(av_frame_clone(&frame)));
+    const auto& attributes = pool.attributes();
+    shared->format = ffmpegPixelFormat(attributes.pixelFormat);
+    auto pixelBuffer = CVPixelBuffer::wrappingFrame(std::move(shared), attributes.pixelFormat);
+    if (pixelBuffer != nullptr) {
+        pixelBuffer->setAttachments(attributes.propagatedAttachments,
+                                    CVAttachmentMode::shouldPropagate);
+    }
+    return pixelBuffer;
+}
+
+} // namespace
+
+PixelAspectRatio pixelAspectRatioAttachment(AVRational sampleAspectRatio) {
+    if (sampleAspectRatio.num <= 0 || sampleAspectRatio.den <= 0) {
+        return {1, 1};
+    }
+    return {sampleAspectRatio.num, sampleAspectRatio.den};
+}
+
+PictureTraits PictureTraits::of(const AVCodecContext& context) {
+    return {canonicalLayout(context.pix_fmt, context.color_range), context.width, context.height,
+            CodedColors{context.colorspace, context.color_primaries, context.color_trc},
+            context.sample_aspect_ratio};
+}
+
+PictureTraits PictureTraits::of(const AVFrame& frame) {
+    return {canonicalLayout(static_cast<AVPixelFormat>(frame.format), frame.color_range),
+            frame.width, frame.height,
+            CodedColors{frame.colorspace, frame.color_primaries, frame.color_trc},
+            frame.sample_aspect_ratio};
+}
+
+SoftwareFramePackager::SoftwareFramePackager(AVCodecContext& context, const PictureTraits& traits)
+    : traits_(traits), ffmpegPixelFormatConverter_(traits.layout.format, traits.layout.range,
+                                                   traits.width, traits.height),
+      pixelBufferPool_(makePool(poolAttributes(context, traits, ffmpegPixelFormatConverter_))) {}
+
+CVPixelBufferRef
+SoftwareFramePackager::makePixelBufferForSoftwareDecodedFrame(const AVFrame& frame) {
+    if (!ffmpegPixelFormatConverter_.isConversionNeeded()) {
+        return nativePixelBuffer(frame);
+    }
+    auto pixelBuffer = makePixelBuffer(*pixelBufferPool_);
+    ffmpegPixelFormatConverter_.convert(frame, *pixelBuffer);
+    return pixelBuffer;
+}
+
+CVPixelBufferRef SoftwareFramePackager::nativePixelBuffer(const AVFrame& frame) const {
+    if (auto shared = sharedPixelBuffer(frame, *pixelBufferPool_)) {
+        return shared;
+    }
+    auto pixelBuffer = makePixelBuffer(*pixelBufferPool_);
+    fillData(*pixelBuffer, frame.data, frame.linesize);
+    return pixelBuffer;
+}
+
+} // namespace zelvane

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+
+#include "core_media/color_attachments.h"
+#include "core_media/cv_pixel_buffer.h"
+#include "core_media/ffmpeg_pixel_format.h"
+#include "media_player/decoders/video/ffmpeg_pixel_format_converter.h"
+
+namespace zelvane {
+
+/// What decides how pictures are packaged. Two pictures of equal traits go the same way.
+struct PictureTraits {
+    FFmpegPixelLayout layout;
+    int width = 0;
+    int height = 0;
+    CodedColors colors;
+    AVRational sampleAspectRatio{0, 1};
+
+    static PictureTraits of(const AVCodecContext& context);
+    static PictureTraits of(const AVFrame& frame);
+
+    bool isOfSameMemoryAs(const PictureTraits& other) const {
+        return layout == other.layout && width == other.width && height == other.height;
+    }
+    bool saysTheSameAs(const PictureTraits& other) const {
+        return colors == other.colors && av_cmp_q(sampleAspectRatio, other.sampleAspectRatio) == 0;
+    }
+};
+
+/// Width over height of a pixel as an attachment; an unknown ratio is that of square pixels.
+PixelAspectRatio pixelAspectRatioAttachment(AVRational sampleAspectRatio);
+
+/// Makes pixel buffers of software frames that share their traits. A frame whose memory already is
+/// what the display takes is passed on as it is, without a copy. One thread at a time.
+class SoftwareFramePackager {
+  public:
+    /// `context` tells how its decoder lays out frames. Throws FFmpegError or SystemError.
+    SoftwareFramePackager(AVCodecContext& context, const PictureTraits& traits);
+
+    const PictureTraits& traits() const { return traits_; }
+    /// Throws SystemError when a pool has no buffer to give, or DataMismatchError.
+    CVPixelBufferRef makePixelBufferForSoftwareDecodedFrame(const AVFrame& frame);
+
+  private:
+    CVPixelBufferRef nativePixelBuffer(const AVFrame& frame) const;
+
+    PictureTraits traits_;
+    FFmpegPixelFormatConverter ffmpegPixelFormatConverter_;
+    std::unique_ptr<CVPixelBufferPool> pixelBufferPool_;
+};
+
+} // namespace zelvane
