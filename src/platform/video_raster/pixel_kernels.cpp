@@ -14,7 +14,7 @@
 
 // The loader picks the variant before a sanitizer's runtime is ready for it.
 #if defined(__x86_64__) && defined(__ELF__) && !defined(ZELVANE_SANITIZED)
-#define ZELVANE_VECTORISED __attribute__((target_clones("arch=haswell", "default")))
+#define ZELVANE_VECTORISED __attribute__((target_clones("avx2", "default")))
 #else
 #define ZELVANE_VECTORISED
 #endif
