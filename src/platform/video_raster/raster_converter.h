@@ -27,8 +27,8 @@ class RasterConversionError : public Error {
 };
 
 /// Turns pictures of any format, range, matrix, primaries and transfer that their attachments name
-/// into the numbers that a screen wants, on the processor and exactly: within 1.5 code values of the
-/// mathematics. Tables are made at the first picture of a kind and kept for the next one.
+/// into the numbers that a screen wants, on the processor and exactly: within 1.5 code values of
+/// the mathematics. Tables are made at the first picture of a kind and kept for the next one.
 ///
 /// One thread at a time; several converters may work side by side, each on rows of its own.
 class RasterConverter {

@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/video_raster/color_conversion.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <type_traits>
+
+namespace zelvane::raster {
+namespace {
+
+constexpr Matrix3 kIdentity{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
+
+/// Numbers of a row to R'G'B' of 0…limit, with the half that makes cutting off a rounding.
+kernels::Affine affineOf(const Matrix3& matrix, const PictureRows::Scale& scale, double limit) {
+    kernels::Affine affine{};
+    for (std::size_t row = 0; row < 3; ++row) {
+        double offset = 0.5;
+        for (std::size_t column = 0; column < 3; ++column) {
+            const double factor = limit * matrix[row][column] * scale.scale[column];
+            affine.factor[row][column] = static_cast<float>(factor);
+            offset -= factor * scale.zero[column];
+        }
+        affine.offset[row] = static_cast<float>(offset);
+    }
+    return affine;
+}
+
+template <class Value>
+std::vector<Value> tabulate(int steps, const std::function<double(double)>& function,
+                            double scale = 1) {
+    std::vector<Value> table(static_cast<std::size_t>(steps) + 1);
+    for (int i = 0; i <= steps; ++i) {
+        const double value = scale * function(static_cast<double>(i) / steps);
+        table[static_cast<std::size_t>(i)] = static_cast<Value>(
+            std::is_integral_v<Value> ? std::lround(std::clamp(value, 0.0, scale)) : value);
+    }
+    return table;
+}
+
+bool keepsCodes(const SourceColor& source, const IccProfile* sourceProfile,
+                const IccProfile* display) {
+    // A screen of BT.1886 and one of sRGB show the same code within 0.6 of a code value alike.
+    const bool isScreenCurve =
+        source.transfer == Transfer::bt1886 || source.transfer == Transfer::sRGB;
+    return sourceProfile == nullptr && display == nullptr && isScreenCurve &&
+           source.primaries == kPrimariesBT709;
+}
+
+Matrix3 matrixToXYZ(const SourceColor& source, const IccProfile* profile) {
+    return profile != nullptr ? profile->matrixToXYZ() : rgbToXYZD50(source.primaries);
+}
+
+/// The luminance row of a matrix to XYZ, before adaptation to another white.
+Vector3 luminanceWeights(const Primaries& primaries) {
+    const auto luma = lumaWeightsOf(primaries);
+    return {luma.red, 1 - luma.red - luma.blue, luma.blue};
+}
+
+double hlgGain(double sceneLuminance) {
+    return std::pow(sceneLuminance, kHLGSystemGamma - 1);
+}
+
+/// Codes of the picture to light of its channels, one colour at a time.
+Vector3 lightOf(const SourceColor& source, const Vector3& codes) {
+    Vector3 light{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        light[i] = channelToLight(source, codes[i]);
+    }
+    if (source.transfer == Transfer::hlg) {
+        const auto weights = luminanceWeights(source.primaries);
+        const double gain =
+            hlgGain(weights[0] * light[0] + weights[1] * light[1] + weights[2] * light[2]);
+        for (auto& channel : light) {
+            channel = toneMap(channel * gain * kHLGPeak, kHLGPeak);
+        }
+    }
+    return light;
+}
+
+Vector3 codesOfScreen(const IccProfile* display, const Vector3& xyz) {
+    if (display != nullptr) {
+        return display->fromXYZ(xyz);
+    }
+    auto light = inverse(rgbToXYZD50(kPrimariesBT709)) * xyz;
+    for (auto& channel : light) {
+        channel = sRGBFromLinear(std::clamp(channel, 0.0, 1.0));
+    }
+    return light;
+}
+
+} // namespace
+
+ColorConversion::ColorConversion(const SourceColor& source, const PictureRows::Scale& scale,
+                                 const std::shared_ptr<const IccProfile>& display)
+    : isHLG_(source.transfer == Transfer::hlg && source.iccProfile.empty()) {
+    const auto sourceProfile = IccProfile::read(source.iccProfile);
+    const bool areShapers = (sourceProfile == nullptr || sourceProfile->isShaper()) &&
+                            (display == nullptr || display->isShaper());
+    if (keepsCodes(source, sourceProfile.get(), display.get())) {
+        road_ = Road::matrix;
+    } else {
+        road_ = areShapers ? Road::light : Road::lattice;
+    }
+    const auto matrix = scale.isYCbCr ? yCbCrToRGB(source.luma) : kIdentity;
+    toCodes_ = affineOf(matrix, scale, road_ == Road::matrix ? 255 : kSteps);
+    if (road_ == Road::light) {
+        makeLightTables(source, sourceProfile.get(), display.get());
+    } else if (road_ == Road::lattice) {
+        makeLattice(source, sourceProfile.get(), display.get());
+    }
+}
+
+void ColorConversion::makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
+                                      const IccProfile* display) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        lightTables_[i] = tabulate<float>(kSteps, [&](double code) {
+            return sourceProfile != nullptr ? sourceProfile->channelToLight(i, code)
+                                            : channelToLight(source, code);
+        });
+        encodeTables_[i] = tabulate<std::uint8_t>(
+            kSteps,
+            [&](double root) {
+                const double light = root * root;
+                return display != nullptr ? display->channelFromLight(i, light)
+                                          : sRGBFromLinear(light);
+            },
+            255);
+    }
+    const auto toScreen =
+        inverse(display != nullptr ? display->matrixToXYZ() : rgbToXYZD50(kPrimariesBT709));
+    const auto mix = toScreen * matrixToXYZ(source, sourceProfile);
+    for (std::size_t row = 0; row < 3; ++row) {
+        for (std::size_t column = 0; column < 3; ++column) {
+            mix_[row][column] = static_cast<float>(mix[row][column]);
+        }
+    }
+    if (isHLG_) {
+        makeHLGTables(source);
+    }
+}
+
+void ColorConversion::makeHLGTables(const SourceColor& source) {
+    const auto weights = luminanceWeights(source.primaries);
+    for (std::size_t i = 0; i < 3; ++i) {
+        luminanceWeights_[i] = static_cast<float>(weights[i]);
+    }
+    gammaTable_ = tabulate<float>(kSteps, [](double root) { return hlgGain(root * root); });
+    toneTable_ = tabulate<float>(kSteps, [](double root) {
+        const double square = root * root;
+        return toneMap(square * square * kHLGPeak, kHLGPeak);
+    });
+}
+
+void ColorConversion::makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
+                                  const IccProfile* display) {
+    const auto toXYZ = matrixToXYZ(source, nullptr);
+    lattice_ = std::make_unique<ColorLattice>([&](const Vector3& codes) {
+        const auto xyz =
+            sourceProfile != nullptr ? sourceProfile->toXYZ(codes) : toXYZ * lightOf(source, codes);
+        return codesOfScreen(display, xyz);
+    });
+}
+
+void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
+                                 std::uint8_t* pixels) {
+    if (road_ == Road::matrix) {
+        kernels::affineToPixels({{row.channels[0], row.channels[1], row.channels[2]}}, toCodes_,
+                                pixels, width);
+        return;
+    }
+    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+    for (std::size_t start = 0; start < width; start += kBlock) {
+        const auto count = std::min(kBlock, width - start);
+        kernels::affineToCodes(
+            {{row.channels[0] + start, row.channels[1] + start, row.channels[2] + start}}, toCodes_,
+            kSteps, codes, count);
+        if (road_ == Road::lattice) {
+            lattice_->convert(codes, pixels + 4 * start, count);
+        } else {
+            lightBlock(count, pixels + 4 * start);
+        }
+    }
+}
+
+void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        kernels::lookUp(codes_[i], lightTables_[i].data(), light_[i], count);
+    }
+    if (isHLG_) {
+        showHLG(count);
+    }
+    const float* const light[3] = {light_[0], light_[1], light_[2]};
+    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+    const std::uint8_t* const tables[3] = {encodeTables_[0].data(), encodeTables_[1].data(),
+                                           encodeTables_[2].data()};
+    kernels::mixToRootCodes(light, mix_, kSteps, codes, count);
+    kernels::encodePixels(codes, tables, pixels, count);
+}
+
+/// Scene light to tone-mapped screen light.
+void ColorConversion::showHLG(std::size_t count) {
+    float* const light[3] = {light_[0], light_[1], light_[2]};
+    kernels::scaleByLuminance(light, luminanceWeights_, gammaTable_.data(), kSteps, count);
+    for (std::size_t i = 0; i < 3; ++i) {
+        kernels::fourthRootCodes(light_[i], kSteps, codes_[i], count);
+        kernels::lookUp(codes_[i], toneTable_.data(), light_[i], count);
+    }
+}
+
+} // namespace zelvane::raster

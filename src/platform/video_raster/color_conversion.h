@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "platform/video_raster/color_lattice.h"
+#include "platform/video_raster/icc_profile.h"
+#include "platform/video_raster/picture_rows.h"
+#include "platform/video_raster/pixel_kernels.h"
+#include "platform/video_raster/source_color.h"
+
+namespace zelvane::raster {
+
+/// Rows of one kind of picture to pixels of one screen. Three roads, the cheapest that is exact:
+///
+///   matrix:   R'G'B' of the picture is that of the screen
+///   light:    curve for each channel to light, matrix between primaries, curve for each channel
+///   back lattice:  a profile that is no matrix on either side: interpolation in a cube of colours
+///
+/// One thread: it keeps its scratch rows.
+class ColorConversion {
+  public:
+    /// `display` null is sRGB.
+    ColorConversion(const SourceColor& source, const PictureRows::Scale& scale,
+                    const std::shared_ptr<const IccProfile>& display);
+
+    /// Writes `width` pixels B, G, R, 255.
+    void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels);
+
+  private:
+    /// Steps of codes and of roots of light; the tables have an entry more.
+    static constexpr int kSteps = 4096;
+    /// Pixels at a time, so that what one loop writes the next one finds in the nearest cache.
+    static constexpr std::size_t kBlock = 512;
+
+    void makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
+                         const IccProfile* display);
+    void makeHLGTables(const SourceColor& source);
+    void makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
+                     const IccProfile* display);
+    void lightBlock(std::size_t count, std::uint8_t* pixels);
+    void showHLG(std::size_t count);
+
+    enum class Road { matrix, light, lattice };
+    Road road_ = Road::matrix;
+    kernels::Affine toCodes_{};
+    bool isHLG_ = false;
+
+    std::array<std::vector<float>, 3> lightTables_;
+    float mix_[3][3]{};
+    std::array<std::vector<std::uint8_t>, 3> encodeTables_;
+    /// For HLG: luminance to the factor of the screen's gamma, and screen light to tone-mapped
+    /// light.
+    std::vector<float> gammaTable_;
+    std::vector<float> toneTable_;
+    float luminanceWeights_[3]{};
+    std::unique_ptr<ColorLattice> lattice_;
+
+    std::uint16_t codes_[3][kBlock]{};
+    float light_[3][kBlock]{};
+};
+
+} // namespace zelvane::raster

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+
+#include "platform/video_raster/color_math.h"
+
+namespace zelvane::raster {
+
+/// An ICC profile of an RGB device, between its codes (0…1) and the profile connection space: XYZ
+/// for D50, white at Y = 1, relative colorimetric. Immutable; any thread.
+class IccProfile {
+  public:
+    /// Null for bytes that are no profile of an RGB device which lcms can use in both directions.
+    static std::shared_ptr<const IccProfile> read(std::span<const std::uint8_t> bytes);
+    ~IccProfile();
+    IccProfile(const IccProfile&) = delete;
+    IccProfile& operator=(const IccProfile&) = delete;
+
+    Vector3 toXYZ(const Vector3& codes) const;
+    /// What the device cannot show is clipped.
+    Vector3 fromXYZ(const Vector3& xyz) const;
+
+    /// Whether the device is a curve for each channel and then a matrix: the calls below are only
+    /// for such a device.
+    bool isShaper() const;
+    const Matrix3& matrixToXYZ() const;
+    double channelToLight(std::size_t channel, double code) const;
+    double channelFromLight(std::size_t channel, double light) const;
+
+  private:
+    struct Parts;
+    explicit IccProfile(std::unique_ptr<Parts> parts);
+    std::unique_ptr<Parts> parts_;
+};
+
+} // namespace zelvane::raster

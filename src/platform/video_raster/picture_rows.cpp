@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/video_raster/picture_rows.h"
+
+#include <algorithm>
+
+#include "platform/video_raster/pixel_kernels.h"
+
+namespace zelvane::raster {
+namespace {
+
+/// Room for reading and writing whole vectors past the end of a row.
+constexpr std::size_t kPadding = 64;
+
+/// Upsampling leaves chroma multiplied: by 4 vertically and 2 horizontally.
+constexpr double k420Factor = 8;
+constexpr double k422Factor = 2;
+
+PictureRows::Scale yCbCrScale(int bits, bool isFullRange, double chromaFactor) {
+    const double unit = 1 << (bits - 8);
+    const double lumaSpan = isFullRange ? (1 << bits) - 1 : 219 * unit;
+    const double chromaSpan = (isFullRange ? lumaSpan : 224 * unit) * chromaFactor;
+    const double middle = 128 * unit * chromaFactor;
+    return {{isFullRange ? 0 : 16 * unit, middle, middle},
+            {1 / lumaSpan, 1 / chromaSpan, 1 / chromaSpan},
+            true};
+}
+
+PictureRows::Scale rgbScale(double maximum) {
+    return {{0, 0, 0}, {1 / maximum, 1 / maximum, 1 / maximum}, false};
+}
+
+/// The row of chroma next to luma row `row`, and the one on its other side; the edge is repeated.
+struct ChromaRows {
+    int near;
+    int far;
+};
+ChromaRows chromaRowsOf(int row, int chromaHeight) {
+    const int near = std::min(row / 2, chromaHeight - 1);
+    const int far = std::clamp(row % 2 == 0 ? near - 1 : near + 1, 0, chromaHeight - 1);
+    return {near, far};
+}
+
+const std::uint8_t* rowOf(const CVPixelBuffer& picture, int plane, int row) {
+    const auto& layout = picture.plane(plane);
+    return layout.baseAddress + layout.bytesPerRow * static_cast<std::size_t>(row);
+}
+
+const std::uint16_t* row16Of(const CVPixelBuffer& picture, int plane, int row) {
+    return static_cast<const std::uint16_t*>(static_cast<const void*>(rowOf(picture, plane, row)));
+}
+
+/// Repeats the last sample of a half-width row, for the sample to its right.
+void repeatLast(std::uint16_t* row, std::size_t count) {
+    row[count] = row[count - 1];
+}
+
+struct Packed422Layout {
+    int luma;
+    int cb;
+    int cr;
+};
+
+void readPacked422(const std::uint8_t* in, const Packed422Layout& layout, std::size_t pairs,
+                   std::uint16_t* luma, std::uint16_t* cb, std::uint16_t* cr) {
+    for (std::size_t i = 0; i < pairs; ++i, in += 4) {
+        luma[2 * i] = in[layout.luma];
+        luma[2 * i + 1] = in[layout.luma + 2];
+        cb[i] = in[layout.cb];
+        cr[i] = in[layout.cr];
+    }
+}
+
+template <int step, int red, int green, int blue>
+void readRGB8(const std::uint8_t* in, std::size_t width, std::uint16_t* const out[3]) {
+    for (std::size_t i = 0; i < width; ++i, in += step) {
+        out[0][i] = in[red];
+        out[1][i] = in[green];
+        out[2][i] = in[blue];
+    }
+}
+
+template <bool isBigEndian>
+void read16Behind(const std::uint8_t* in, std::size_t width, std::uint16_t* const out[3]) {
+    const auto number = [](const std::uint8_t* bytes) {
+        return static_cast<std::uint16_t>(isBigEndian ? bytes[0] << 8 | bytes[1]
+                                                      : bytes[1] << 8 | bytes[0]);
+    };
+    for (std::size_t i = 0; i < width; ++i, in += 8) {
+        out[0][i] = number(in + 2);
+        out[1][i] = number(in + 4);
+        out[2][i] = number(in + 6);
+    }
+}
+
+} // namespace
+
+bool PictureRows::canRead(const CVPixelBuffer& picture) {
+    return pixelFormatDescriptor(picture.pixelFormat()) != nullptr && picture.width() > 0 &&
+           picture.height() > 0 && picture.plane(0).baseAddress != nullptr;
+}
+
+PictureRows::Scale PictureRows::scaleOf(OSType pixelFormat) {
+    const auto* descriptor = pixelFormatDescriptor(pixelFormat);
+    const bool isFullRange = descriptor != nullptr && descriptor->isFullRange;
+    switch (pixelFormat) {
+    case kCVPixelFormatType_24RGB:
+    case kCVPixelFormatType_32ARGB:
+    case kCVPixelFormatType_32BGRA:
+        return rgbScale(255);
+    case kCVPixelFormatType_64ARGB:
+        return rgbScale(65535);
+    case kCVPixelFormatType_422YpCbCr8:
+    case kCVPixelFormatType_422YpCbCr8_yuvs:
+    case kCVPixelFormatType_422YpCbCr8FullRange:
+        return yCbCrScale(8, isFullRange, k422Factor);
+    case kCVPixelFormatType_4444AYpCbCr16:
+        return yCbCrScale(16, isFullRange, 1);
+    case kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange:
+    case kCVPixelFormatType_420YpCbCr10BiPlanarFullRange:
+        return yCbCrScale(10, isFullRange, k420Factor);
+    default:
+        return yCbCrScale(8, isFullRange, k420Factor);
+    }
+}
+
+void PictureRows::open(const CVPixelBuffer& picture) {
+    picture_ = &picture;
+    stride_ = static_cast<std::size_t>(picture.width()) + kPadding;
+    // Three channels, two half rows of chroma, and one of both interleaved.
+    constexpr std::size_t kRows = 6;
+    if (scratch_.size() < stride_ * kRows) {
+        scratch_.resize(stride_ * kRows);
+    }
+}
+
+PictureRows::Row PictureRows::read(int row) {
+    switch (picture_->pixelFormat()) {
+    case kCVPixelFormatType_420YpCbCr8Planar:
+    case kCVPixelFormatType_420YpCbCr8PlanarFullRange:
+        readPlanar420(row);
+        break;
+    case kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange:
+    case kCVPixelFormatType_420YpCbCr8BiPlanarFullRange:
+    case kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange:
+    case kCVPixelFormatType_420YpCbCr10BiPlanarFullRange:
+        readBiPlanar420(row);
+        break;
+    default:
+        readPacked(row);
+    }
+    return {{channel(0), channel(1), channel(2)}};
+}
+
+void PictureRows::readPlanar420(int row) {
+    const auto width = static_cast<std::size_t>(picture_->width());
+    const auto half = (width + 1) / 2;
+    const auto rows = chromaRowsOf(row, picture_->plane(1).height);
+    kernels::widen(rowOf(*picture_, 0, row), channel(0), width);
+    for (int plane = 1; plane <= 2; ++plane) {
+        kernels::blendRows(rowOf(*picture_, plane, rows.near), rowOf(*picture_, plane, rows.far),
+                           channel(3), half);
+        repeatLast(channel(3), half);
+        kernels::doubleWidth(channel(3), channel(static_cast<std::size_t>(plane)), half);
+    }
+}
+
+void PictureRows::readBiPlanar420(int row) {
+    const auto width = static_cast<std::size_t>(picture_->width());
+    const auto half = (width + 1) / 2;
+    const auto rows = chromaRowsOf(row, picture_->plane(1).height);
+    if (pixelFormatDescriptor(picture_->pixelFormat())->planes[0].bytesPerBlock == 1) {
+        kernels::widen(rowOf(*picture_, 0, row), channel(0), width);
+        kernels::blendRows(rowOf(*picture_, 1, rows.near), rowOf(*picture_, 1, rows.far),
+                           channel(5), 2 * half);
+    } else {
+        kernels::takeUpperTen(row16Of(*picture_, 0, row), channel(0), width);
+        kernels::blendRowsOfUpperTen(row16Of(*picture_, 1, rows.near),
+                                     row16Of(*picture_, 1, rows.far), channel(5), 2 * half);
+    }
+    kernels::deinterleave(channel(5), channel(3), channel(4), half);
+    for (std::size_t chroma = 1; chroma <= 2; ++chroma) {
+        repeatLast(channel(2 + chroma), half);
+        kernels::doubleWidth(channel(2 + chroma), channel(chroma), half);
+    }
+}
+
+void PictureRows::readPacked(int row) {
+    const auto width = static_cast<std::size_t>(picture_->width());
+    const auto* in = rowOf(*picture_, 0, row);
+    std::uint16_t* const out[3] = {channel(0), channel(1), channel(2)};
+    switch (picture_->pixelFormat()) {
+    case kCVPixelFormatType_24RGB:
+        return readRGB8<3, 0, 1, 2>(in, width, out);
+    case kCVPixelFormatType_32ARGB:
+        return readRGB8<4, 1, 2, 3>(in, width, out);
+    case kCVPixelFormatType_32BGRA:
+        return readRGB8<4, 2, 1, 0>(in, width, out);
+    case kCVPixelFormatType_64ARGB:
+        return read16Behind<true>(in, width, out);
+    case kCVPixelFormatType_4444AYpCbCr16:
+        return read16Behind<false>(in, width, out);
+    default:
+        break;
+    }
+    const bool chromaFirst = picture_->pixelFormat() == kCVPixelFormatType_422YpCbCr8;
+    const Packed422Layout layout =
+        chromaFirst ? Packed422Layout{1, 0, 2} : Packed422Layout{0, 1, 3};
+    const auto half = (width + 1) / 2;
+    readPacked422(in, layout, half, channel(0), channel(3), channel(4));
+    for (std::size_t chroma = 1; chroma <= 2; ++chroma) {
+        repeatLast(channel(2 + chroma), half);
+        kernels::doubleWidth(channel(2 + chroma), channel(chroma), half);
+    }
+}
+
+} // namespace zelvane::raster

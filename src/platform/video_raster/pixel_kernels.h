@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zelvane::raster::kernels {
+
+/// The loops over pixels, written so that compilers turn them into vector instructions and, on x86,
+/// compiled once more for AVX2 and chosen at run time. Rows never overlap.
+
+/// out = 8-bit sample.
+void widen(const std::uint8_t* in, std::uint16_t* out, std::size_t count);
+/// out = sample in the upper ten bits.
+void takeUpperTen(const std::uint16_t* in, std::uint16_t* out, std::size_t count);
+/// out = 3 × near + far.
+void blendRows(const std::uint8_t* near, const std::uint8_t* far, std::uint16_t* out,
+               std::size_t count);
+void blendRowsOfUpperTen(const std::uint16_t* near, const std::uint16_t* far, std::uint16_t* out,
+                         std::size_t count);
+void deinterleave(const std::uint16_t* pairs, std::uint16_t* first, std::uint16_t* second,
+                  std::size_t count);
+/// out[2i] = 2 × in[i], out[2i + 1] = in[i] + in[i + 1], for 2 × count outputs; reads count + 1.
+void doubleWidth(const std::uint16_t* in, std::uint16_t* out, std::size_t count);
+
+/// Three channels in, three out: out_i = sum(factor[i][j] × in_j) + offset[i].
+struct Affine {
+    float factor[3][3];
+    float offset[3];
+};
+
+struct Channels16 {
+    const std::uint16_t* channels[3];
+};
+
+/// To B, G, R, 255, cutting off fractions: the offsets hold the half for rounding.
+void affineToPixels(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
+                    std::size_t count);
+/// To whole numbers 0…limit, cutting off fractions.
+void affineToCodes(const Channels16& in, const Affine& affine, float limit,
+                   std::uint16_t* const out[3], std::size_t count);
+/// out = table[code].
+void lookUp(const std::uint16_t* codes, const float* table, float* out, std::size_t count);
+/// Mixes three channels of light, cuts them to 0…1, and gives the square root times `steps`,
+/// rounded.
+void mixToRootCodes(const float* const in[3], const float mix[3][3], float steps,
+                    std::uint16_t* const out[3], std::size_t count);
+/// Scene light to screen light: each channel times the luminance raised by the table, which is read
+/// at the square root of the luminance times `steps`. `weights` make luminance of the channels.
+void scaleByLuminance(float* const channels[3], const float weights[3], const float* table,
+                      float steps, std::size_t count);
+/// The fourth root times `steps`, rounded; the input is cut to 0…1.
+void fourthRootCodes(const float* in, float steps, std::uint16_t* out, std::size_t count);
+/// One table for each of R, G, B.
+void encodePixels(const std::uint16_t* const codes[3], const std::uint8_t* const tables[3],
+                  std::uint8_t* pixels, std::size_t count);
+
+} // namespace zelvane::raster::kernels

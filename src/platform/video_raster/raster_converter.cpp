@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/video_raster/raster_converter.h"
+
+#include <optional>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "core_media/ffmpeg_handles.h"
+#include "platform/video_raster/color_conversion.h"
+
+namespace zelvane {
+namespace {
+
+using raster::ColorConversion;
+using raster::IccProfile;
+using raster::PictureRows;
+
+/// A picture on a device, brought to memory with its attachments.
+CVPixelBufferRef downloaded(const CVPixelBuffer& picture) {
+    ffmpeg::Frame frame(av_frame_alloc());
+    if (frame == nullptr || av_hwframe_transfer_data(frame.get(), picture.deviceFrame(), 0) < 0) {
+        throw RasterConversionError("The device does not give its frame away.");
+    }
+    // Devices round sizes up.
+    frame->width = picture.width();
+    frame->height = picture.height();
+    auto inMemory = CVPixelBuffer::wrappingFrame(std::move(frame), picture.pixelFormat());
+    if (inMemory == nullptr) {
+        throw RasterConversionError("The device's frame is of another format than its picture.");
+    }
+    inMemory->setAttachments(picture.attachments(), CVAttachmentMode::shouldNotPropagate);
+    return inMemory;
+}
+
+void check(const CVPixelBuffer& picture, std::size_t targetSize, std::size_t bytesPerRow) {
+    if (!PictureRows::canRead(picture)) {
+        throw RasterConversionError(
+            fmt::format("Pictures of format {:#x} cannot be drawn.", picture.pixelFormat()));
+    }
+    const auto rows = static_cast<std::size_t>(picture.height());
+    if (bytesPerRow < static_cast<std::size_t>(picture.width()) * 4 ||
+        targetSize / bytesPerRow < rows) {
+        throw RasterConversionError("The target is smaller than the picture.");
+    }
+}
+
+} // namespace
+
+class RasterConverter::Tables {
+  public:
+    explicit Tables(DisplayColor display)
+        : display_(std::move(display)), displayProfile_(IccProfile::read(display_.iccProfile)) {}
+
+    const DisplayColor& display() const { return display_; }
+    PictureRows& rows() { return rows_; }
+
+    /// That for the last picture's kind is kept: a film's pictures are of one kind.
+    ColorConversion& conversionFor(const CVPixelBuffer& picture) {
+        auto source = raster::sourceColorOf(picture);
+        if (!conversion_ || picture.pixelFormat() != pixelFormat_ || source != source_) {
+            source_ = std::move(source);
+            pixelFormat_ = picture.pixelFormat();
+            conversion_.emplace(source_, PictureRows::scaleOf(pixelFormat_), displayProfile_);
+        }
+        return *conversion_;
+    }
+
+  private:
+    DisplayColor display_;
+    std::shared_ptr<const IccProfile> displayProfile_;
+    PictureRows rows_;
+    raster::SourceColor source_;
+    OSType pixelFormat_ = 0;
+    std::optional<ColorConversion> conversion_;
+};
+
+RasterConverter::RasterConverter(DisplayColor display)
+    : tables_(std::make_unique<Tables>(std::move(display))) {}
+
+RasterConverter::~RasterConverter() = default;
+
+const DisplayColor& RasterConverter::display() const {
+    return tables_->display();
+}
+
+void RasterConverter::convert(const CVPixelBuffer& picture, std::span<std::uint8_t> target,
+                              std::size_t bytesPerRow) {
+    if (picture.deviceFrame() != nullptr) {
+        convert(*downloaded(picture), target, bytesPerRow);
+        return;
+    }
+    check(picture, target.size(), bytesPerRow);
+    auto& conversion = tables_->conversionFor(picture);
+    auto& rows = tables_->rows();
+    rows.open(picture);
+    for (int row = 0; row < picture.height(); ++row) {
+        conversion.convertRow(rows.read(row), static_cast<std::size_t>(picture.width()),
+                              target.data() + bytesPerRow * static_cast<std::size_t>(row));
+    }
+}
+
+} // namespace zelvane

@@ -1,0 +1,320 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "rendering/null_video_presenter.h"
+#include "rendering/sample_buffer_display_layer.h"
+
+namespace zelvane {
+namespace {
+
+using std::chrono::milliseconds;
+
+CMTime ms(std::int64_t value) {
+    return {value, 1000};
+}
+
+class HandClock final : public HostClock {
+  public:
+    HostTime now() const override { return now_; }
+    HostTime now_{std::chrono::seconds(100)};
+};
+
+/// The pixel buffers of these tests bear the frame's time as their width, so that a presenter can
+/// write down what it was given.
+CMSampleBufferRef sampleAt(int time, int duration = 40) {
+    auto pixels = std::make_shared<std::vector<std::uint8_t>>(4);
+    CVPixelBuffer::Geometry geometry{kCVPixelFormatType_32BGRA, time + 1, 1, 1, {}};
+    geometry.planes[0] = {pixels->data(), 4, time + 1, 1};
+    const auto picture = CVPixelBuffer::overMemory(geometry, pixels);
+    CMFormatDescriptionRef description;
+    CMFormatDescription::createForImageBuffer(*picture, description);
+    CMSampleBufferRef sample;
+    CMSampleBuffer::createReadyWithImageBuffer(picture, description,
+                                               {ms(duration), ms(time), kCMTimeInvalid}, sample);
+    return sample;
+}
+
+class WritingPresenter final : public VideoPresenter {
+  public:
+    void prepare(const PresentedFrame& frame) override { write("prepare", frame); }
+    void present(const PresentedFrame& frame, ShownHandler shown) override {
+        write("present", frame);
+        shown_ = std::move(shown);
+        bounds_ = frame.bounds;
+    }
+    void removeImage() override { log_.emplace_back("remove"); }
+    HostDuration presentationDelay() const override { return delay_; }
+
+    std::vector<std::string> takeLog() { return std::exchange(log_, {}); }
+
+    std::vector<std::string> log_;
+    ShownHandler shown_;
+    CGRect bounds_;
+    HostDuration delay_{0};
+
+  private:
+    void write(const std::string& what, const PresentedFrame& frame) {
+        log_.push_back(what + " " + std::to_string(frame.pixelBuffer->width() - 1));
+    }
+};
+
+using Log = std::vector<std::string>;
+
+class DisplayLayer : public testing::Test {
+  protected:
+    DisplayLayer() { layer_.setPresenter(presenter_); }
+
+    void enqueue(std::initializer_list<int> times) {
+        for (const int time : times) {
+            layer_.enqueueSampleBuffer(sampleAt(time));
+        }
+    }
+    /// The time stands at `time`, or runs from it from now on.
+    void setLine(int time, double rate) {
+        layer_.timelineDidChange({ms(time), clock_->now_, rate},
+                                 SynchronizedRenderer::Change::jumped);
+    }
+    Log service() {
+        wanted_ = layer_.service();
+        return presenter_->takeLog();
+    }
+    Log serviceAfter(HostDuration wait) {
+        clock_->now_ += wait;
+        return service();
+    }
+
+    std::shared_ptr<HandClock> clock_ = std::make_shared<HandClock>();
+    std::shared_ptr<WritingPresenter> presenter_ = std::make_shared<WritingPresenter>();
+    SampleBufferDisplayLayer layer_{clock_, SampleBufferDisplayLayer::Drive::byHand};
+    HostTime wanted_{0};
+};
+
+TEST_F(DisplayLayer, theTimerIsArmedForTheNextFrameLessThePresentersDelay) {
+    presenter_->delay_ = milliseconds(7);
+    enqueue({0, 40});
+    setLine(0, 1);
+    EXPECT_EQ(service(), (Log{"present 0", "prepare 40"}));
+    EXPECT_EQ(wanted_, clock_->now_ + milliseconds(33));
+    EXPECT_EQ(serviceAfter(milliseconds(32)), Log{});
+    EXPECT_EQ(serviceAfter(milliseconds(1)), Log{"present 40"});
+    EXPECT_EQ(wanted_, HostTime::max());
+}
+
+TEST_F(DisplayLayer, atDoubleRateFramesComeTwiceAsFast) {
+    enqueue({0, 40});
+    setLine(0, 2);
+    service();
+    EXPECT_EQ(wanted_, clock_->now_ + milliseconds(20));
+    EXPECT_EQ(serviceAfter(milliseconds(20)), Log{"present 40"});
+}
+
+TEST_F(DisplayLayer, aLineThatHasNotBegunShowsItsFirstFrameAndWaitsForTheSecond) {
+    enqueue({0, 40});
+    layer_.timelineDidChange({ms(0), clock_->now_ + milliseconds(50), 1},
+                             SynchronizedRenderer::Change::jumped);
+    EXPECT_EQ(service(), (Log{"present 0", "prepare 40"}));
+    EXPECT_EQ(wanted_, clock_->now_ + milliseconds(90));
+}
+
+TEST_F(DisplayLayer, aSeekWhilePausedShowsTheTargetAsSoonAsItComes) {
+    setLine(5000, 0);
+    layer_.flush();
+    EXPECT_EQ(service(), Log{});
+    enqueue({5000});
+    EXPECT_EQ(service(), Log{"present 5000"});
+    enqueue({5040, 5080});
+    EXPECT_EQ(service(), Log{"prepare 5040"});
+    EXPECT_EQ(wanted_, HostTime::max());
+}
+
+TEST_F(DisplayLayer, aSteeredLineMovesTheTimer) {
+    enqueue({0, 40});
+    setLine(0, 1);
+    service();
+    layer_.timelineDidChange({ms(0), clock_->now_ - milliseconds(3), 1},
+                             SynchronizedRenderer::Change::steered);
+    service();
+    EXPECT_EQ(wanted_, clock_->now_ + milliseconds(37));
+}
+
+TEST_F(DisplayLayer, flushKeepsTheImageAndRemoveImageClearsIt) {
+    enqueue({0, 40});
+    setLine(0, 0);
+    service();
+    layer_.flush();
+    EXPECT_EQ(service(), Log{});
+    layer_.flushAndRemoveImage();
+    EXPECT_EQ(service(), Log{"remove"});
+    layer_.setBounds({0, 0, 16, 9});
+    EXPECT_EQ(service(), Log{});
+}
+
+TEST_F(DisplayLayer, anImageRemovedAndReplacedAtOnceIsOnlyReplaced) {
+    enqueue({0});
+    setLine(0, 0);
+    service();
+    layer_.flushAndRemoveImage();
+    enqueue({80});
+    EXPECT_EQ(service(), Log{"present 80"});
+}
+
+TEST_F(DisplayLayer, theImageIsDrawnAgainInANewShapeAndOnANewPresenter) {
+    enqueue({0, 40});
+    setLine(0, 0);
+    service();
+    layer_.setBounds({0, 0, 16, 9});
+    EXPECT_EQ(service(), Log{"present 0"});
+    EXPECT_EQ(presenter_->bounds_, (CGRect{0, 0, 16, 9}));
+    layer_.setBounds({0, 0, 16, 9});
+    EXPECT_EQ(service(), Log{});
+    presenter_ = std::make_shared<WritingPresenter>();
+    layer_.setPresenter(presenter_);
+    EXPECT_EQ(service(), (Log{"present 0", "prepare 40"}));
+    EXPECT_EQ(presenter_->bounds_, (CGRect{0, 0, 16, 9}));
+    layer_.setPresenter(nullptr);
+    EXPECT_EQ(service(), Log{});
+}
+
+TEST_F(DisplayLayer, statisticsTellWhatAViewerSaw) {
+    enqueue({0, 40, 80, 120, 160});
+    setLine(0, 1);
+    service();
+    presenter_->shown_(clock_->now_ + milliseconds(2));
+    serviceAfter(milliseconds(80)); // 40 is overtaken
+    presenter_->shown_(clock_->now_ + milliseconds(1));
+    serviceAfter(milliseconds(40)); // 120 is presented, and replaced before it is drawn
+    serviceAfter(milliseconds(40));
+    presenter_->shown_(clock_->now_ + milliseconds(21));
+    presenter_->shown_(clock_->now_ + milliseconds(99)); // told once only
+    const auto statistics = layer_.statistics();
+    EXPECT_EQ(statistics.framesShown, 3U);
+    EXPECT_EQ(statistics.framesDropped, 2U);
+    EXPECT_EQ(statistics.framesLate, 1U);
+    // The frame with which the line begins has no due time: 1 and 21 count.
+    EXPECT_DOUBLE_EQ(statistics.meanFrameError, 11);
+    EXPECT_DOUBLE_EQ(statistics.maxFrameError, 21);
+    EXPECT_EQ(statistics.firstFrameShownAt, HostTime(std::chrono::seconds(100)) + milliseconds(2));
+}
+
+TEST_F(DisplayLayer, aFrameShownWhileTheClockStandsHasNoError) {
+    enqueue({500});
+    setLine(0, 0);
+    service();
+    presenter_->shown_(clock_->now_ + milliseconds(300));
+    EXPECT_EQ(layer_.statistics().framesShown, 1U);
+    EXPECT_DOUBLE_EQ(layer_.statistics().maxFrameError, 0);
+}
+
+/// A provider on a hand-cranked queue.
+class DisplayLayerRequests : public DisplayLayer {
+  protected:
+    void request() {
+        layer_.requestMediaDataWhenReady(queue_, [this] {
+            ++calls_;
+            for (int i = 0; i < gives_ && layer_.isReadyForMoreMediaData(); ++i) {
+                layer_.enqueueSampleBuffer(sampleAt(nextTime_));
+                nextTime_ += 40;
+            }
+        });
+    }
+    int callsAfterService() {
+        calls_ = 0;
+        service();
+        queue_->runPending();
+        return calls_;
+    }
+
+    std::shared_ptr<dispatch::RunLoopQueue> queue_ =
+        std::make_shared<dispatch::RunLoopQueue>("provider");
+    int gives_ = 100;
+    int nextTime_ = 0;
+    int calls_ = 0;
+};
+
+TEST_F(DisplayLayerRequests, theBlockIsCalledAgainWheneverRoomAppears) {
+    setLine(0, 1);
+    request();
+    EXPECT_EQ(callsAfterService(), 1);
+    EXPECT_EQ(callsAfterService(), 1) << "the first frame has left the queue";
+    EXPECT_EQ(callsAfterService(), 0) << "full";
+    clock_->now_ += milliseconds(10);
+    EXPECT_EQ(callsAfterService(), 0);
+    clock_->now_ += milliseconds(30);
+    service();
+    EXPECT_EQ(callsAfterService(), 1);
+    layer_.flush();
+    EXPECT_EQ(callsAfterService(), 1);
+}
+
+TEST_F(DisplayLayerRequests, aBlockThatGaveLessThanThereIsRoomForIsCalledOn) {
+    gives_ = 1;
+    request();
+    EXPECT_EQ(callsAfterService(), 1);
+    EXPECT_EQ(callsAfterService(), 1);
+}
+
+TEST_F(DisplayLayerRequests, aBlockThatGaveNothingIsCalledAgainAfterAWhile) {
+    gives_ = 0;
+    request();
+    EXPECT_EQ(callsAfterService(), 1);
+    EXPECT_EQ(callsAfterService(), 0);
+    ASSERT_LT(wanted_, HostTime::max());
+    clock_->now_ = wanted_;
+    EXPECT_EQ(callsAfterService(), 1);
+}
+
+TEST_F(DisplayLayerRequests, noCallComesAfterTheRequestHasEnded) {
+    request();
+    service();
+    layer_.stopRequestingMediaData();
+    queue_->runPending();
+    EXPECT_EQ(calls_, 0);
+    layer_.stopRequestingMediaData();
+    request();
+    EXPECT_EQ(callsAfterService(), 1) << "a new request may follow at once";
+}
+
+/// Real clock, real thread: frames are shown in order, once each, near their times.
+TEST(DisplayLayerThread, playsOnTheSystemClock) {
+    const auto clock = HostClock::system();
+    SampleBufferDisplayLayer layer(clock);
+    std::mutex mutex;
+    std::condition_variable ended;
+    int time = 0;
+    bool isOver = false;
+    constexpr int kFrames = 30;
+    layer.setPresenter(std::make_shared<NullVideoPresenter>(clock));
+    const auto queue = dispatch::makeSerialQueue("frames");
+    layer.requestMediaDataWhenReady(queue, [&] {
+        while (layer.isReadyForMoreMediaData() && time < kFrames) {
+            layer.enqueueSampleBuffer(sampleAt(10 * time++, 10));
+        }
+        if (time == kFrames &&
+            layer.statistics().framesShown + layer.statistics().framesDropped >= kFrames) {
+            layer.stopRequestingMediaData();
+            const std::lock_guard lock(mutex);
+            isOver = true;
+            ended.notify_one();
+        }
+    });
+    layer.timelineDidChange({kCMTimeZero, clock->now() + milliseconds(50), 1},
+                            SynchronizedRenderer::Change::jumped);
+    {
+        std::unique_lock lock(mutex);
+        ASSERT_TRUE(ended.wait_for(lock, std::chrono::seconds(20), [&] { return isOver; }));
+    }
+    const auto statistics = layer.statistics();
+    EXPECT_EQ(statistics.framesShown + statistics.framesDropped, kFrames);
+    EXPECT_GE(statistics.framesShown, kFrames / 2U);
+    RecordProperty("meanFrameErrorMicroseconds", static_cast<int>(statistics.meanFrameError * 1e3));
+    RecordProperty("maxFrameErrorMicroseconds", static_cast<int>(statistics.maxFrameError * 1e3));
+    queue->sync([] {});
+}
+
+} // namespace
+} // namespace zelvane
