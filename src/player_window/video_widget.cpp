@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QSurfaceFormat>
 
+#include "player_window/placebo_video_widget.h"
 #include "player_window/raster_picture_maker.h"
 #include "player_window/raster_video_widget.h"
 
@@ -14,6 +15,12 @@ VideoWidget makeRasterVideoWidget(QWidget* parent) {
     auto maker = std::make_shared<RasterPictureMaker>();
     auto* widget = new RasterVideoWidget( // NOLINT(cppcoreguidelines-owning-memory): Qt's parent
         parent, [maker](const PresentedFrame& frame) { return maker->make(frame); });
+    return {widget, widget->presenter()};
+}
+
+VideoWidget makePlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL) {
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): Qt's parent
+    auto* widget = new PlaceboVideoWidget(parent, softwareGL);
     return {widget, widget->presenter()};
 }
 
@@ -29,7 +36,11 @@ void prepareApplication() {
 }
 
 VideoWidget makeVideoWidget(QWidget* parent) {
-    return makeRasterVideoWidget(parent);
+    const auto softwareGL = qEnvironmentVariableIntValue("ZELVANE_ALLOW_SOFTWARE_GL") != 0
+                                ? PlaceboRenderer::SoftwareGL::allowed
+                                : PlaceboRenderer::SoftwareGL::refused;
+    return PlaceboVideoWidget::isWorthwhile(softwareGL) ? makePlaceboVideoWidget(parent, softwareGL)
+                                                        : makeRasterVideoWidget(parent);
 }
 
 } // namespace zelvane

@@ -11,6 +11,7 @@ extern "C" {
 #include <libplacebo/log.h>
 #include <libplacebo/opengl.h>
 #include <libplacebo/renderer.h>
+#include <libplacebo/tone_mapping.h>
 #include <libplacebo/utils/upload.h>
 }
 #pragma GCC diagnostic pop

@@ -72,6 +72,19 @@ class WrappedFramebuffer {
     pl_tex texture_ = nullptr;
 };
 
+/// How pictures brighter than the screen, or of more colours than it has, are brought into its
+/// range: per channel by the curve of ITU-R BT.2390 with a late knee, and what still lies outside
+/// is clipped. The rules of the surface that works on the processor, so that a film looks the same
+/// on both.
+pl_color_map_params colorMapping() {
+    pl_color_map_params params = pl_color_map_default_params;
+    params.tone_mapping_function = &pl_tone_map_bt2390;
+    params.tone_mapping_mode = PL_TONE_MAP_RGB;
+    params.tone_mapping_crosstalk = 0;
+    params.gamut_mode = PL_GAMUT_CLIP;
+    return params;
+}
+
 pl_icc_profile profileOver(std::span<const std::uint8_t> bytes) {
     pl_icc_profile profile{};
     if (!bytes.empty()) {
@@ -156,7 +169,9 @@ class PlaceboRenderer::Graphics {
         const auto height = static_cast<float>(uploaded_->height());
         image.crop = {target.isMirrored ? width : 0, 0, target.isMirrored ? 0 : width, height};
         image.rotation = target.quarterTurns;
-        return pl_render_image(renderer_.get(), &image, &frame, &pl_render_default_params);
+        pl_render_params params = pl_render_default_params;
+        params.color_map_params = &colorMapping_;
+        return pl_render_image(renderer_.get(), &image, &frame, &params);
     }
 
     void clear(const Target& target) {
@@ -187,6 +202,7 @@ class PlaceboRenderer::Graphics {
     Owned<pl_opengl, pl_opengl_destroy> openGL_;
     std::unique_ptr<Textures> textures_;
     Owned<pl_renderer, pl_renderer_destroy> renderer_;
+    const pl_color_map_params colorMapping_ = colorMapping();
     std::vector<std::uint8_t> displayProfile_;
     /// Keeps what the image points to.
     CVPixelBufferRef uploaded_;

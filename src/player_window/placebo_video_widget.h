@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include <QOpenGLWidget>
+
+#include "platform/video_placebo/placebo_renderer.h"
+#include "player_window/surface_presenter.h"
+
+namespace zelvane {
+
+using PlaceboPresenter = SurfacePresenter<CVPixelBufferRef>;
+
+/// A video surface on the graphics processor: frames reach it as they were decoded, and colour,
+/// scaling and turning are its work. Main thread.
+class PlaceboVideoWidget final : public QOpenGLWidget {
+  public:
+    PlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL,
+                       std::shared_ptr<HostClock> clock = HostClock::system());
+    ~PlaceboVideoWidget() override;
+    PlaceboVideoWidget(const PlaceboVideoWidget&) = delete;
+    PlaceboVideoWidget& operator=(const PlaceboVideoWidget&) = delete;
+
+    std::shared_ptr<VideoPresenter> presenter() const { return presenter_; }
+
+    /// Whether this machine draws such a surface faster than the processor would. Makes a context
+    /// off the screen to ask it.
+    static bool isWorthwhile(PlaceboRenderer::SoftwareGL softwareGL);
+
+  protected:
+    bool event(QEvent* event) override;
+    void initializeGL() override;
+    void paintGL() override;
+
+  private:
+    void drawNewest();
+    void bindToWindow();
+    void releaseGraphics();
+    PlaceboRenderer::Target targetFor(const PlaceboPresenter::Content& content) const;
+
+    const PlaceboRenderer::SoftwareGL softwareGL_;
+    std::shared_ptr<PlaceboPresenter> presenter_;
+    std::unique_ptr<PlaceboRenderer> renderer_;
+    std::atomic<bool> isWoken_{false};
+    bool didChangeWindow_ = false;
+    QMetaObject::Connection contextGoes_;
+};
+
+} // namespace zelvane
