@@ -31,7 +31,7 @@ struct AudioOutputPosition {
 
 /// The seam to one sound device: a buffer of frames that plays while it is started. Any thread may
 /// call and no call waits for the device; events come on any thread, and a handler must not call
-/// back.
+/// back, but for state().
 class AudioOutput {
   public:
     enum class Event {

@@ -239,10 +239,8 @@ double DeviceAudioPlayer::framesAhead() const {
 /// Sound first. When there is not enough, silence only once the device is about to run dry, so that
 /// the frames that are heard keep to the line whatever happens.
 void DeviceAudioPlayer::refill() {
-    const auto before = framesWritten_;
-    fill(false);
     const HostTime now = hostClock_->now();
-    if (framesWritten_ > before) {
+    if (fill(false)) {
         isStarved_ = false;
         silentSince_.reset();
     }
@@ -261,15 +259,19 @@ void DeviceAudioPlayer::refill() {
     fill(true);
 }
 
-void DeviceAudioPlayer::fill(bool fillsSilence) {
+/// Whether there was sound to read.
+bool DeviceAudioPlayer::fill(bool fillsSilence) {
     const auto room = output_.writableFrames();
     const auto channels = static_cast<std::size_t>(format_.channelCount());
     scratch_.resize(room * channels);
-    const auto made =
-        chain_->render([this](AudioQueue::Cursor& cursor,
-                              std::int64_t maxFrames) { return source_.read(cursor, maxFrames); },
-                       scratch_, fillsSilence);
-    write(made);
+    bool hasRead = false;
+    const auto reader = [&](AudioQueue::Cursor& cursor, std::int64_t maxFrames) {
+        auto chunk = source_.read(cursor, maxFrames);
+        hasRead = hasRead || chunk.has_value();
+        return chunk;
+    };
+    write(chain_->render(reader, scratch_, fillsSilence));
+    return hasRead;
 }
 
 void DeviceAudioPlayer::writeSilence(std::size_t frames) {

@@ -76,7 +76,7 @@ class DeviceAudioPlayer {
     void continueJoining();
     void continuePlaying();
     void measure();
-    void fill(bool fillsSilence);
+    bool fill(bool fillsSilence);
     void refill();
     void writeSilence(std::size_t frames);
     void write(std::size_t frames);
