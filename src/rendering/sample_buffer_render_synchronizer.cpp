@@ -66,7 +66,8 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
             master_ = std::move(master);
             master_->setTimelineControl(self);
             // One that comes while time runs joins the running line.
-            master_->timelineWillChange({generation_, anchor_.time, requestedRate_, false});
+            master_->timelineWillChange(
+                {generation_, anchor_.timeAt(hostClock_->now()), anchor_.rate, false});
         }
         renderer->timelineDidChange(anchor_, SynchronizedRenderer::Change::jumped);
         renderers_.push_back(std::move(renderer));
@@ -76,10 +77,12 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
     bool setRate(double rate, const std::optional<CMTime>& time) {
         const std::lock_guard change(changeMutex_);
         const HostTime now = hostClock_->now();
-        const bool isRunning = anchor_.rate > 0;
-        const TimelineRequest request{generation_ + 1, time.value_or(anchor_.timeAt(now)), rate,
-                                      rate > 0 && (time || !isRunning)};
         const bool rateChanges = rate != requestedRate_;
+        if (!rateChanges && !time) {
+            return false;
+        }
+        const TimelineRequest request{generation_ + 1, time.value_or(anchor_.timeAt(now)), rate,
+                                      rate > 0};
         {
             const std::lock_guard state(stateMutex_);
             generation_ = request.generation;

@@ -11,14 +11,13 @@ namespace zelvane {
 /// The clock: one straight line between media time and the monotonic clock, replaced at every
 /// change.
 ///
-///              setRate(r > 0)                    begin(), or kStartTimeout
-///   standing ------------------> [a master that answers true] waiting -----------> running
-///      ^  \                                                                       |   ^  |
-///      |   `--- no master, or it answers false -----------------------------------'   |  |
-///      |                                            setRate(r > 0): at once, no wait --'  |
-///      '------------------------------- setRate(0) --------------------------------------'
+///                      setRate(r > 0), a master answers true        begin(), or kStartTimeout
+///   standing, running ----------------------------------> waiting ----------------------> running
+///   standing, waiting, running --- setRate(r > 0), no master or it answers false -------> running
+///   waiting, running  --- setRate(0) ---> standing
 ///
-/// setRate(r, time) leads from each state to waiting, running or standing in the same way.
+/// Waiting, the time stands; it lasts as long as a device takes to sound, some tens of
+/// milliseconds.
 ///
 /// Must not be destroyed by one of its own timer's calls; observers' blocks, which run on their
 /// queues, may hold the last reference.

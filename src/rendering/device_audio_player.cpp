@@ -1,0 +1,327 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "rendering/device_audio_player.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace zelvane {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// From the decision to play on a running clock to the first sound. It covers the silence that is
+/// written first, with room to make the sound in.
+constexpr HostDuration kJoinLead = milliseconds(250);
+constexpr HostDuration kMaximumJoinLead = std::chrono::seconds(2);
+constexpr double kJoinSilence = 0.2;
+/// While more than this is still to be heard, sound that is missing may yet come.
+constexpr double kReserve = 0.08;
+/// A device that has nothing to play for so long may sleep.
+constexpr HostDuration kSilenceBeforeSleep = std::chrono::seconds(2);
+/// Beyond this a device is not off its pace but was interrupted, and sound moves to the clock.
+constexpr double kInterruption = 0.05;
+/// Less is the jitter of the measurements.
+constexpr HostDuration kSteeringInterval = milliseconds(100);
+/// How fast the clock goes to where the sound is: what is left shrinks to a third each second,
+/// never faster than a hundredth of its speed, which nobody sees.
+constexpr double kSteeringSeconds = 1;
+constexpr double kMaximumSteering = 0.01;
+/// Slopes nearer than this to the present one are not worth telling.
+constexpr double kSlopeStep = 2e-5;
+
+} // namespace
+
+DeviceAudioPlayer::DeviceAudioPlayer(AudioOutput& output, Source& source,
+                                     std::shared_ptr<HostClock> hostClock)
+    : output_(output), source_(source), hostClock_(std::move(hostClock)), joinLead_(kJoinLead) {}
+
+void DeviceAudioPlayer::service(const std::vector<AudioOutput::Event>& events,
+                                const Situation& situation) {
+    for (const auto event : events) {
+        handle(event);
+    }
+    const auto old = std::exchange(situation_, situation);
+    const bool changes = old.request.generation != situation.request.generation;
+    if (changes || old.flushCount != situation.flushCount) {
+        halt();
+    }
+    if (phase_ == Phase::idle) {
+        considerStart();
+    }
+    switch (phase_) {
+    case Phase::idle:
+        considerJoin();
+        break;
+    case Phase::starting:
+        continueStarting();
+        break;
+    case Phase::joining:
+        continueJoining();
+        break;
+    case Phase::playing:
+        continuePlaying();
+        break;
+    }
+}
+
+void DeviceAudioPlayer::handle(AudioOutput::Event event) {
+    switch (event) {
+    case AudioOutput::Event::needsService:
+        return;
+    case AudioOutput::Event::underflowed:
+        if (phase_ == Phase::idle) {
+            return;
+        }
+        ++statistics_.underruns;
+        break;
+    case AudioOutput::Event::moved:
+    case AudioOutput::Event::lost:
+        if (phase_ == Phase::idle) {
+            return;
+        }
+        source_.soundWasLost(clockTime());
+        break;
+    case AudioOutput::Event::settled:
+        break;
+    }
+    if (phase_ == Phase::starting) {
+        beginWithoutSound();
+    }
+    halt();
+}
+
+void DeviceAudioPlayer::halt() {
+    phase_ = Phase::idle;
+    releaseClock();
+    chain_.reset();
+    output_.stop();
+    output_.flush();
+    framesWritten_ = 0;
+    latestMeasurement_.reset();
+}
+
+/// With nothing heard to follow, the clock goes on at the very rate that was asked for.
+void DeviceAudioPlayer::releaseClock() {
+    const double rate = situation_.request.rate;
+    const auto control = source_.control();
+    if (control && clockRuns() && rate > 0 && source_.anchor().rate != rate) {
+        control->steer(situation_.request.generation, rate);
+    }
+}
+
+void DeviceAudioPlayer::beginWithoutSound() {
+    if (const auto control = source_.control()) {
+        control->begin(situation_.request.generation, hostClock_->now());
+    }
+}
+
+bool DeviceAudioPlayer::clockRuns() const {
+    return source_.anchor().rate > 0;
+}
+
+CMTime DeviceAudioPlayer::clockTime() const {
+    return source_.anchor().timeAt(hostClock_->now());
+}
+
+CMTime DeviceAudioPlayer::mediaTimeOf(double frame) const {
+    const double seconds = (frame - lineFrame_) * situation_.request.rate / format_.sampleRate;
+    return lineTime_ + CMTime(std::llround(seconds * 1e9), 1'000'000'000);
+}
+
+void DeviceAudioPlayer::considerStart() {
+    if (!situation_.request.mayWait || clockRuns()) {
+        return;
+    }
+    const auto state = output_.state();
+    if (state == AudioOutput::State::opening) {
+        return;
+    }
+    if (state == AudioOutput::State::ready && source_.hasDataAfter(situation_.request.time)) {
+        startFilled();
+    } else {
+        beginWithoutSound();
+    }
+}
+
+void DeviceAudioPlayer::prepare(const CMTime& time) {
+    format_ = output_.format();
+    chain_ = std::make_unique<AudioRenderChain>(format_, time, situation_.request.rate,
+                                                situation_.algorithm);
+    estimate_ = LinearClockEstimate(format_.sampleRate);
+    lineTime_ = time;
+    lineFrame_ = 0;
+    isStarved_ = false;
+    silentSince_.reset();
+}
+
+void DeviceAudioPlayer::startFilled() {
+    prepare(situation_.request.time);
+    phase_ = Phase::starting;
+    fill(true);
+    output_.start();
+}
+
+void DeviceAudioPlayer::continueStarting() {
+    measure();
+    if (estimate_.isEmpty()) {
+        return;
+    }
+    if (clockRuns()) {
+        // It did not wait for a device this slow.
+        halt();
+        considerJoin();
+        return;
+    }
+    phase_ = Phase::playing;
+    joinLead_ = kJoinLead;
+    if (const auto control = source_.control()) {
+        control->begin(situation_.request.generation, estimate_.hostTimeOf(0));
+    }
+    refill();
+}
+
+void DeviceAudioPlayer::considerJoin() {
+    if (clockRuns() && output_.state() == AudioOutput::State::ready &&
+        source_.hasDataAfter(clockTime())) {
+        join();
+    }
+}
+
+void DeviceAudioPlayer::join() {
+    ++statistics_.joins;
+    prepare(source_.anchor().timeAt(hostClock_->now() + joinLead_));
+    phase_ = Phase::joining;
+    writeSilence(static_cast<std::size_t>(kJoinSilence * format_.sampleRate));
+    output_.start();
+}
+
+void DeviceAudioPlayer::continueJoining() {
+    measure();
+    if (estimate_.isEmpty()) {
+        return;
+    }
+    const HostTime due = source_.anchor().hostTimeOf(lineTime_);
+    const auto frame =
+        due == HostTime::max() ? std::int64_t{-1} : std::llround(estimate_.frameAt(due));
+    if (frame < framesWritten_) {
+        joinLead_ = std::min(joinLead_ * 2, kMaximumJoinLead);
+        halt();
+        considerJoin();
+        return;
+    }
+    writeSilence(static_cast<std::size_t>(frame - framesWritten_));
+    lineFrame_ = static_cast<double>(frame);
+    phase_ = Phase::playing;
+    refill();
+}
+
+void DeviceAudioPlayer::continuePlaying() {
+    measure();
+    steer();
+    if (phase_ == Phase::playing) {
+        refill();
+    }
+}
+
+void DeviceAudioPlayer::measure() {
+    const auto position = output_.position();
+    if (position && (!latestMeasurement_ || position->hostTime > *latestMeasurement_)) {
+        latestMeasurement_ = position->hostTime;
+        estimate_.add(position->frame, position->hostTime);
+    }
+}
+
+double DeviceAudioPlayer::framesAhead() const {
+    return static_cast<double>(framesWritten_) - estimate_.frameAt(hostClock_->now());
+}
+
+/// Sound first. When there is not enough, silence only once the device is about to run dry, so that
+/// the frames that are heard keep to the line whatever happens.
+void DeviceAudioPlayer::refill() {
+    const HostTime now = hostClock_->now();
+    if (fill(false)) {
+        isStarved_ = false;
+        silentSince_.reset();
+    }
+    if (framesAhead() > kReserve * format_.sampleRate) {
+        return;
+    }
+    if (!isStarved_ && source_.expectsMore()) {
+        ++statistics_.underruns;
+    }
+    isStarved_ = true;
+    silentSince_ = silentSince_.value_or(now);
+    if (now - *silentSince_ > kSilenceBeforeSleep) {
+        halt();
+        return;
+    }
+    fill(true);
+}
+
+/// Whether there was sound to read.
+bool DeviceAudioPlayer::fill(bool fillsSilence) {
+    const auto room = output_.writableFrames();
+    const auto channels = static_cast<std::size_t>(format_.channelCount());
+    scratch_.resize(room * channels);
+    bool hasRead = false;
+    const auto reader = [&](AudioQueue::Cursor& cursor, std::int64_t maxFrames) {
+        auto chunk = source_.read(cursor, maxFrames);
+        hasRead = hasRead || chunk.has_value();
+        return chunk;
+    };
+    write(chain_->render(reader, scratch_, fillsSilence));
+    return hasRead;
+}
+
+void DeviceAudioPlayer::writeSilence(std::size_t frames) {
+    scratch_.assign(frames * static_cast<std::size_t>(format_.channelCount()), 0.0F);
+    write(frames);
+}
+
+void DeviceAudioPlayer::write(std::size_t frames) {
+    if (frames > 0) {
+        output_.write(
+            std::span(scratch_).first(frames * static_cast<std::size_t>(format_.channelCount())));
+        framesWritten_ += static_cast<std::int64_t>(frames);
+    }
+}
+
+void DeviceAudioPlayer::steer() {
+    const TimelineAnchor anchor = source_.anchor();
+    if (!latestMeasurement_ || *latestMeasurement_ < anchor.hostTime ||
+        *latestMeasurement_ - steeredAt_ < kSteeringInterval) {
+        return;
+    }
+    const HostTime now = *latestMeasurement_;
+    const CMTime heard = mediaTimeOf(estimate_.frameAt(now));
+    const double clockAhead = (anchor.timeAt(now) - heard).seconds();
+    noteClockError(std::abs(clockAhead));
+    if (std::abs(clockAhead) > kInterruption * situation_.request.rate) {
+        halt();
+        considerJoin();
+    } else {
+        steerBy(clockAhead);
+    }
+    steeredAt_ = now;
+}
+
+void DeviceAudioPlayer::steerBy(double clockAhead) {
+    const double rate = situation_.request.rate;
+    const double heardSlope = rate * estimate_.rate() / format_.sampleRate;
+    const double slope = std::clamp(heardSlope - clockAhead / kSteeringSeconds,
+                                    rate * (1 - kMaximumSteering), rate * (1 + kMaximumSteering));
+    const auto control = source_.control();
+    if (control && std::abs(slope - source_.anchor().rate) > kSlopeStep * rate) {
+        control->steer(situation_.request.generation, slope);
+    }
+}
+
+void DeviceAudioPlayer::noteClockError(double error) {
+    ++statistics_.clockErrorCount;
+    statistics_.maxClockError = std::max(statistics_.maxClockError, error);
+    statistics_.meanClockError +=
+        (error - statistics_.meanClockError) / static_cast<double>(statistics_.clockErrorCount);
+}
+
+} // namespace zelvane

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "rendering/audio_output.h"
+
+namespace zelvane {
+
+/// The preferred output whenever it is there, and the other one, which always is, whenever it is
+/// not. Any thread, if that is so of both.
+class FallbackAudioOutput final : public AudioOutput {
+  public:
+    FallbackAudioOutput(std::unique_ptr<AudioOutput> preferred,
+                        std::unique_ptr<AudioOutput> fallback);
+
+    void open(EventHandler handler) override;
+    void setDevice(std::optional<std::string> uniqueID) override;
+    State state() const override;
+    AudioOutputFormat format() const override { return active().format(); }
+    std::size_t writableFrames() const override { return active().writableFrames(); }
+    void write(std::span<const float> samples) override { active().write(samples); }
+    void start() override { active().start(); }
+    void stop() override { active().stop(); }
+    void flush() override { active().flush(); }
+    std::optional<AudioOutputPosition> position() const override { return active().position(); }
+
+  private:
+    AudioOutput& active() const { return usesFallback_ ? *fallback_ : *preferred_; }
+    void preferredDid(Event event);
+
+    EventHandler handler_;
+    std::atomic<bool> usesFallback_{false};
+    // Destroyed before what their events use.
+    std::unique_ptr<AudioOutput> fallback_;
+    std::unique_ptr<AudioOutput> preferred_;
+};
+
+} // namespace zelvane

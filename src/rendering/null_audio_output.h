@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <mutex>
+
+#include "rendering/audio_output.h"
+#include "rendering/wake_timer.h"
+
+namespace zelvane {
+
+/// A device that nobody hears: it plays on the monotonic clock, starts at once and is always there.
+/// Any thread.
+class NullAudioOutput final : public AudioOutput {
+  public:
+    explicit NullAudioOutput(std::shared_ptr<HostClock> hostClock = HostClock::system(),
+                             std::unique_ptr<WakeTimer> timer = WakeTimer::makeThread(),
+                             AudioOutputFormat format = {});
+
+    void open(EventHandler handler) override;
+    void setDevice(std::optional<std::string>) override {}
+    State state() const override { return State::ready; }
+    AudioOutputFormat format() const override { return format_; }
+    std::size_t writableFrames() const override;
+    void write(std::span<const float> samples) override;
+    void start() override;
+    void stop() override;
+    void flush() override;
+    std::optional<AudioOutputPosition> position() const override;
+
+  private:
+    double playedFrames() const;
+    void tick();
+
+    const std::shared_ptr<HostClock> hostClock_;
+    const AudioOutputFormat format_;
+    mutable std::mutex mutex_;
+    std::size_t written_ = 0;
+    double playedBeforeStart_ = 0;
+    std::optional<HostTime> startedAt_;
+    bool isUnderflowing_ = false;
+    EventHandler handler_;
+    /// Goes first: its thread uses all of the above.
+    std::unique_ptr<WakeTimer> timer_;
+};
+
+} // namespace zelvane

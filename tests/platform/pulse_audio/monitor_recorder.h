@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "foundation/host_clock.h"
+#include "platform/pulse_audio/pulse_handles.h"
+
+namespace zelvane::test {
+
+/// Records what a sink plays, over a connection of its own, and knows when each frame is heard.
+class MonitorRecorder {
+  public:
+    /// Returns once the recording runs.
+    MonitorRecorder(const std::string& server, const std::string& sink);
+    ~MonitorRecorder();
+    MonitorRecorder(const MonitorRecorder&) = delete;
+    MonitorRecorder& operator=(const MonitorRecorder&) = delete;
+
+    struct Recording {
+        static constexpr double kRate = 48000;
+        /// Of the first channel.
+        std::vector<float> samples;
+        HostTime firstHeardAt{0};
+
+        HostTime timeOf(double frame) const;
+        /// The middles, by energy, of bursts that reach `level` and lie 0.2 s apart at least.
+        std::vector<HostTime> clicks(float level) const;
+        /// The frequency of the tone in it.
+        double pitch() const;
+    };
+    Recording recording();
+
+  private:
+    void read();
+    void measure();
+
+    pulse::Mainloop mainloop_;
+    pulse::Context context_;
+    pulse::Stream stream_;
+    std::vector<float> samples_;
+    /// Host times of the first frame, as each measurement has it.
+    std::vector<HostTime> estimates_;
+};
+
+} // namespace zelvane::test
