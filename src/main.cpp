@@ -43,7 +43,7 @@ void drainMainQueue() {
     }
 }
 
-int run(const QApplication& application) {
+int run() {
     const auto urls = requestedFiles(QApplication::arguments());
     std::vector<std::shared_ptr<MediaPlayerDocument>> documents;
     auto open = urls.size();
@@ -78,5 +78,5 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     zelvane::dispatch::setMainQueue(std::make_shared<zelvane::QtMainQueue>());
     zelvane::UserDefaults::shared().setStore(std::make_unique<zelvane::SettingsStore>());
-    return zelvane::run(application);
+    return zelvane::run();
 }

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QEventLoop>
+#include <QTimer>
 
 #include "application/qt_main_queue.h"
 #include "main_loop.h"
@@ -22,10 +23,11 @@ class DesktopMainLoop final : public MainLoop {
     }
 
     void runUntil(const std::function<bool()>& done, Deadline deadline) override {
-        constexpr int kStep = 50;
+        // Waiting for events ends with an event only: the timer sees to it that the deadline is seen.
+        QTimer timer;
+        timer.start(std::chrono::milliseconds(20));
         while (!done() && std::chrono::steady_clock::now() < deadline) {
-            QApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents,
-                                        kStep);
+            QApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents);
         }
     }
     std::shared_ptr<VideoPresenter> openWindow(const CGSize& pictureSize) override {
