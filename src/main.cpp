@@ -13,6 +13,7 @@
 #include "application/media_player_document.h"
 #include "application/qt_main_queue.h"
 #include "application/settings_store.h"
+#include "core_media/ffmpeg_log.h"
 #include "foundation/dispatch.h"
 #include "foundation/user_defaults.h"
 #include "player_window/video_widget.h"
@@ -71,6 +72,7 @@ int run() {
 } // namespace zelvane
 
 int main(int argc, char** argv) {
+    zelvane::quietFFmpegLog();
     zelvane::prepareApplication();
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("zelvane-player"));

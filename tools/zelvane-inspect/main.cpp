@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "core_media/ffmpeg_log.h"
 #include "json_text.h"
 
 namespace zelvane::inspect {
@@ -57,5 +58,6 @@ int run(int argc, char** argv) {
 } // namespace zelvane::inspect
 
 int main(int argc, char** argv) {
+    zelvane::quietFFmpegLog();
     return zelvane::inspect::run(argc, argv);
 }
