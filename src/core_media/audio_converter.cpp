@@ -64,7 +64,8 @@ OSStatus AudioConverter::create(const AudioStreamBasicDescription& source,
         interleaved(source) != destination || source.mChannelsPerFrame == 0 || !hasKnownSize) {
         return kAudioConverterErr_FormatNotSupported;
     }
-    converter.reset(new AudioConverter(source.mChannelsPerFrame, size));
+    converter =
+        std::unique_ptr<const AudioConverter>(new AudioConverter(source.mChannelsPerFrame, size));
     return kNoErr;
 }
 
