@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "core_media/audio_converter.h"
 
+#include <array>
 #include <cstring>
 
 namespace zelvane {
@@ -13,43 +14,66 @@ AudioStreamBasicDescription interleaved(AudioStreamBasicDescription description)
     return description;
 }
 
-/// Channel after channel: a call converts about a codec's frame, which stays in the nearest cache.
 template <class Sample>
-void interleave(std::size_t frameCount, std::span<const std::uint8_t* const> channels,
-                std::uint8_t* output) {
-    const std::size_t stride = channels.size() * sizeof(Sample);
-    for (const std::uint8_t* source : channels) {
-        std::uint8_t* target = output;
-        for (std::size_t frame = 0; frame < frameCount; ++frame) {
-            std::memcpy(target, source, sizeof(Sample));
-            source += sizeof(Sample);
-            target += stride;
+Sample load(const std::uint8_t* source, std::size_t index) {
+    Sample sample;
+    std::memcpy(&sample, source + index * sizeof(Sample), sizeof(Sample));
+    return sample;
+}
+
+/// Two channels, in tiles of a fixed size that compilers turn into vector code. Frames lie `stride`
+/// bytes apart in the output; a pair that is all of its frame is written in whole tiles.
+template <class Sample>
+void interleavePair(std::size_t frameCount, const std::uint8_t* left, const std::uint8_t* right,
+                    std::size_t stride, std::uint8_t* output) {
+    constexpr std::size_t kTile = 16;
+    constexpr std::size_t kPairSize = 2 * sizeof(Sample);
+    std::array<Sample, kTile> lefts;
+    std::array<Sample, kTile> rights;
+    std::array<Sample, 2 * kTile> both;
+    std::size_t frame = 0;
+    for (; frame + kTile <= frameCount; frame += kTile) {
+        std::memcpy(lefts.data(), left + frame * sizeof(Sample), sizeof(lefts));
+        std::memcpy(rights.data(), right + frame * sizeof(Sample), sizeof(rights));
+        for (std::size_t i = 0; i < kTile; ++i) {
+            both[2 * i] = lefts[i];
+            both[2 * i + 1] = rights[i];
         }
-        output += sizeof(Sample);
+        std::uint8_t* target = output + frame * stride;
+        if (stride == kPairSize) {
+            std::memcpy(target, both.data(), sizeof(both));
+            continue;
+        }
+        for (std::size_t i = 0; i < kTile; ++i) {
+            std::memcpy(target + i * stride, &both[2 * i], kPairSize);
+        }
+    }
+    for (; frame < frameCount; ++frame) {
+        const std::array<Sample, 2> pair{load<Sample>(left, frame), load<Sample>(right, frame)};
+        std::memcpy(output + frame * stride, pair.data(), kPairSize);
     }
 }
 
-/// The most common shape by far is worth a loop that compilers vectorise.
 template <class Sample>
-void interleavePair(std::size_t frameCount, const std::uint8_t* left, const std::uint8_t* right,
-                    std::uint8_t* output) {
+void spread(std::size_t frameCount, const std::uint8_t* source, std::size_t stride,
+            std::uint8_t* output) {
     for (std::size_t frame = 0; frame < frameCount; ++frame) {
-        std::memcpy(output + 2 * frame * sizeof(Sample), left + frame * sizeof(Sample),
-                    sizeof(Sample));
-        std::memcpy(output + (2 * frame + 1) * sizeof(Sample), right + frame * sizeof(Sample),
-                    sizeof(Sample));
+        const Sample sample = load<Sample>(source, frame);
+        std::memcpy(output + frame * stride, &sample, sizeof(Sample));
     }
 }
 
 template <class Sample>
 void convert(std::size_t frameCount, std::span<const std::uint8_t* const> channels,
              std::uint8_t* output) {
-    if (channels.size() == 1) {
-        std::memcpy(output, channels[0], frameCount * sizeof(Sample));
-    } else if (channels.size() == 2) {
-        interleavePair<Sample>(frameCount, channels[0], channels[1], output);
-    } else {
-        interleave<Sample>(frameCount, channels, output);
+    const std::size_t stride = channels.size() * sizeof(Sample);
+    std::size_t channel = 0;
+    for (; channel + 1 < channels.size(); channel += 2) {
+        interleavePair<Sample>(frameCount, channels[channel], channels[channel + 1], stride,
+                               output + channel * sizeof(Sample));
+    }
+    if (channel < channels.size()) {
+        spread<Sample>(frameCount, channels[channel], stride, output + channel * sizeof(Sample));
     }
 }
 
@@ -64,7 +88,8 @@ OSStatus AudioConverter::create(const AudioStreamBasicDescription& source,
         interleaved(source) != destination || source.mChannelsPerFrame == 0 || !hasKnownSize) {
         return kAudioConverterErr_FormatNotSupported;
     }
-    converter.reset(new AudioConverter(source.mChannelsPerFrame, size));
+    converter =
+        std::unique_ptr<const AudioConverter>(new AudioConverter(source.mChannelsPerFrame, size));
     return kNoErr;
 }
 

@@ -5,22 +5,24 @@
 
 namespace zelvane {
 
-OSStatus CMFormatDescription::createForImageBuffer(
-    const CVPixelBuffer& pixelBuffer, std::shared_ptr<const CMFormatDescription>& description) {
-    description.reset(new CMFormatDescription(
+OSStatus
+CMFormatDescription::createForImageBuffer(const CVPixelBuffer& pixelBuffer,
+                                          std::shared_ptr<const CMFormatDescription>& description) {
+    description = CMFormatDescriptionRef(new CMFormatDescription(
         Video{pixelBuffer.pixelFormat(), pixelBuffer.width(), pixelBuffer.height()}));
     return kNoErr;
 }
 
-OSStatus CMFormatDescription::createForAudio(
-    Audio audio, std::shared_ptr<const CMFormatDescription>& description) {
+OSStatus
+CMFormatDescription::createForAudio(Audio audio,
+                                    std::shared_ptr<const CMFormatDescription>& description) {
     const auto& stream = audio.streamDescription;
     const bool channelsAgree = (audio.channelLayoutTag & 0xffff) == stream.mChannelsPerFrame;
     if (!(stream.mSampleRate > 0) || stream.mBytesPerFrame == 0 || stream.mChannelsPerFrame == 0 ||
         !channelsAgree) {
         return kCMFormatDescriptionError_InvalidParameter;
     }
-    description.reset(new CMFormatDescription(std::move(audio)));
+    description = CMFormatDescriptionRef(new CMFormatDescription(std::move(audio)));
     return kNoErr;
 }
 

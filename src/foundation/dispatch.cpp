@@ -90,8 +90,9 @@ class Turn {
 
 } // namespace
 
-/// One owner at a time runs a task: the queue's thread or a thread inside sync. Who ends a task hands
-/// ownership to the first of the line: to the queue's thread for a task, to the waiter for a sync.
+/// One owner at a time runs a task: the queue's thread or a thread inside sync. Who ends a task
+/// hands ownership to the first of the line: to the queue's thread for a task, to the waiter for a
+/// sync.
 class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::State> {
   public:
     State(std::string label, QualityOfService qos) : label_(std::move(label)), qos_(qos) {}
@@ -205,14 +206,22 @@ class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::Stat
 
 SerialQueue::SerialQueue(std::string label, QualityOfService qos)
     : state_(std::make_shared<State>(std::move(label), qos)) {}
-SerialQueue::~SerialQueue() { state_->close(); }
-void SerialQueue::async(Task task) { state_->async(std::move(task)); }
+SerialQueue::~SerialQueue() {
+    state_->close();
+}
+void SerialQueue::async(Task task) {
+    state_->async(std::move(task));
+}
 void SerialQueue::syncTask(const Task& task) {
     const auto state = state_;
     state->sync(task);
 }
-bool SerialQueue::isCurrent() const { return isCurrentQueue(state_.get()); }
-const std::string& SerialQueue::label() const { return state_->label(); }
+bool SerialQueue::isCurrent() const {
+    return isCurrentQueue(state_.get());
+}
+const std::string& SerialQueue::label() const {
+    return state_->label();
+}
 
 std::shared_ptr<SerialQueue> makeSerialQueue(std::string label, QualityOfService qos) {
     return std::make_shared<SerialQueue>(std::move(label), qos);
@@ -351,7 +360,9 @@ void RunLoopQueue::syncTask(const Task& task) {
     turn.await();
 }
 
-bool RunLoopQueue::isCurrent() const { return isCurrentQueue(this); }
+bool RunLoopQueue::isCurrent() const {
+    return isCurrentQueue(this);
+}
 
 bool RunLoopQueue::runOne() {
     const CurrentScope scope(this);

@@ -14,8 +14,7 @@ struct NotificationObserver::Registration {
     std::atomic<bool> isActive{true};
 
     bool wants(const Notification& notification) const {
-        return name == notification.name &&
-               (object == nullptr || object == notification.object);
+        return name == notification.name && (object == nullptr || object == notification.object);
     }
 };
 

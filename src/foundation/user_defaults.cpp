@@ -62,12 +62,11 @@ void UserDefaults::setStore(std::unique_ptr<UserDefaultsStore> store) {
 
 void UserDefaults::registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) {
     const std::lock_guard lock(mutex_);
-    for (auto& [key, value] : defaults) {
-        registered_.insert_or_assign(key, std::move(value));
-    }
+    defaults.merge(registered_);
+    registered_ = std::move(defaults);
 }
 
-void UserDefaults::set(std::string_view key, std::optional<DefaultsValue> value) {
+void UserDefaults::set(std::string_view key, const std::optional<DefaultsValue>& value) {
     const std::lock_guard lock(mutex_);
     store_->write(key, value);
 }
@@ -81,7 +80,9 @@ std::optional<DefaultsValue> UserDefaults::value(std::string_view key) const {
     return found == registered_.end() ? std::nullopt : std::optional(found->second);
 }
 
-bool UserDefaults::boolForKey(std::string_view key) const { return doubleForKey(key) != 0; }
+bool UserDefaults::boolForKey(std::string_view key) const {
+    return doubleForKey(key) != 0;
+}
 
 std::int64_t UserDefaults::integerForKey(std::string_view key) const {
     const auto found = value(key);

@@ -37,7 +37,7 @@ class UserDefaults {
     void setStore(std::unique_ptr<UserDefaultsStore> store);
 
     void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults);
-    void set(std::string_view key, std::optional<DefaultsValue> value);
+    void set(std::string_view key, const std::optional<DefaultsValue>& value);
     std::optional<DefaultsValue> value(std::string_view key) const;
 
     /// The value as that type; a number or text converts as far as it means one. False, 0 or empty

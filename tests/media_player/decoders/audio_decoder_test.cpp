@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <fstream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -385,6 +386,48 @@ TEST(AudioDecoder, aCorruptPacketCostsNoSoundBeforeIt) {
                                           pcm.packet(300, 100), corrupt, pcm.packet(500, 100)});
     EXPECT_EQ(spans(buffers), (Spans{"0+200", "300+100", "500+100"}));
     EXPECT_GE(log.count("the FFmpeg function at line"), 2U);
+}
+
+/// The packets with some bytes turned, the same ones at each run.
+std::vector<PacketRef> spoiled(const std::vector<PacketRef>& packets, unsigned seed) {
+    std::mt19937 random(seed);
+    std::vector<PacketRef> result;
+    for (const auto& packet : packets) {
+        ffmpeg::AVPacketHandle copy(av_packet_alloc());
+        EXPECT_EQ(av_packet_ref(copy.get(), &packet->avPacket()), 0);
+        EXPECT_EQ(av_packet_make_writable(copy.get()), 0);
+        for (int i = 0; i < 3 && copy->size > 0 && random() % 2 == 0; ++i) {
+            copy->data[random() % static_cast<unsigned>(copy->size)] ^=
+                static_cast<std::uint8_t>(1U << random() % 8);
+        }
+        result.push_back(std::make_shared<const Packet>(std::move(copy)));
+    }
+    return result;
+}
+
+TEST(AudioDecoder, playsOnAfterAnyDamage) {
+    ZELVANE_NEEDS_SHARED_MEDIA(media);
+    const LogCapture log;
+    for (const char* name :
+         {"androidx_sample_av1.mp4", "androidx_sample_with_dts_hd_ma.mkv", "gen_truehd_51.mkv",
+          "flactest_41_-_6_channels_5.1.flac", "androidx_opus-5.1.mka", "fate_wmavoice_11K.wma",
+          "androidx_sample_alac.mp4", "moviepy_transparent.webm", "androidx_sample_latm.ts",
+          "androidx_sample_eac3joc.mp4"}) {
+        const DemuxedStream stream(media / "codecs" / name, AVMEDIA_TYPE_AUDIO);
+        const auto packets = stream.packets();
+        FFmpegAudioDecoder decoder(stream.stream());
+        decode(decoder, packets);
+        decoder.flush();
+        // The second time: a codec's first samples are left out only once.
+        const std::string clean = samples(decode(decoder, packets));
+        EXPECT_FALSE(clean.empty()) << name;
+        for (unsigned seed = 0; seed < 4; ++seed) {
+            decoder.flush();
+            decode(decoder, spoiled(packets, seed));
+        }
+        decoder.flush();
+        EXPECT_EQ(samples(decode(decoder, packets)).size(), clean.size()) << name;
+    }
 }
 
 } // namespace

@@ -39,7 +39,7 @@ void AudioSampleBufferBuilder::appendNonInterleavedData(const AVFrame& frame,
                                                         std::size_t interleavedBufferByteCount) {
     const std::size_t frameCount = static_cast<std::size_t>(frame.nb_samples);
     const std::size_t channelByteCount = frameCount * audioProperties_.bytesPerSample;
-    std::shared_ptr<std::uint8_t[]> memory(new std::uint8_t[interleavedBufferByteCount]);
+    const auto memory = std::make_shared_for_overwrite<std::uint8_t[]>(interleavedBufferByteCount);
     const std::span<std::uint8_t> output(memory.get(), interleavedBufferByteCount);
     const std::span<const std::uint8_t* const> channels(frame.extended_data,
                                                         streamDescription().mChannelsPerFrame);
