@@ -16,7 +16,7 @@ OSStatus CMFormatDescription::createForAudio(
     Audio audio, std::shared_ptr<const CMFormatDescription>& description) {
     const auto& stream = audio.streamDescription;
     const bool channelsAgree = (audio.channelLayoutTag & 0xffff) == stream.mChannelsPerFrame;
-    if (stream.mSampleRate <= 0 || stream.mBytesPerFrame == 0 || stream.mChannelsPerFrame == 0 ||
+    if (!(stream.mSampleRate > 0) || stream.mBytesPerFrame == 0 || stream.mChannelsPerFrame == 0 ||
         !channelsAgree) {
         return kCMFormatDescriptionError_InvalidParameter;
     }

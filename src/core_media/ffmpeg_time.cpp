@@ -22,7 +22,9 @@ std::int64_t stampFromTime(const CMTime& time, AVRational timeBase) {
     }
     const CMTime scaled =
         time.convertScale(timeBase.den, CMTimeRoundingMethod::roundTowardNegativeInfinity);
-    return scaled.value() / timeBase.num;
+    const std::int64_t quotient = scaled.value() / timeBase.num;
+    const bool wasRoundedUp = scaled.value() % timeBase.num < 0;
+    return wasRoundedUp ? quotient - 1 : quotient;
 }
 
 std::int64_t containerStampFromTime(const CMTime& time) {

@@ -158,6 +158,10 @@ class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::Stat
         threadsTurn_ = false;
         if (line_.empty()) {
             owned_ = false;
+            if (closed_) {
+                // The thread waits for whoever owned the queue when it was closed.
+                wake_.notify_one();
+            }
         } else if (Turn* turn = line_.front().turn) {
             line_.pop_front();
             turn->give();
@@ -175,10 +179,11 @@ class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::Stat
                 return;
             }
             {
-                Task task = std::move(line_.front().task);
+                // The task goes before the scope: what it holds is let go as part of the queue too.
+                const CurrentScope scope(this);
+                const Task task = std::move(line_.front().task);
                 line_.pop_front();
                 lock.unlock();
-                const CurrentScope scope(this);
                 task();
             }
             Census::shared().remove();
@@ -251,13 +256,12 @@ class GlobalQueue final : public Queue {
             if (!woken) {
                 return;
             }
-            Task task = std::move(tasks_.front());
-            tasks_.pop_front();
-            lock.unlock();
             {
                 const CurrentScope scope(this);
+                const Task task = std::move(tasks_.front());
+                tasks_.pop_front();
+                lock.unlock();
                 task();
-                task = nullptr;
             }
             Census::shared().remove();
             lock.lock();
@@ -350,6 +354,7 @@ void RunLoopQueue::syncTask(const Task& task) {
 bool RunLoopQueue::isCurrent() const { return isCurrentQueue(this); }
 
 bool RunLoopQueue::runOne() {
+    const CurrentScope scope(this);
     Task task;
     {
         const std::lock_guard lock(state_->mutex);
@@ -359,7 +364,6 @@ bool RunLoopQueue::runOne() {
         task = std::move(state_->tasks.front());
         state_->tasks.pop_front();
     }
-    const CurrentScope scope(this);
     task();
     return true;
 }

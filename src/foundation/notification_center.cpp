@@ -23,7 +23,8 @@ NotificationObserver::NotificationObserver(std::shared_ptr<Registration> registr
     : registration_(std::move(registration)) {}
 
 NotificationObserver& NotificationObserver::operator=(NotificationObserver&& other) noexcept {
-    std::swap(registration_, other.registration_);
+    const NotificationObserver ended(std::move(*this));
+    registration_ = std::move(other.registration_);
     return *this;
 }
 

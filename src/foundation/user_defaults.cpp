@@ -25,6 +25,10 @@ class MemoryStore final : public UserDefaultsStore {
     std::map<std::string, DefaultsValue, std::less<>> values_;
 };
 
+std::unique_ptr<UserDefaultsStore> orMemory(std::unique_ptr<UserDefaultsStore> store) {
+    return store != nullptr ? std::move(store) : std::make_unique<MemoryStore>();
+}
+
 /// The number that a value means: a text counts up to where it stops being one.
 struct AsNumber {
     double operator()(bool value) const { return value ? 1 : 0; }
@@ -44,7 +48,7 @@ struct AsNumber {
 } // namespace
 
 UserDefaults::UserDefaults(std::unique_ptr<UserDefaultsStore> store)
-    : store_(store ? std::move(store) : std::make_unique<MemoryStore>()) {}
+    : store_(orMemory(std::move(store))) {}
 
 UserDefaults& UserDefaults::shared() {
     static UserDefaults& defaults = *std::make_unique<UserDefaults>().release();
@@ -53,7 +57,7 @@ UserDefaults& UserDefaults::shared() {
 
 void UserDefaults::setStore(std::unique_ptr<UserDefaultsStore> store) {
     const std::lock_guard lock(mutex_);
-    store_ = std::move(store);
+    store_ = orMemory(std::move(store));
 }
 
 void UserDefaults::registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults) {

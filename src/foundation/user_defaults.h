@@ -33,6 +33,7 @@ class UserDefaults {
 
     /// The process-wide settings: in memory until the application gives them a store.
     static UserDefaults& shared();
+    /// Null puts an empty one in memory.
     void setStore(std::unique_ptr<UserDefaultsStore> store);
 
     void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults);

@@ -9,9 +9,9 @@
 namespace zelvane {
 
 AudioSampleBufferBuilder::AudioSampleBufferBuilder(const AudioProperties& audioProperties,
+                                                   CMFormatDescriptionRef audioFormatDescription,
                                                    const CMTime& presentationTimestamp)
-    : audioProperties_(audioProperties),
-      audioFormatDescription_(audioProperties.makeAudioFormatDescription()),
+    : audioProperties_(audioProperties), audioFormatDescription_(std::move(audioFormatDescription)),
       presentationTimestamp_(presentationTimestamp),
       blockBuffer_(std::make_shared<CMBlockBuffer>()) {}
 

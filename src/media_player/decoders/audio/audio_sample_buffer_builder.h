@@ -16,8 +16,9 @@ namespace zelvane {
 /// decoder's queue.
 class AudioSampleBufferBuilder {
   public:
-    /// Throws what AudioProperties::makeAudioFormatDescription throws.
+    /// `audioFormatDescription` is what `audioProperties` made.
     AudioSampleBufferBuilder(const AudioProperties& audioProperties,
+                             CMFormatDescriptionRef audioFormatDescription,
                              const CMTime& presentationTimestamp);
 
     /// Frames so far.

@@ -18,6 +18,10 @@ FFmpegAudioDecoder::FFmpegAudioDecoder(const AVStream& stream) : streamTimeBase_
 }
 
 bool FFmpegAudioDecoder::startDecoding(const Packet& packet) {
+    if (heldFailure_ != nullptr) {
+        // It has to be heard first: the flush that follows would cost this packet too.
+        return false;
+    }
     try {
         if (!zelvane::startDecoding(packet, *decoderContext_)) {
             return false;
@@ -34,11 +38,20 @@ bool FFmpegAudioDecoder::startDecoding(const Packet& packet) {
 }
 
 CMSampleBufferRef FFmpegAudioDecoder::dequeueSampleBuffer() {
+    if (const auto failure = std::exchange(heldFailure_, nullptr)) {
+        std::rethrow_exception(failure);
+    }
     try {
         return dequeueGatheredFrames();
     } catch (...) {
         guessedNextPresentationTimestamp_.reset();
-        throw;
+        auto gathered = closeBuilder();
+        if (gathered == nullptr) {
+            throw;
+        }
+        // Who hears of a failure flushes, and would lose up to a second of sound that is good.
+        heldFailure_ = std::current_exception();
+        return gathered;
     }
 }
 
@@ -46,6 +59,7 @@ void FFmpegAudioDecoder::flush() {
     avcodec_flush_buffers(decoderContext_.get());
     guessedNextPresentationTimestamp_.reset();
     sampleBufferBuilder_.reset();
+    heldFailure_ = nullptr;
     forceDequeueSampleBuffer_ = false;
 }
 
@@ -75,8 +89,7 @@ CMSampleBufferRef FFmpegAudioDecoder::gather(const AVFrame& frame) {
         finished = closeBuilder();
     }
     if (sampleBufferBuilder_ == nullptr) {
-        sampleBufferBuilder_ =
-            std::make_unique<AudioSampleBufferBuilder>(*audioProperties_, timestamp);
+        sampleBufferBuilder_ = makeBuilder(timestamp);
     }
     sampleBufferBuilder_->append(frame);
     if (finished != nullptr) {
@@ -95,6 +108,7 @@ bool FFmpegAudioDecoder::adoptFormat(const AVFrame& frame) {
         return false;
     }
     audioProperties_.emplace(format, decoderContext_->bits_per_raw_sample, properties);
+    audioFormatDescription_.reset();
     return true;
 }
 
@@ -111,6 +125,15 @@ CMTime FFmpegAudioDecoder::presentationTimestamp(const AVFrame& frame) const {
         return *other;
     }
     throw FFmpegError::simple(FFmpegError::Case::noPresentationTimestamp);
+}
+
+std::unique_ptr<AudioSampleBufferBuilder>
+FFmpegAudioDecoder::makeBuilder(const CMTime& presentationTimestamp) {
+    if (audioFormatDescription_ == nullptr) {
+        audioFormatDescription_ = audioProperties_->makeAudioFormatDescription();
+    }
+    return std::make_unique<AudioSampleBufferBuilder>(*audioProperties_, audioFormatDescription_,
+                                                      presentationTimestamp);
 }
 
 /// The buffer in the making, or null when there is none.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <optional>
 
@@ -35,16 +36,21 @@ class FFmpegAudioDecoder final : public CoreMediaCompatibleDecoder {
     CMSampleBufferRef gather(const AVFrame& frame);
     bool adoptFormat(const AVFrame& frame);
     CMTime presentationTimestamp(const AVFrame& frame) const;
+    std::unique_ptr<AudioSampleBufferBuilder> makeBuilder(const CMTime& presentationTimestamp);
     CMSampleBufferRef closeBuilder();
 
     ffmpeg::CodecContext decoderContext_;
     AVRational streamTimeBase_;
     /// Always there once constructed.
     std::optional<AudioProperties> audioProperties_;
+    /// Made for the first buffer of a format and shared by all: a guessed layout is logged once.
+    CMFormatDescriptionRef audioFormatDescription_;
     /// The one output frame, reused.
     ffmpeg::Frame ffmpegSampleBuffer_;
     std::optional<CMTime> guessedNextPresentationTimestamp_;
     std::unique_ptr<AudioSampleBufferBuilder> sampleBufferBuilder_;
+    /// What went wrong behind the buffer that was handed out last.
+    std::exception_ptr heldFailure_;
     /// The stream has ended: whatever there is leaves at once.
     bool forceDequeueSampleBuffer_ = false;
 };
