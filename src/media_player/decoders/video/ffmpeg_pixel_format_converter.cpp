@@ -3,6 +3,7 @@
 
 #include "core_media/ffmpeg_error.h"
 #include "core_media/ffmpeg_pixel_buffer.h"
+#include "core_media/planar_to_biplanar.h"
 #include "foundation/log.h"
 
 namespace zelvane {
@@ -87,7 +88,12 @@ void FFmpegPixelFormatConverter::preparePlanes(int width) {
 }
 
 void FFmpegPixelFormatConverter::convert(const AVFrame& frame, const CVPixelBuffer& destination) {
-    if (planes_ == nullptr) {
+    if (canPackAsP010(static_cast<AVPixelFormat>(frame.format)) &&
+        destinationPixelFormatFFmpeg_ == AV_PIX_FMT_P010LE) {
+        withPointersForFFmpeg(destination, [&](const FFmpegPointers& pointers) {
+            packPlanar420AsP010(frame, pointers);
+        });
+    } else if (planes_ == nullptr) {
         convertDirectly(frame, destination);
     } else {
         convertThroughPlanes(frame, destination);

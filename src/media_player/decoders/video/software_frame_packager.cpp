@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media_player/decoders/video/software_frame_packager.h"
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>
@@ -63,6 +64,11 @@ CVPixelBufferPoolAttributes poolAttributes(AVCodecContext& context, const Pictur
     return attributes;
 }
 
+template <class PixelFormats>
+bool contains(const PixelFormats& pixelFormats, OSType pixelFormat) {
+    return std::find(pixelFormats.begin(), pixelFormats.end(), pixelFormat) != pixelFormats.end();
+}
+
 std::unique_ptr<CVPixelBufferPool> makePool(CVPixelBufferPoolAttributes attributes) {
     std::unique_ptr<CVPixelBufferPool> pool;
     checkedCoreVideoCall([&] { return CVPixelBufferPool::create(std::move(attributes), pool); });
@@ -73,6 +79,18 @@ CVPixelBufferRef makePixelBuffer(const CVPixelBufferPool& pool) {
     CVPixelBufferRef pixelBuffer;
     checkedCoreVideoCall([&] { return pool.createPixelBuffer(pixelBuffer); });
     return pixelBuffer;
+}
+
+/// What the display is given in place of a format that it must not be given; none for all others.
+std::optional<OSType> replacementPixelFormat(OSType pixelFormat) {
+    constexpr std::array kReplacedByBGRA{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange,
+                                         kCVPixelFormatType_420YpCbCr8BiPlanarFullRange};
+    constexpr std::array<OSType, 0> kReplacedBy64ARGB{};
+    if (contains(kReplacedBy64ARGB, pixelFormat)) {
+        return kCVPixelFormatType_64ARGB;
+    }
+    return contains(kReplacedByBGRA, pixelFormat) ? std::optional(kCVPixelFormatType_32BGRA)
+                                                  : std::nullopt;
 }
 
 /// The frame's own memory as a pixel buffer; null where its rows run upward.
@@ -112,11 +130,24 @@ PictureTraits PictureTraits::of(const AVFrame& frame) {
 
 SoftwareFramePackager::SoftwareFramePackager(AVCodecContext& context, const PictureTraits& traits)
     : traits_(traits), ffmpegPixelFormatConverter_(traits.layout.format, traits.layout.range,
-                                                   traits.width, traits.height),
-      pixelBufferPool_(makePool(poolAttributes(context, traits, ffmpegPixelFormatConverter_))) {}
+                                                   traits.width, traits.height) {
+    auto attributes = poolAttributes(context, traits, ffmpegPixelFormatConverter_);
+    pixelBufferPool_ = makePool(attributes);
+    if (const auto replacement = replacementPixelFormat(attributes.pixelFormat)) {
+        attributes.pixelFormat = *replacement;
+        attributes.bytesPerRowAlignment = CVPixelBufferPoolAttributes().bytesPerRowAlignment;
+        pixelBufferPoolForConvertingFromBlacklistedPixelFormat_ = makePool(std::move(attributes));
+        pixelTransferSession_.emplace();
+    }
+}
 
 CVPixelBufferRef
 SoftwareFramePackager::makePixelBufferForSoftwareDecodedFrame(const AVFrame& frame) {
+    auto pixelBuffer = makePixelBufferOfDestinationFormat(frame);
+    return pixelTransferSession_ ? replacementPixelBuffer(frame, *pixelBuffer) : pixelBuffer;
+}
+
+CVPixelBufferRef SoftwareFramePackager::makePixelBufferOfDestinationFormat(const AVFrame& frame) {
     if (!ffmpegPixelFormatConverter_.isConversionNeeded()) {
         return nativePixelBuffer(frame);
     }
@@ -132,6 +163,16 @@ CVPixelBufferRef SoftwareFramePackager::nativePixelBuffer(const AVFrame& frame) 
     auto pixelBuffer = makePixelBuffer(*pixelBufferPool_);
     fillData(*pixelBuffer, frame.data, frame.linesize);
     return pixelBuffer;
+}
+
+CVPixelBufferRef SoftwareFramePackager::replacementPixelBuffer(const AVFrame& frame,
+                                                               CVPixelBuffer& blacklisted) {
+    auto replacement = makePixelBuffer(*pixelBufferPoolForConvertingFromBlacklistedPixelFormat_);
+    colorConfigurator_.configure(blacklisted, frame);
+    colorConfigurator_.configure(*replacement, frame);
+    checkedDarwinCall(
+        [&] { return pixelTransferSession_->transferImage(blacklisted, *replacement); });
+    return replacement;
 }
 
 } // namespace zelvane

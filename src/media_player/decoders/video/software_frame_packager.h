@@ -2,10 +2,12 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "core_media/color_attachments.h"
 #include "core_media/cv_pixel_buffer.h"
 #include "core_media/ffmpeg_pixel_format.h"
+#include "core_media/pixel_transfer.h"
 #include "media_player/decoders/video/ffmpeg_pixel_format_converter.h"
 
 namespace zelvane {
@@ -44,11 +46,18 @@ class SoftwareFramePackager {
     CVPixelBufferRef makePixelBufferForSoftwareDecodedFrame(const AVFrame& frame);
 
   private:
+    CVPixelBufferRef makePixelBufferOfDestinationFormat(const AVFrame& frame);
     CVPixelBufferRef nativePixelBuffer(const AVFrame& frame) const;
+
+    CVPixelBufferRef replacementPixelBuffer(const AVFrame& frame, CVPixelBuffer& blacklisted);
 
     PictureTraits traits_;
     FFmpegPixelFormatConverter ffmpegPixelFormatConverter_;
     std::unique_ptr<CVPixelBufferPool> pixelBufferPool_;
+    /// With the session below for a destination format that the display must not be given.
+    std::unique_ptr<CVPixelBufferPool> pixelBufferPoolForConvertingFromBlacklistedPixelFormat_;
+    std::optional<PixelTransferSession> pixelTransferSession_;
+    FrameColorConfigurator colorConfigurator_;
 };
 
 } // namespace zelvane
