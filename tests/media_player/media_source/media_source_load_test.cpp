@@ -23,9 +23,9 @@ using Case = MediaSource::LoadError::Case;
 
 /// Two seconds of picture, two sounds and two subtitles, with all that a track can say of itself.
 fs::path film() {
-    const fs::path subtitles =
-        written(fs::temp_directory_path() / "zelvane-load-test.srt",
-                "1\n00:00:00,200 --> 00:00:00,900\nOne\n\n2\n00:00:01,100 --> 00:00:01,900\nTwo\n");
+    // The text itself stands in the command: no file that another test could be rewriting.
+    const std::string subtitles = "data:text/plain,1\n00:00:00,200 --> 00:00:00,900\nOne\n\n"
+                                  "2\n00:00:01,100 --> 00:00:01,900\nTwo\n";
     return test::madeClip("load-film.mkv", {"-f",
                                             "lavfi",
                                             "-i",
@@ -34,8 +34,10 @@ fs::path film() {
                                             "lavfi",
                                             "-i",
                                             "sine=duration=2",
+                                            "-f",
+                                            "srt",
                                             "-i",
-                                            subtitles.string(),
+                                            subtitles,
                                             "-map",
                                             "1:a",
                                             "-map",
@@ -202,8 +204,8 @@ TEST(MediaSourceLoad, ofTwoFailedOpeningsOneIsLogged) {
 }
 
 TEST(MediaSourceLoad, aDurationIsTakenFromTheCallerWhereNoneIsRequired) {
-    const auto path = written(fs::temp_directory_path() / "zelvane-fallback-test.srt",
-                              "1\n00:00:01,000 --> 00:00:02,000\nOne\n");
+    const test::TemporaryFolder folder;
+    const auto path = written(folder.path() / "one.srt", "1\n00:00:01,000 --> 00:00:02,000\nOne\n");
     const URL url = URL::fromPath(path);
     EXPECT_EQ(loadError(url)->errorCase(), Case::failedToReadMediaDuration);
     const auto source = MediaSource::open(url, CMTime(7, 1), false);
@@ -213,8 +215,9 @@ TEST(MediaSourceLoad, aDurationIsTakenFromTheCallerWhereNoneIsRequired) {
 }
 
 TEST(MediaSourceLoad, subtitlesWithoutAnEventCannotBeSought) {
-    const auto path = written(fs::temp_directory_path() / "zelvane-no-event-test.ass",
-                              "[Script Info]\nScriptType: v4.00+\n\n[Events]\n");
+    const test::TemporaryFolder folder;
+    const auto path =
+        written(folder.path() / "none.ass", "[Script Info]\nScriptType: v4.00+\n\n[Events]\n");
     try {
         MediaSource::open(URL::fromPath(path), CMTime(7, 1), false);
         FAIL() << "loaded";

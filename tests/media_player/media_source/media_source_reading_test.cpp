@@ -23,10 +23,9 @@ double secondsOf(const PacketRef& packet, const MediaTrack& track) {
 
 /// A minute at 10 pictures a second, a key picture every second, with captions at 1, 27 and 29 s.
 fs::path minute(const std::string& container) {
-    const fs::path subtitles = test::written(fs::temp_directory_path() / "zelvane-reading-test.srt",
-                                             "1\n00:00:01,000 --> 00:00:02,000\nOne\n\n"
-                                             "2\n00:00:27,000 --> 00:00:28,500\nTwo\n\n"
-                                             "3\n00:00:29,000 --> 00:00:31,000\nThree\n");
+    const std::string subtitles = "data:text/plain,1\n00:00:01,000 --> 00:00:02,000\nOne\n\n"
+                                  "2\n00:00:27,000 --> 00:00:28,500\nTwo\n\n"
+                                  "3\n00:00:29,000 --> 00:00:31,000\nThree\n";
     const std::string codec = container == "mp4" ? "mov_text" : "srt";
     return test::madeClip("reading-minute." + container, {"-f",
                                                           "lavfi",
@@ -36,8 +35,10 @@ fs::path minute(const std::string& container) {
                                                           "lavfi",
                                                           "-i",
                                                           "sine=duration=60",
+                                                          "-f",
+                                                          "srt",
                                                           "-i",
-                                                          subtitles.string(),
+                                                          subtitles,
                                                           "-map",
                                                           "0:v",
                                                           "-map",
