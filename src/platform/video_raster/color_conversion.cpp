@@ -134,14 +134,11 @@ void ColorConversion::makeLightTables(const SourceColor& source, const IccProfil
             lightTables_.push_back(tabulate<float>(
                 kCodeSteps, [&](double code) { return sourceProfile->channelToLight(i, code); }));
         }
-        encodeTables_[i] = tabulate<std::uint8_t>(
-            kSteps,
-            [&](double root) {
-                const double light = root * root;
-                return display != nullptr ? display->channelFromLight(i, light)
-                                          : sRGBFromLinear(light);
-            },
-            255);
+        if (display != nullptr) {
+            encodeTables_[i] = tabulate<std::uint8_t>(
+                kSteps, [&](double root) { return display->channelFromLight(i, root * root); },
+                255);
+        }
     }
     const auto toScreen =
         inverse(display != nullptr ? display->matrixToXYZ() : rgbToXYZD50(kPrimariesBT709));
@@ -157,15 +154,14 @@ void ColorConversion::makeLightTables(const SourceColor& source, const IccProfil
 }
 
 void ColorConversion::makeHLGTables(const SourceColor& source) {
-    const auto weights = luminanceWeights(source.primaries);
-    for (std::size_t i = 0; i < 3; ++i) {
-        luminanceWeights_[i] = static_cast<float>(weights[i]);
-    }
     gammaTable_ = tabulate<float>(kSteps, [](double root) { return hlgGain(root * root); });
-    toneTable_ = tabulate<float>(kCodeSteps, [](double root) {
-        const double square = root * root;
-        return toneMap(square * square * kHLGPeak, kHLGPeak);
-    });
+    toneTable_ = tabulate<float>(
+        kCodeSteps, [](double root) { return toneMap(root * root * kHLGPeak, kHLGPeak); });
+    const auto weights = luminanceWeights(source.primaries);
+    screenGamma_ = {{static_cast<float>(weights[0]), static_cast<float>(weights[1]),
+                     static_cast<float>(weights[2])},
+                    gammaTable_.data(),
+                    kSteps};
 }
 
 void ColorConversion::makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
@@ -208,6 +204,10 @@ void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
         showHLG(count);
     }
     const float* const light[3] = {light_[0], light_[1], light_[2]};
+    if (encodeTables_[0].empty()) {
+        kernels::mixToSRGBPixels(light, mix_, pixels, count);
+        return;
+    }
     std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
     const std::uint8_t* const tables[3] = {encodeTables_[0].data(), encodeTables_[1].data(),
                                            encodeTables_[2].data()};
@@ -217,10 +217,10 @@ void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
 
 /// Scene light to tone-mapped screen light.
 void ColorConversion::showHLG(std::size_t count) {
-    float* const light[3] = {light_[0], light_[1], light_[2]};
-    kernels::scaleByLuminance(light, luminanceWeights_, gammaTable_.data(), kSteps, count);
+    const float* const light[3] = {light_[0], light_[1], light_[2]};
+    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+    kernels::gainToRootCodes(light, screenGamma_, kCodeSteps, codes, count);
     for (std::size_t i = 0; i < 3; ++i) {
-        kernels::fourthRootCodes(light_[i], kCodeSteps, codes_[i], count);
         kernels::lookUp(codes_[i], toneTable_.data(), light_[i], count);
     }
 }

@@ -24,6 +24,8 @@ namespace zelvane::raster {
 /// One thread: it keeps its scratch rows.
 class ColorConversion {
   public:
+    ColorConversion(const ColorConversion&) = delete;
+    ColorConversion& operator=(const ColorConversion&) = delete;
     /// `display` null is sRGB.
     ColorConversion(const SourceColor& source, const PictureRows::Scale& scale,
                     const std::shared_ptr<const IccProfile>& display);
@@ -58,12 +60,13 @@ class ColorConversion {
     /// One for each channel, or one for all of them.
     std::vector<std::vector<float>> lightTables_;
     kernels::Affine mix_{};
+    /// Empty for sRGB, whose curve is calculated.
     std::array<std::vector<std::uint8_t>, 3> encodeTables_;
     /// For HLG: luminance to the factor of the screen's gamma, and screen light to tone-mapped
     /// light.
     std::vector<float> gammaTable_;
     std::vector<float> toneTable_;
-    float luminanceWeights_[3]{};
+    kernels::LuminanceGain screenGamma_{};
     std::unique_ptr<ColorLattice> lattice_;
 
     std::uint16_t codes_[3][kBlock]{};

@@ -105,16 +105,49 @@ ZELVANE_INLINED void mixToCodes(const std::uint16_t* __restrict first,
     }
 }
 
-ZELVANE_INLINED void scaleChannels(float* __restrict red, float* __restrict green,
-                                   float* __restrict blue, const float weights[3],
-                                   const float* __restrict table, float steps, std::size_t count) {
-    const float by[3] = {weights[0], weights[1], weights[2]};
+/// The curve of IEC 61966-2-1 on the scale 0…255, as a polynomial in the fourth root of light above
+/// its straight part: within 0.013, where a table would cost a trip to memory for each pixel.
+inline std::int32_t sRGBCode(const float factors[3], float a, float b, float c) {
+    const float light = cut(apply(factors, 0.0F, a, b, c), 1.0F);
+    const float root = std::sqrt(std::sqrt(light));
+    const float curved =
+        -16.5957338F +
+        root * (50.9881733F + root * (283.582873F + root * (-82.4750789F + root * 19.5055866F)));
+    const float code = light < 0.0031308F ? 255 * 12.92F * light : curved;
+    return static_cast<std::int32_t>(code + 0.5F);
+}
+
+ZELVANE_INLINED void mixToSRGB(const float* __restrict first, const float* __restrict second,
+                               const float* __restrict third, const Affine& mix,
+                               std::uint8_t* __restrict pixels, std::size_t count) {
+    const Affine by = mix;
     for (std::size_t i = 0; i < count; ++i) {
-        const float luminance = cut(apply(by, 0.0F, red[i], green[i], blue[i]), 1.0F);
-        const float factor = table[static_cast<std::int32_t>(std::sqrt(luminance) * steps + 0.5F)];
-        red[i] *= factor;
-        green[i] *= factor;
-        blue[i] *= factor;
+        const auto pixel = pixelOf(sRGBCode(by.factor[0], first[i], second[i], third[i]),
+                                   sRGBCode(by.factor[1], first[i], second[i], third[i]),
+                                   sRGBCode(by.factor[2], first[i], second[i], third[i]));
+        std::memcpy(pixels + 4 * i, &pixel, sizeof pixel);
+    }
+}
+
+/// The square root of a product of light and factor, as a code.
+inline std::uint16_t productRoot(float light, float factor, float steps) {
+    const float root = std::sqrt(cut(light * factor, 1.0F)) * steps;
+    return static_cast<std::uint16_t>(static_cast<std::int32_t>(root + 0.5F));
+}
+
+ZELVANE_INLINED void scaleToRootCodes(const float* __restrict first, const float* __restrict second,
+                                      const float* __restrict third, const LuminanceGain& gain,
+                                      float steps, std::uint16_t* __restrict red,
+                                      std::uint16_t* __restrict green,
+                                      std::uint16_t* __restrict blue, std::size_t count) {
+    const LuminanceGain by = gain;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float luminance = cut(apply(by.weights, 0.0F, first[i], second[i], third[i]), 1.0F);
+        const float factor =
+            by.table[static_cast<std::int32_t>(std::sqrt(luminance) * by.steps + 0.5F)];
+        red[i] = productRoot(first[i], factor, steps);
+        green[i] = productRoot(second[i], factor, steps);
+        blue[i] = productRoot(third[i], factor, steps);
     }
 }
 
@@ -214,18 +247,15 @@ void mixToRootCodes(const float* const in[3], const Affine& mix, float steps,
 }
 
 ZELVANE_VECTORISED
-void fourthRootCodes(const float* __restrict in, float steps, std::uint16_t* __restrict out,
+void mixToSRGBPixels(const float* const in[3], const Affine& mix, std::uint8_t* pixels,
                      std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i) {
-        const float code = std::sqrt(std::sqrt(cut(in[i], 1.0F))) * steps + 0.5F;
-        out[i] = static_cast<std::uint16_t>(static_cast<std::int32_t>(code));
-    }
+    mixToSRGB(in[0], in[1], in[2], mix, pixels, count);
 }
 
 ZELVANE_VECTORISED
-void scaleByLuminance(float* const channels[3], const float weights[3], const float* table,
-                      float steps, std::size_t count) {
-    scaleChannels(channels[0], channels[1], channels[2], weights, table, steps, count);
+void gainToRootCodes(const float* const in[3], const LuminanceGain& gain, float steps,
+                     std::uint16_t* const out[3], std::size_t count) {
+    scaleToRootCodes(in[0], in[1], in[2], gain, steps, out[0], out[1], out[2], count);
 }
 
 void encodePixels(const std::uint16_t* const codes[3], const std::uint8_t* const tables[3],
