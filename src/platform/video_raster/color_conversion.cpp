@@ -31,9 +31,11 @@ std::vector<Value> tabulate(int steps, const std::function<double(double)>& func
                             double scale = 1) {
     std::vector<Value> table(static_cast<std::size_t>(steps) + 1);
     for (int i = 0; i <= steps; ++i) {
-        const double value = scale * function(static_cast<double>(i) / steps);
-        table[static_cast<std::size_t>(i)] = static_cast<Value>(
-            std::is_integral_v<Value> ? std::lround(std::clamp(value, 0.0, scale)) : value);
+        double value = scale * function(static_cast<double>(i) / steps);
+        // Curves of broken profiles end anywhere.
+        value = std::isfinite(value) ? std::clamp(value, 0.0, scale) : 0.0;
+        table[static_cast<std::size_t>(i)] =
+            static_cast<Value>(std::is_integral_v<Value> ? std::round(value) : value);
     }
     return table;
 }
