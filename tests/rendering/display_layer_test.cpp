@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -314,6 +316,68 @@ TEST(DisplayLayerThread, playsOnTheSystemClock) {
     RecordProperty("meanFrameErrorMicroseconds", static_cast<int>(statistics.meanFrameError * 1e3));
     RecordProperty("maxFrameErrorMicroseconds", static_cast<int>(statistics.maxFrameError * 1e3));
     queue->sync([] {});
+}
+
+/// Providers, the main thread and the clock all call at once; whatever they did, the layer still
+/// shows the answer of the last seek.
+TEST(DisplayLayerThread, outlivesCallsFromEverySide) {
+    SampleBufferDisplayLayer layer;
+    const auto presenter = std::make_shared<NullVideoPresenter>();
+    const auto queue = dispatch::makeSerialQueue("frames");
+    constexpr int kRounds = 500;
+    std::thread owner([&] {
+        for (int i = 0; i < kRounds; ++i) {
+            layer.setPresenter(i % 3 == 0 ? nullptr : presenter);
+            layer.setBounds({0, 0, 16.0 + i, 9});
+            layer.statistics();
+        }
+    });
+    std::thread clock([&] {
+        for (int i = 0; i < kRounds; ++i) {
+            layer.timelineDidChange({ms(i), HostClock::system()->now(), i % 2 == 0 ? 1.0 : 0.0},
+                                    SynchronizedRenderer::Change::jumped);
+        }
+    });
+    for (int i = 0; i < kRounds; ++i) {
+        queue->sync([&] {
+            layer.requestMediaDataWhenReady(
+                queue, [&layer, i] { layer.enqueueSampleBuffer(sampleAt(i)); });
+            layer.flush();
+            layer.enqueueSampleBuffer(sampleAt(i));
+            if (i % 10 == 0) {
+                layer.flushAndRemoveImage();
+                layer.stopRequestingMediaData();
+            }
+        });
+    }
+    owner.join();
+    clock.join();
+    queue->sync([&] { layer.stopRequestingMediaData(); });
+    layer.flush();
+
+    std::promise<int> shown;
+    class PromisingPresenter final : public VideoPresenter {
+      public:
+        explicit PromisingPresenter(std::promise<int>& promise) : shown_(promise) {}
+        void prepare(const PresentedFrame& /*frame*/) override {}
+        void present(const PresentedFrame& frame, ShownHandler /*shown*/) override {
+            if (frame.pixelBuffer->width() == 5001 && !std::exchange(isKept_, true)) {
+                shown_.set_value(frame.pixelBuffer->width() - 1);
+            }
+        }
+        void removeImage() override {}
+        HostDuration presentationDelay() const override { return HostDuration(0); }
+
+      private:
+        std::promise<int>& shown_;
+        bool isKept_ = false;
+    };
+    layer.timelineDidChange({ms(5000), HostTime(0), 0}, SynchronizedRenderer::Change::jumped);
+    layer.setPresenter(std::make_shared<PromisingPresenter>(shown));
+    layer.enqueueSampleBuffer(sampleAt(5000));
+    auto answer = shown.get_future();
+    ASSERT_EQ(answer.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    EXPECT_EQ(answer.get(), 5000);
 }
 
 } // namespace

@@ -11,11 +11,11 @@ namespace {
 
 constexpr Matrix3 kIdentity{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
 
-/// Numbers of a row to R'G'B' of 0…limit, with the half that makes cutting off a rounding.
+/// Numbers of a row to R'G'B' of 0…limit.
 kernels::Affine affineOf(const Matrix3& matrix, const PictureRows::Scale& scale, double limit) {
     kernels::Affine affine{};
     for (std::size_t row = 0; row < 3; ++row) {
-        double offset = 0.5;
+        double offset = 0;
         for (std::size_t column = 0; column < 3; ++column) {
             const double factor = limit * matrix[row][column] * scale.scale[column];
             affine.factor[row][column] = static_cast<float>(factor);
@@ -31,16 +31,17 @@ std::vector<Value> tabulate(int steps, const std::function<double(double)>& func
                             double scale = 1) {
     std::vector<Value> table(static_cast<std::size_t>(steps) + 1);
     for (int i = 0; i <= steps; ++i) {
-        const double value = scale * function(static_cast<double>(i) / steps);
-        table[static_cast<std::size_t>(i)] = static_cast<Value>(
-            std::is_integral_v<Value> ? std::lround(std::clamp(value, 0.0, scale)) : value);
+        double value = scale * function(static_cast<double>(i) / steps);
+        // Curves of broken profiles end anywhere.
+        value = std::isfinite(value) ? std::clamp(value, 0.0, scale) : 0.0;
+        table[static_cast<std::size_t>(i)] =
+            static_cast<Value>(std::is_integral_v<Value> ? std::round(value) : value);
     }
     return table;
 }
 
 bool keepsCodes(const SourceColor& source, const IccProfile* sourceProfile,
                 const IccProfile* display) {
-    // A screen of BT.1886 and one of sRGB show the same code within 0.6 of a code value alike.
     const bool isScreenCurve =
         source.transfer == Transfer::bt1886 || source.transfer == Transfer::sRGB;
     return sourceProfile == nullptr && display == nullptr && isScreenCurve &&
@@ -93,7 +94,8 @@ Vector3 codesOfScreen(const IccProfile* display, const Vector3& xyz) {
 
 ColorConversion::ColorConversion(const SourceColor& source, const PictureRows::Scale& scale,
                                  const std::shared_ptr<const IccProfile>& display)
-    : isHLG_(source.transfer == Transfer::hlg && source.iccProfile.empty()) {
+    : isBT1886_(source.transfer == Transfer::bt1886),
+      isHLG_(source.transfer == Transfer::hlg && source.iccProfile.empty()) {
     const auto sourceProfile = IccProfile::read(source.iccProfile);
     const bool areShapers = (sourceProfile == nullptr || sourceProfile->isShaper()) &&
                             (display == nullptr || display->isShaper());
@@ -103,7 +105,7 @@ ColorConversion::ColorConversion(const SourceColor& source, const PictureRows::S
         road_ = areShapers ? Road::light : Road::lattice;
     }
     const auto matrix = scale.isYCbCr ? yCbCrToRGB(source.luma) : kIdentity;
-    toCodes_ = affineOf(matrix, scale, road_ == Road::matrix ? 255 : kSteps);
+    toCodes_ = affineOf(matrix, scale, codeLimit());
     if (road_ == Road::light) {
         makeLightTables(source, sourceProfile.get(), display.get());
     } else if (road_ == Road::lattice) {
@@ -111,28 +113,41 @@ ColorConversion::ColorConversion(const SourceColor& source, const PictureRows::S
     }
 }
 
+int ColorConversion::codeLimit() const {
+    switch (road_) {
+    case Road::matrix:
+        return 255;
+    case Road::light:
+        return kCodeSteps;
+    case Road::lattice:
+        return ColorLattice::kCodeLimit;
+    }
+    return 0;
+}
+
 void ColorConversion::makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
                                       const IccProfile* display) {
+    if (sourceProfile == nullptr) {
+        lightTables_.push_back(
+            tabulate<float>(kCodeSteps, [&](double code) { return channelToLight(source, code); }));
+    }
     for (std::size_t i = 0; i < 3; ++i) {
-        lightTables_[i] = tabulate<float>(kSteps, [&](double code) {
-            return sourceProfile != nullptr ? sourceProfile->channelToLight(i, code)
-                                            : channelToLight(source, code);
-        });
-        encodeTables_[i] = tabulate<std::uint8_t>(
-            kSteps,
-            [&](double root) {
-                const double light = root * root;
-                return display != nullptr ? display->channelFromLight(i, light)
-                                          : sRGBFromLinear(light);
-            },
-            255);
+        if (sourceProfile != nullptr) {
+            lightTables_.push_back(tabulate<float>(
+                kCodeSteps, [&](double code) { return sourceProfile->channelToLight(i, code); }));
+        }
+        if (display != nullptr) {
+            encodeTables_[i] = tabulate<std::uint8_t>(
+                kSteps, [&](double root) { return display->channelFromLight(i, root * root); },
+                255);
+        }
     }
     const auto toScreen =
         inverse(display != nullptr ? display->matrixToXYZ() : rgbToXYZD50(kPrimariesBT709));
     const auto mix = toScreen * matrixToXYZ(source, sourceProfile);
     for (std::size_t row = 0; row < 3; ++row) {
         for (std::size_t column = 0; column < 3; ++column) {
-            mix_[row][column] = static_cast<float>(mix[row][column]);
+            mix_.factor[row][column] = static_cast<float>(mix[row][column]);
         }
     }
     if (isHLG_) {
@@ -141,15 +156,14 @@ void ColorConversion::makeLightTables(const SourceColor& source, const IccProfil
 }
 
 void ColorConversion::makeHLGTables(const SourceColor& source) {
-    const auto weights = luminanceWeights(source.primaries);
-    for (std::size_t i = 0; i < 3; ++i) {
-        luminanceWeights_[i] = static_cast<float>(weights[i]);
-    }
     gammaTable_ = tabulate<float>(kSteps, [](double root) { return hlgGain(root * root); });
-    toneTable_ = tabulate<float>(kSteps, [](double root) {
-        const double square = root * root;
-        return toneMap(square * square * kHLGPeak, kHLGPeak);
-    });
+    toneTable_ = tabulate<float>(
+        kCodeSteps, [](double root) { return toneMap(root * root * kHLGPeak, kHLGPeak); });
+    const auto weights = luminanceWeights(source.primaries);
+    screenGamma_ = {{static_cast<float>(weights[0]), static_cast<float>(weights[1]),
+                     static_cast<float>(weights[2])},
+                    gammaTable_.data(),
+                    kSteps};
 }
 
 void ColorConversion::makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
@@ -165,8 +179,8 @@ void ColorConversion::makeLattice(const SourceColor& source, const IccProfile* s
 void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
                                  std::uint8_t* pixels) {
     if (road_ == Road::matrix) {
-        kernels::affineToPixels({{row.channels[0], row.channels[1], row.channels[2]}}, toCodes_,
-                                pixels, width);
+        const auto convert = isBT1886_ ? kernels::affineToPixelsOfBT1886 : kernels::affineToPixels;
+        convert({{row.channels[0], row.channels[1], row.channels[2]}}, toCodes_, pixels, width);
         return;
     }
     std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
@@ -174,7 +188,7 @@ void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
         const auto count = std::min(kBlock, width - start);
         kernels::affineToCodes(
             {{row.channels[0] + start, row.channels[1] + start, row.channels[2] + start}}, toCodes_,
-            kSteps, codes, count);
+            codeLimit(), codes, count);
         if (road_ == Road::lattice) {
             lattice_->convert(codes, pixels + 4 * start, count);
         } else {
@@ -185,12 +199,17 @@ void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
 
 void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
     for (std::size_t i = 0; i < 3; ++i) {
-        kernels::lookUp(codes_[i], lightTables_[i].data(), light_[i], count);
+        const auto& table = lightTables_[std::min(i, lightTables_.size() - 1)];
+        kernels::lookUp(codes_[i], table.data(), light_[i], count);
     }
     if (isHLG_) {
         showHLG(count);
     }
     const float* const light[3] = {light_[0], light_[1], light_[2]};
+    if (encodeTables_[0].empty()) {
+        kernels::mixToSRGBPixels(light, mix_, pixels, count);
+        return;
+    }
     std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
     const std::uint8_t* const tables[3] = {encodeTables_[0].data(), encodeTables_[1].data(),
                                            encodeTables_[2].data()};
@@ -200,10 +219,10 @@ void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
 
 /// Scene light to tone-mapped screen light.
 void ColorConversion::showHLG(std::size_t count) {
-    float* const light[3] = {light_[0], light_[1], light_[2]};
-    kernels::scaleByLuminance(light, luminanceWeights_, gammaTable_.data(), kSteps, count);
+    const float* const light[3] = {light_[0], light_[1], light_[2]};
+    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+    kernels::gainToRootCodes(light, screenGamma_, kCodeSteps, codes, count);
     for (std::size_t i = 0; i < 3; ++i) {
-        kernels::fourthRootCodes(light_[i], kSteps, codes_[i], count);
         kernels::lookUp(codes_[i], toneTable_.data(), light_[i], count);
     }
 }

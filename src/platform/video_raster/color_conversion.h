@@ -24,6 +24,8 @@ namespace zelvane::raster {
 /// One thread: it keeps its scratch rows.
 class ColorConversion {
   public:
+    ColorConversion(const ColorConversion&) = delete;
+    ColorConversion& operator=(const ColorConversion&) = delete;
     /// `display` null is sRGB.
     ColorConversion(const SourceColor& source, const PictureRows::Scale& scale,
                     const std::shared_ptr<const IccProfile>& display);
@@ -32,11 +34,15 @@ class ColorConversion {
     void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels);
 
   private:
-    /// Steps of codes and of roots of light; the tables have an entry more.
+    /// Steps of codes: PQ is steep at its top, and saturated colours are small differences of large
+    /// numbers. The tables have an entry more.
+    static constexpr int kCodeSteps = 16384;
+    /// Steps of roots of light.
     static constexpr int kSteps = 4096;
     /// Pixels at a time, so that what one loop writes the next one finds in the nearest cache.
     static constexpr std::size_t kBlock = 512;
 
+    int codeLimit() const;
     void makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
                          const IccProfile* display);
     void makeHLGTables(const SourceColor& source);
@@ -47,17 +53,20 @@ class ColorConversion {
 
     enum class Road { matrix, light, lattice };
     Road road_ = Road::matrix;
+    bool isBT1886_ = false;
     kernels::Affine toCodes_{};
     bool isHLG_ = false;
 
-    std::array<std::vector<float>, 3> lightTables_;
-    float mix_[3][3]{};
+    /// One for each channel, or one for all of them.
+    std::vector<std::vector<float>> lightTables_;
+    kernels::Affine mix_{};
+    /// Empty for sRGB, whose curve is calculated.
     std::array<std::vector<std::uint8_t>, 3> encodeTables_;
     /// For HLG: luminance to the factor of the screen's gamma, and screen light to tone-mapped
     /// light.
     std::vector<float> gammaTable_;
     std::vector<float> toneTable_;
-    float luminanceWeights_[3]{};
+    kernels::LuminanceGain screenGamma_{};
     std::unique_ptr<ColorLattice> lattice_;
 
     std::uint16_t codes_[3][kBlock]{};

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include <lcms2.h>
@@ -37,6 +38,16 @@ Transform makeTransform(cmsHPROFILE from, cmsUInt32Number fromType, cmsHPROFILE 
     return Transform(cmsCreateTransformTHR(silentContext(), from, fromType, to, toType,
                                            INTENT_RELATIVE_COLORIMETRIC,
                                            cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE));
+}
+
+/// Colorants of a broken profile may lie on one line.
+bool hasInverse(const Matrix3& matrix) {
+    const auto inverted = inverse(matrix);
+    constexpr double kLargest = 1000;
+    return std::all_of(inverted.begin(), inverted.end(), [&](const Vector3& row) {
+        return std::all_of(row.begin(), row.end(),
+                           [&](double value) { return std::abs(value) < kLargest; });
+    });
 }
 
 constexpr std::array kCurveTags{cmsSigRedTRCTag, cmsSigGreenTRCTag, cmsSigBlueTRCTag};
@@ -75,7 +86,9 @@ void IccProfile::Parts::readShaper() {
         matrix[1][i] = color->Y;
         matrix[2][i] = color->Z;
     }
-    curves = found;
+    if (hasInverse(matrix)) {
+        curves = found;
+    }
 }
 
 std::shared_ptr<const IccProfile> IccProfile::read(std::span<const std::uint8_t> bytes) {

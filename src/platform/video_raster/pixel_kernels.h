@@ -33,24 +33,35 @@ struct Channels16 {
     const std::uint16_t* channels[3];
 };
 
-/// To B, G, R, 255, cutting off fractions: the offsets hold the half for rounding.
+/// To B, G, R, 255, of results on the scale 0…255.
 void affineToPixels(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
                     std::size_t count);
-/// To whole numbers 0…limit, cutting off fractions.
+/// The same for pictures meant for a screen of ITU-R BT.1886, on one of sRGB.
+void affineToPixelsOfBT1886(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
+                            std::size_t count);
+/// To whole numbers 0…limit.
 void affineToCodes(const Channels16& in, const Affine& affine, float limit,
                    std::uint16_t* const out[3], std::size_t count);
 /// out = table[code].
 void lookUp(const std::uint16_t* codes, const float* table, float* out, std::size_t count);
-/// Mixes three channels of light, cuts them to 0…1, and gives the square root times `steps`,
-/// rounded.
-void mixToRootCodes(const float* const in[3], const float mix[3][3], float steps,
+/// Mixes three channels of light by the factors of `mix`, cuts them to 0…1, and gives the square
+/// root times `steps`, rounded.
+void mixToRootCodes(const float* const in[3], const Affine& mix, float steps,
                     std::uint16_t* const out[3], std::size_t count);
-/// Scene light to screen light: each channel times the luminance raised by the table, which is read
-/// at the square root of the luminance times `steps`. `weights` make luminance of the channels.
-void scaleByLuminance(float* const channels[3], const float weights[3], const float* table,
-                      float steps, std::size_t count);
-/// The fourth root times `steps`, rounded; the input is cut to 0…1.
-void fourthRootCodes(const float* in, float steps, std::uint16_t* out, std::size_t count);
+/// The same mixture, and then the curve of sRGB.
+void mixToSRGBPixels(const float* const in[3], const Affine& mix, std::uint8_t* pixels,
+                     std::size_t count);
+/// A factor that depends on luminance: the table's, read at the luminance's square root times
+/// `steps`. `weights` make luminance of the channels.
+struct LuminanceGain {
+    float weights[3];
+    const float* table;
+    float steps;
+};
+/// Scene light to screen light: each channel times the factor, cut to 0…1, and given as its square
+/// root times `steps`, rounded.
+void gainToRootCodes(const float* const in[3], const LuminanceGain& gain, float steps,
+                     std::uint16_t* const out[3], std::size_t count);
 /// One table for each of R, G, B.
 void encodePixels(const std::uint16_t* const codes[3], const std::uint8_t* const tables[3],
                   std::uint8_t* pixels, std::size_t count);

@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include <array>
+#include <cmath>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <lcms2.h>
+
+#include "platform/video_raster/raster_converter.h"
+
+namespace zelvane {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+struct CloseProfile {
+    void operator()(void* profile) const { cmsCloseProfile(profile); }
+};
+using Profile = std::unique_ptr<void, CloseProfile>;
+struct DeleteTransform {
+    void operator()(void* transform) const { cmsDeleteTransform(transform); }
+};
+struct FreePipeline {
+    void operator()(cmsPipeline* pipeline) const { cmsPipelineFree(pipeline); }
+};
+
+Bytes bytesOf(cmsHPROFILE profile) {
+    cmsUInt32Number size = 0;
+    cmsSaveProfileToMem(profile, nullptr, &size);
+    Bytes bytes(size);
+    EXPECT_TRUE(cmsSaveProfileToMem(profile, bytes.data(), &size));
+    return bytes;
+}
+
+Profile shaperProfile(double gamma) {
+    const cmsCIExyY white{0.3127, 0.3290, 1};
+    const cmsCIExyYTRIPLE p3{{0.680, 0.320, 1}, {0.265, 0.690, 1}, {0.150, 0.060, 1}};
+    cmsToneCurve* curve = cmsBuildGamma(nullptr, gamma);
+    cmsToneCurve* const curves[3] = {curve, curve, curve};
+    Profile profile(cmsCreateRGBProfile(&white, &p3, curves));
+    cmsFreeToneCurve(curve);
+    return profile;
+}
+
+/// The same device, told by tables of XYZ in place of curves and a matrix.
+Profile tableProfile(cmsHPROFILE like) {
+    Profile made(cmsCreateProfilePlaceholder(nullptr));
+    cmsSetDeviceClass(made.get(), cmsSigDisplayClass);
+    cmsSetColorSpace(made.get(), cmsSigRgbData);
+    cmsSetPCS(made.get(), cmsSigLabData);
+    cmsSetProfileVersion(made.get(), 4.3);
+    const Profile lab(cmsCreateLab4Profile(nullptr));
+    const auto addTable = [&](cmsHPROFILE from, cmsUInt32Number fromType, cmsHPROFILE to,
+                              cmsUInt32Number toType, cmsTagSignature tag) {
+        const std::unique_ptr<void, DeleteTransform> transform(
+            cmsCreateTransform(from, fromType, to, toType, INTENT_RELATIVE_COLORIMETRIC,
+                               cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE));
+        const std::unique_ptr<cmsPipeline, FreePipeline> pipeline(cmsPipelineAlloc(nullptr, 3, 3));
+        cmsStage* table = cmsStageAllocCLut16bit(nullptr, 49, 3, 3, nullptr);
+        cmsStageSampleCLut16bit(
+            table,
+            [](const cmsUInt16Number in[], cmsUInt16Number out[], void* cargo) -> cmsInt32Number {
+                cmsDoTransform(cargo, in, out, 1);
+                return TRUE;
+            },
+            transform.get(), 0);
+        const auto append = [&](cmsStage* stage) {
+            cmsPipelineInsertStage(pipeline.get(), cmsAT_END, stage);
+        };
+        append(cmsStageAllocToneCurves(nullptr, 3, nullptr));
+        append(table);
+        append(cmsStageAllocToneCurves(nullptr, 3, nullptr));
+        EXPECT_TRUE(cmsWriteTag(made.get(), tag, pipeline.get()));
+    };
+    addTable(like, TYPE_RGB_16, lab.get(), TYPE_Lab_16, cmsSigAToB0Tag);
+    addTable(lab.get(), TYPE_Lab_16, like, TYPE_RGB_16, cmsSigBToA0Tag);
+    cmsWriteTag(made.get(), cmsSigMediaWhitePointTag, cmsD50_XYZ());
+    return made;
+}
+
+/// A row of greys and then of colours, as a picture whose codes are `attach`'s to explain.
+class Row {
+  public:
+    static constexpr int kWidth = 2048;
+
+    Row() {
+        std::mt19937 random(3);
+        for (int x = 0; x < kWidth; ++x) {
+            for (int channel = 0; channel < 4; ++channel) {
+                pixels_->push_back(
+                    static_cast<std::uint8_t>(x < 256 ? x : static_cast<int>(random() % 256)));
+            }
+        }
+        CVPixelBuffer::Geometry geometry{kCVPixelFormatType_32BGRA, kWidth, 1, 1, {}};
+        geometry.planes[0] = {pixels_->data(), pixels_->size(), kWidth, 1};
+        picture_ = CVPixelBuffer::overMemory(geometry, pixels_);
+    }
+    void setProfile(Bytes profile) {
+        picture_->setAttachment(kCVImageBufferICCProfileKey, std::move(profile),
+                                CVAttachmentMode::shouldPropagate);
+    }
+    void setSRGB() {
+        const auto mode = CVAttachmentMode::shouldPropagate;
+        picture_->setAttachment(kCVImageBufferColorPrimariesKey,
+                                std::string(kCVImageBufferColorPrimaries_ITU_R_709_2), mode);
+        picture_->setAttachment(kCVImageBufferTransferFunctionKey,
+                                std::string(kCVImageBufferTransferFunction_sRGB), mode);
+    }
+    Bytes shownOn(const Bytes& display) const {
+        Bytes target(kWidth * 4);
+        RasterConverter(DisplayColor{display}).convert(*picture_, target, target.size());
+        return target;
+    }
+    /// What lcms makes of it in floating point.
+    std::vector<double> expected(cmsHPROFILE from, cmsHPROFILE to) const {
+        const std::unique_ptr<void, DeleteTransform> transform(
+            cmsCreateTransform(from, TYPE_BGR_DBL, to, TYPE_BGR_DBL, INTENT_RELATIVE_COLORIMETRIC,
+                               cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE));
+        std::vector<double> codes;
+        for (int x = 0; x < kWidth; ++x) {
+            double color[3];
+            for (int i = 0; i < 3; ++i) {
+                color[i] = (*pixels_)[static_cast<std::size_t>(4 * x + i)] / 255.0;
+            }
+            cmsDoTransform(transform.get(), color, color, 1);
+            codes.insert(codes.end(), color, color + 3);
+        }
+        return codes;
+    }
+
+  private:
+    std::shared_ptr<Bytes> pixels_ = std::make_shared<Bytes>();
+    CVPixelBufferRef picture_;
+};
+
+constexpr double kTolerance = 1.5;
+/// A table of the profile is interpolated by another one.
+constexpr double kTableTolerance = 2;
+
+double worstError(const Bytes& pixels, const std::vector<double>& expected) {
+    double worst = 0;
+    for (std::size_t x = 0; x < expected.size() / 3; ++x) {
+        for (std::size_t i = 0; i < 3; ++i) {
+            const double code = 255 * std::min(std::max(expected[3 * x + i], 0.0), 1.0);
+            worst = std::max(worst, std::abs(pixels[4 * x + i] - code));
+        }
+    }
+    return worst;
+}
+
+TEST(RasterConverterICC, aScreenOfCurvesAndMatrixIsMatched) {
+    const auto display = shaperProfile(2.2);
+    const Profile sRGB(cmsCreate_sRGBProfile());
+    Row row;
+    row.setSRGB();
+    EXPECT_LE(
+        worstError(row.shownOn(bytesOf(display.get())), row.expected(sRGB.get(), display.get())),
+        kTolerance);
+}
+
+TEST(RasterConverterICC, aPictureWithAProfileOfCurvesAndMatrixIsMatched) {
+    const auto source = shaperProfile(1.8);
+    const Profile sRGB(cmsCreate_sRGBProfile());
+    Row row;
+    row.setProfile(bytesOf(source.get()));
+    EXPECT_LE(worstError(row.shownOn({}), row.expected(source.get(), sRGB.get())), kTolerance);
+}
+
+TEST(RasterConverterICC, tablesOnEitherSideAreMatched) {
+    const auto shaper = shaperProfile(2.2);
+    const auto tables = tableProfile(shaper.get());
+    const Profile sRGB(cmsCreate_sRGBProfile());
+    Row onTables;
+    onTables.setSRGB();
+    EXPECT_LE(worstError(onTables.shownOn(bytesOf(tables.get())),
+                         onTables.expected(sRGB.get(), tables.get())),
+              kTableTolerance);
+    Row ofTables;
+    ofTables.setProfile(bytesOf(tables.get()));
+    EXPECT_LE(worstError(ofTables.shownOn(bytesOf(shaper.get())),
+                         ofTables.expected(tables.get(), shaper.get())),
+              kTableTolerance);
+}
+
+TEST(RasterConverterICC, codedColorWinsOverAProfileBesideIt) {
+    Row row;
+    row.setSRGB();
+    const auto plain = row.shownOn({});
+    row.setProfile(bytesOf(shaperProfile(1.8).get()));
+    EXPECT_EQ(row.shownOn({}), plain);
+}
+
+TEST(RasterConverterICC, brokenProfilesMeanSRGB) {
+    Row plain;
+    plain.setSRGB();
+    const auto expected = plain.shownOn({});
+    const Profile xyz(cmsCreateXYZProfile());
+    const auto good = bytesOf(shaperProfile(2.2).get());
+    EXPECT_EQ(plain.shownOn(Bytes(200, 0x20)), expected);
+    EXPECT_EQ(plain.shownOn(bytesOf(xyz.get())), expected);
+    // Cut or changed anywhere, a profile may be unusable or mean something else, but never harms.
+    std::mt19937 random(1);
+    for (std::size_t size = 0; size < good.size(); size += 37) {
+        plain.shownOn(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)));
+        auto changed = good;
+        changed[random() % changed.size()] = static_cast<std::uint8_t>(random());
+        EXPECT_EQ(plain.shownOn(changed).size(), expected.size());
+    }
+}
+
+} // namespace
+} // namespace zelvane

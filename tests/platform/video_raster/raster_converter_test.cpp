@@ -1,0 +1,502 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/video_raster/raster_converter.h"
+
+#include <memory>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "tests/platform/video_raster/reference.h"
+
+namespace zelvane {
+namespace {
+
+using namespace test;
+
+/// What every conversion must keep to, in code values.
+constexpr double kTolerance = 1.5;
+
+struct Coding {
+    OSType format;
+    int bits;
+    bool isFullRange;
+    /// Luma samples for a chroma sample.
+    int across;
+    int down;
+};
+
+constexpr Coding kY420{kCVPixelFormatType_420YpCbCr8Planar, 8, false, 2, 2};
+constexpr Coding kF420{kCVPixelFormatType_420YpCbCr8PlanarFullRange, 8, true, 2, 2};
+constexpr Coding k420v{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 8, false, 2, 2};
+constexpr Coding k420f{kCVPixelFormatType_420YpCbCr8BiPlanarFullRange, 8, true, 2, 2};
+constexpr Coding kX420{kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange, 10, false, 2, 2};
+constexpr Coding kXF20{kCVPixelFormatType_420YpCbCr10BiPlanarFullRange, 10, true, 2, 2};
+constexpr Coding k2vuy{kCVPixelFormatType_422YpCbCr8, 8, false, 2, 1};
+constexpr Coding kYuvs{kCVPixelFormatType_422YpCbCr8_yuvs, 8, false, 2, 1};
+constexpr Coding kYuvf{kCVPixelFormatType_422YpCbCr8FullRange, 8, true, 2, 1};
+constexpr Coding kY416{kCVPixelFormatType_4444AYpCbCr16, 16, false, 1, 1};
+
+CVPixelBufferRef makePicture(OSType format, int width, int height) {
+    CVPixelBufferPoolAttributes attributes;
+    attributes.pixelFormat = format;
+    attributes.width = width;
+    attributes.height = height;
+    std::unique_ptr<CVPixelBufferPool> pool;
+    CVPixelBufferRef picture;
+    CVPixelBufferPool::create(attributes, pool);
+    pool->createPixelBuffer(picture);
+    return picture;
+}
+
+/// Where a sample lies in memory, whatever the format.
+std::uint8_t* sampleAddress(const CVPixelBuffer& picture, const Coding& coding, int channel, int x,
+                            int y) {
+    const auto at = [&](int plane, int offset) {
+        return picture.plane(plane).baseAddress +
+               picture.plane(plane).bytesPerRow * static_cast<std::size_t>(y) + offset;
+    };
+    switch (coding.format) {
+    case kCVPixelFormatType_420YpCbCr8Planar:
+    case kCVPixelFormatType_420YpCbCr8PlanarFullRange:
+        return at(channel, x);
+    case kCVPixelFormatType_422YpCbCr8:
+        return at(0, channel == 0 ? 2 * x + 1 : 4 * x + 2 * (channel - 1));
+    case kCVPixelFormatType_422YpCbCr8_yuvs:
+    case kCVPixelFormatType_422YpCbCr8FullRange:
+        return at(0, channel == 0 ? 2 * x : 4 * x + 2 * channel - 1);
+    case kCVPixelFormatType_4444AYpCbCr16:
+        return at(0, 8 * x + 2 + 2 * channel);
+    default: {
+        const int bytes = coding.bits > 8 ? 2 : 1;
+        return channel == 0 ? at(0, bytes * x) : at(1, bytes * (2 * x + channel - 1));
+    }
+    }
+}
+
+void writeSample(std::uint8_t* address, const Coding& coding, int value) {
+    const int stored = coding.bits == 10 ? value << 6 : value;
+    address[0] = static_cast<std::uint8_t>(stored);
+    if (coding.bits > 8) {
+        address[1] = static_cast<std::uint8_t>(stored >> 8);
+    }
+}
+
+/// A picture and the numbers that it was made of.
+class Picture {
+  public:
+    Picture(const Coding& coding, int width, int height)
+        : coding_(coding), width_(width), height_(height),
+          buffer_(makePicture(coding.format, width, height)) {
+        for (int channel = 0; channel < 3; ++channel) {
+            values_[channel].resize(static_cast<std::size_t>(widthOf(channel) * heightOf(channel)));
+        }
+    }
+
+    /// Every sample from `value(channel)`.
+    void fill(const std::function<int(int)>& value) {
+        for (int channel = 0; channel < 3; ++channel) {
+            for (int y = 0; y < heightOf(channel); ++y) {
+                for (int x = 0; x < widthOf(channel); ++x) {
+                    const int sample = value(channel);
+                    at(channel, x, y) = sample;
+                    writeSample(sampleAddress(*buffer_, coding_, channel, x, y), coding_, sample);
+                }
+            }
+        }
+    }
+
+    /// Y' in 0…1, chroma in -0.5…0.5, with chroma at the left and between the rows.
+    Color colorAt(int x, int y) const {
+        const double unit = 1 << (coding_.bits - 8);
+        const double full = (1 << coding_.bits) - 1;
+        Color color{};
+        color[0] =
+            coding_.isFullRange ? at(0, x, y) / full : (at(0, x, y) - 16 * unit) / (219 * unit);
+        for (int channel = 1; channel < 3; ++channel) {
+            const double across = static_cast<double>(x) / coding_.across;
+            const double down = (y + 0.5) / coding_.down - 0.5;
+            const double value = sampled(channel, across, down) - 128 * unit;
+            color[static_cast<std::size_t>(channel)] =
+                value / (coding_.isFullRange ? full : 224 * unit);
+        }
+        return color;
+    }
+
+    CVPixelBuffer& buffer() const { return *buffer_; }
+    int width() const { return width_; }
+    int height() const { return height_; }
+
+  private:
+    int widthOf(int channel) const {
+        return channel == 0 ? width_ : (width_ + coding_.across - 1) / coding_.across;
+    }
+    int heightOf(int channel) const {
+        return channel == 0 ? height_ : (height_ + coding_.down - 1) / coding_.down;
+    }
+    int& at(int channel, int x, int y) {
+        return values_[channel][static_cast<std::size_t>(y * widthOf(channel) + x)];
+    }
+    int at(int channel, int x, int y) const {
+        const int column = std::clamp(x, 0, widthOf(channel) - 1);
+        const int row = std::clamp(y, 0, heightOf(channel) - 1);
+        return values_[channel][static_cast<std::size_t>(row * widthOf(channel) + column)];
+    }
+    double sampled(int channel, double x, double y) const {
+        const int left = static_cast<int>(std::floor(x));
+        const int top = static_cast<int>(std::floor(y));
+        const double right = x - left;
+        const double bottom = y - top;
+        return (1 - bottom) *
+                   ((1 - right) * at(channel, left, top) + right * at(channel, left + 1, top)) +
+               bottom * ((1 - right) * at(channel, left, top + 1) +
+                         right * at(channel, left + 1, top + 1));
+    }
+
+    Coding coding_;
+    int width_;
+    int height_;
+    CVPixelBufferRef buffer_;
+    std::vector<int> values_[3];
+};
+
+void setColor(CVPixelBuffer& picture, std::string_view primaries, std::string_view transfer,
+              std::string_view matrix) {
+    const auto mode = CVAttachmentMode::shouldPropagate;
+    picture.setAttachment(kCVImageBufferColorPrimariesKey, std::string(primaries), mode);
+    picture.setAttachment(kCVImageBufferTransferFunctionKey, std::string(transfer), mode);
+    if (!matrix.empty()) {
+        picture.setAttachment(kCVImageBufferYCbCrMatrixKey, std::string(matrix), mode);
+    }
+}
+
+/// The pixels of a converted picture, in rows with room behind them that must stay untouched.
+class Pixels {
+  public:
+    explicit Pixels(const CVPixelBuffer& picture, DisplayColor display = {})
+        : bytesPerRow_(static_cast<std::size_t>(picture.width()) * 4 + 12),
+          bytes_(bytesPerRow_ * static_cast<std::size_t>(picture.height()), kUntouched) {
+        RasterConverter(std::move(display)).convert(picture, bytes_, bytesPerRow_);
+        for (std::size_t end = bytesPerRow_; end <= bytes_.size(); end += bytesPerRow_) {
+            for (std::size_t i = end - 12; i < end; ++i) {
+                EXPECT_EQ(bytes_[i], kUntouched);
+            }
+        }
+    }
+    /// R, G, B as 0…255.
+    Color at(int x, int y) const {
+        const auto* pixel = bytes_.data() + bytesPerRow_ * static_cast<std::size_t>(y) + 4 * x;
+        EXPECT_EQ(pixel[3], 255);
+        return {double(pixel[2]), double(pixel[1]), double(pixel[0])};
+    }
+
+  private:
+    static constexpr std::uint8_t kUntouched = 0xa5;
+    std::size_t bytesPerRow_;
+    std::vector<std::uint8_t> bytes_;
+};
+
+double distance(const Color& pixel, const Color& expected) {
+    double worst = 0;
+    for (std::size_t i = 0; i < 3; ++i) {
+        worst = std::max(worst, std::abs(pixel[i] - 255 * expected[i]));
+    }
+    return worst;
+}
+
+/// The largest error over all pixels against `expected(Y'CBCR)`.
+double worstError(const Picture& picture, const std::function<Color(const Color&)>& expected,
+                  const DisplayColor& display = {}) {
+    const Pixels pixels(picture.buffer(), display);
+    double worst = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            worst = std::max(worst, distance(pixels.at(x, y), expected(picture.colorAt(x, y))));
+        }
+    }
+    return worst;
+}
+
+/// Noise over all codes, and then every grey: what films are made of lies between.
+double worstErrorOver(const Coding& coding, const std::function<void(CVPixelBuffer&)>& tag,
+                      const std::function<Color(const Color&)>& expected,
+                      const DisplayColor& display = {}) {
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> codes(0, (1 << coding.bits) - 1);
+    Picture noise(coding, 613, 37);
+    noise.fill([&](int) { return codes(random); });
+    tag(noise.buffer());
+    Picture greys(coding, 256, 8);
+    int next = 0;
+    const int middle = 1 << (coding.bits - 1);
+    const int step = std::max(1, (1 << coding.bits) / (256 * 8));
+    greys.fill(
+        [&](int channel) { return channel == 0 ? (next += step) % (1 << coding.bits) : middle; });
+    tag(greys.buffer());
+    return std::max(worstError(noise, expected, display), worstError(greys, expected, display));
+}
+
+struct SDRCase {
+    const char* name;
+    Coding coding;
+    std::string_view primaries;
+    std::string_view matrix;
+    const YCbCrMatrix& decodeMatrix;
+    const Matrix& toSRGB;
+};
+
+class RasterConverterSDR : public testing::TestWithParam<SDRCase> {};
+
+TEST_P(RasterConverterSDR, showsWhatAScreenOfBT1886WouldShow) {
+    const auto& param = GetParam();
+    const double worst = worstErrorOver(
+        param.coding,
+        [&](CVPixelBuffer& picture) {
+            setColor(picture, param.primaries, kCVImageBufferTransferFunction_ITU_R_709_2,
+                     param.matrix);
+        },
+        [&](const Color& coded) {
+            auto color = decode(param.decodeMatrix, coded[0], coded[1], coded[2]);
+            for (auto& channel : color) {
+                channel = screen1886(channel);
+            }
+            color = multiply(param.toSRGB, color);
+            for (auto& channel : color) {
+                channel = encodeSRGB(channel);
+            }
+            return color;
+        });
+    EXPECT_LE(worst, kTolerance);
+}
+
+constexpr auto k709Primaries = kCVImageBufferColorPrimaries_ITU_R_709_2;
+constexpr auto k709Name = kCVImageBufferYCbCrMatrix_ITU_R_709_2;
+constexpr auto k601Name = kCVImageBufferYCbCrMatrix_ITU_R_601_4;
+constexpr auto k2020Name = kCVImageBufferYCbCrMatrix_ITU_R_2020;
+
+INSTANTIATE_TEST_SUITE_P(
+    Pictures, RasterConverterSDR,
+    testing::Values(SDRCase{"y420_709", kY420, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"f420_709", kF420, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"f420_601", kF420, k709Primaries, k601Name, k601, kKeep},
+                    SDRCase{"nv12_709", k420v, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"nv12_full", k420f, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"x420_709", kX420, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"xf20_709", kXF20, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"uyvy_601", k2vuy, k709Primaries, k601Name, k601, kKeep},
+                    SDRCase{"yuyv_601", kYuvs, k709Primaries, k601Name, k601, kKeep},
+                    SDRCase{"yuyv_full", kYuvf, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"ayuv_709", kY416, k709Primaries, k709Name, k709, kKeep},
+                    SDRCase{"y420_525_lines", kY420, kCVImageBufferColorPrimaries_SMPTE_C, k601Name,
+                            k601, kSMPTECTo709},
+                    SDRCase{"y420_625_lines", kY420, kCVImageBufferColorPrimaries_EBU_3213,
+                            k601Name, k601, kEBUTo709},
+                    SDRCase{"x420_2020", kX420, kCVImageBufferColorPrimaries_ITU_R_2020, k2020Name,
+                            k2020, k2020To709},
+                    SDRCase{"y420_P3", kY420, kCVImageBufferColorPrimaries_P3_D65, k709Name, k709,
+                            kP3To709}),
+    [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(RasterConverter, codesThatNeedNoConversionPassUnchanged) {
+    const Coding bgra{kCVPixelFormatType_32BGRA, 8, true, 1, 1};
+    const auto picture = makePicture(bgra.format, 256, 1);
+    for (int x = 0; x < 256; ++x) {
+        auto* pixel = picture->plane(0).baseAddress + 4 * x;
+        pixel[0] = static_cast<std::uint8_t>(x);
+        pixel[1] = static_cast<std::uint8_t>(255 - x);
+        pixel[2] = static_cast<std::uint8_t>(x ^ 0x55);
+        pixel[3] = 7;
+    }
+    setColor(*picture, k709Primaries, kCVImageBufferTransferFunction_sRGB, "");
+    const Pixels pixels(*picture);
+    for (int x = 0; x < 256; ++x) {
+        EXPECT_EQ(pixels.at(x, 0), (Color{double(x ^ 0x55), double(255 - x), double(x)}));
+    }
+}
+
+TEST(RasterConverter, rgbLayoutsAreReadInTheirOwnOrder) {
+    const std::pair<OSType, std::vector<std::uint8_t>> layouts[] = {
+        {kCVPixelFormatType_24RGB, {10, 20, 30}},
+        {kCVPixelFormatType_32ARGB, {0, 10, 20, 30}},
+        {kCVPixelFormatType_32BGRA, {30, 20, 10, 0}},
+        {kCVPixelFormatType_64ARGB, {0, 0, 10, 10, 20, 20, 30, 30}},
+    };
+    for (const auto& [format, bytes] : layouts) {
+        const auto picture = makePicture(format, 1, 1);
+        std::copy(bytes.begin(), bytes.end(), picture->plane(0).baseAddress);
+        setColor(*picture, k709Primaries, kCVImageBufferTransferFunction_sRGB, "");
+        EXPECT_EQ(Pixels(*picture).at(0, 0), (Color{10, 20, 30})) << std::hex << format;
+    }
+}
+
+TEST(RasterConverter, gammaLinearAndCinemaCurvesEndAsTheSameLight) {
+    const auto error = [](std::string_view transfer, const std::function<double(double)>& light) {
+        return worstErrorOver(
+            kX420,
+            [&](CVPixelBuffer& picture) {
+                setColor(picture, k709Primaries, transfer, k709Name);
+                picture.setAttachment(kCVImageBufferGammaLevelKey, 2.8,
+                                      CVAttachmentMode::shouldPropagate);
+            },
+            [&](const Color& coded) {
+                auto color = decode(k709, coded[0], coded[1], coded[2]);
+                for (auto& channel : color) {
+                    channel = encodeSRGB(light(clip(channel)));
+                }
+                return color;
+            });
+    };
+    EXPECT_LE(error(kCVImageBufferTransferFunction_UseGamma,
+                    [](double code) { return std::pow(code, 2.8); }),
+              kTolerance);
+    EXPECT_LE(error(kCVImageBufferTransferFunction_sRGB, decodeSRGB), kTolerance);
+    EXPECT_LE(error(kCVImageBufferTransferFunction_SMPTE_ST_428_1,
+                    [](double code) { return 52.37 / 48 * std::pow(code, 2.6); }),
+              kTolerance);
+    EXPECT_LE(error(kCVImageBufferTransferFunction_Linear, [](double code) { return code; }),
+              kTolerance);
+}
+
+/// MaxCLL and the mastering screen's maximum in cd/m²; 0 for none.
+void setLight(CVPixelBuffer& picture, unsigned maxCLL, unsigned masteringMaximum) {
+    const auto mode = CVAttachmentMode::shouldPropagate;
+    if (maxCLL > 0) {
+        picture.setAttachment(kCVImageBufferContentLightLevelInfoKey,
+                              std::vector<std::uint8_t>{static_cast<std::uint8_t>(maxCLL >> 8),
+                                                        static_cast<std::uint8_t>(maxCLL), 0, 0},
+                              mode);
+    }
+    if (masteringMaximum > 0) {
+        std::vector<std::uint8_t> volume(24);
+        for (unsigned i = 0; i < 4; ++i) {
+            volume[16 + i] = static_cast<std::uint8_t>(masteringMaximum * 10000 >> (24 - 8 * i));
+        }
+        picture.setAttachment(kCVImageBufferMasteringDisplayColorVolumeKey, volume, mode);
+    }
+}
+
+TEST(RasterConverter, pqIsToneMappedFromThePeakThatItStates) {
+    struct Light {
+        unsigned maxCLL;
+        unsigned masteringMaximum;
+        double peak;
+    };
+    for (const auto& light : {Light{0, 0, 1000}, Light{0, 4000, 4000}, Light{600, 4000, 600},
+                              Light{5000, 1000, 1000}, Light{100, 0, 203}}) {
+        const double worst = worstErrorOver(
+            kX420,
+            [&](CVPixelBuffer& picture) {
+                setColor(picture, kCVImageBufferColorPrimaries_ITU_R_2020,
+                         kCVImageBufferTransferFunction_SMPTE_ST_2084_PQ, k2020Name);
+                setLight(picture, light.maxCLL, light.masteringMaximum);
+            },
+            [&](const Color& coded) {
+                auto color = decode(k2020, coded[0], coded[1], coded[2]);
+                for (auto& channel : color) {
+                    channel = toneMapped(pqLight(clip(channel)), light.peak);
+                }
+                color = multiply(k2020To709, color);
+                for (auto& channel : color) {
+                    channel = encodeSRGB(channel);
+                }
+                return color;
+            });
+        EXPECT_LE(worst, kTolerance) << light.maxCLL << " " << light.masteringMaximum;
+    }
+}
+
+TEST(RasterConverter, hlgIsShownAsOnAScreenOf1000AndToneMapped) {
+    const double worst = worstErrorOver(
+        kX420,
+        [&](CVPixelBuffer& picture) {
+            setColor(picture, kCVImageBufferColorPrimaries_ITU_R_2020,
+                     kCVImageBufferTransferFunction_ITU_R_2100_HLG, k2020Name);
+        },
+        [&](const Color& coded) {
+            auto color = decode(k2020, coded[0], coded[1], coded[2]);
+            for (auto& channel : color) {
+                channel = hlgScene(clip(channel));
+            }
+            const double luminance = 0.2627 * color[0] + 0.6780 * color[1] + 0.0593 * color[2];
+            for (auto& channel : color) {
+                channel = toneMapped(1000 * std::pow(luminance, 0.2) * channel, 1000);
+            }
+            color = multiply(k2020To709, color);
+            for (auto& channel : color) {
+                channel = encodeSRGB(channel);
+            }
+            return color;
+        });
+    EXPECT_LE(worst, kTolerance);
+}
+
+TEST(RasterConverter, greysOfHDRStayGreyAndThePeakIsWhite) {
+    Picture picture(kX420, 2, 2);
+    setColor(picture.buffer(), kCVImageBufferColorPrimaries_ITU_R_2020,
+             kCVImageBufferTransferFunction_SMPTE_ST_2084_PQ, k2020Name);
+    setLight(picture.buffer(), 1000, 0);
+    const auto shown = [&](double nits) {
+        const int luma = static_cast<int>(std::lround(64 + 876 * pqCode(nits)));
+        picture.fill([&](int channel) { return channel == 0 ? luma : 512; });
+        return Pixels(picture.buffer()).at(0, 0);
+    };
+    EXPECT_EQ(shown(0), (Color{0, 0, 0}));
+    EXPECT_EQ(shown(1000), (Color{255, 255, 255}));
+    const auto diffuseWhite = shown(203);
+    EXPECT_EQ(diffuseWhite[0], diffuseWhite[1]);
+    EXPECT_EQ(diffuseWhite[1], diffuseWhite[2]);
+    EXPECT_GT(diffuseWhite[0], 190);
+    EXPECT_LT(diffuseWhite[0], 245);
+}
+
+TEST(RasterConverter, absentAttachmentsGiveWhatPicturesOfThatSizeHave) {
+    const auto red = [](int width) {
+        Picture picture(kY420, width, 2);
+        const int sample[] = {81, 90, 240};
+        picture.fill([&](int channel) { return sample[channel]; });
+        return Pixels(picture.buffer()).at(0, 0);
+    };
+    const auto standard = decode(k601, (81 - 16) / 219.0, (90 - 128) / 224.0, 112 / 224.0);
+    const auto high = decode(k709, (81 - 16) / 219.0, (90 - 128) / 224.0, 112 / 224.0);
+    const auto clipped = [](Color color) {
+        for (auto& channel : color) {
+            channel = clip(channel);
+        }
+        return color;
+    };
+    EXPECT_LE(distance(red(640), clipped(standard)), kTolerance);
+    EXPECT_LE(distance(red(1280), clipped(high)), kTolerance);
+}
+
+TEST(RasterConverter, whatCannotBeDrawnIsRefused) {
+    const auto picture = makePicture(kCVPixelFormatType_32BGRA, 4, 4);
+    std::vector<std::uint8_t> target(4 * 4 * 4);
+    RasterConverter converter;
+    EXPECT_THROW(converter.convert(*picture, target, 15), RasterConversionError);
+    EXPECT_THROW(converter.convert(*picture, std::span(target).first(63), 16),
+                 RasterConversionError);
+    EXPECT_NO_THROW(converter.convert(*picture, target, 16));
+    CVPixelBuffer::Geometry geometry{fourCharCode("v210"), 4, 4, 1, {}};
+    geometry.planes[0] = {target.data(), 16, 4, 4};
+    EXPECT_THROW(converter.convert(*CVPixelBuffer::overMemory(geometry, nullptr), target, 16),
+                 RasterConversionError);
+}
+
+TEST(RasterConverter, aChangeOfColorInTheMiddleOfAFilmIsFollowed) {
+    Picture picture(kY420, 4, 2);
+    const int sample[] = {120, 90, 200};
+    picture.fill([&](int channel) { return sample[channel]; });
+    RasterConverter converter;
+    std::vector<std::uint8_t> target(4 * 4 * 2);
+    std::vector<std::vector<std::uint8_t>> results;
+    for (const auto matrix : {k709Name, k601Name, k709Name}) {
+        setColor(picture.buffer(), k709Primaries, kCVImageBufferTransferFunction_ITU_R_709_2,
+                 matrix);
+        converter.convert(picture.buffer(), target, 16);
+        results.push_back(target);
+    }
+    EXPECT_NE(results[0], results[1]);
+    EXPECT_EQ(results[0], results[2]);
+}
+
+} // namespace
+} // namespace zelvane
