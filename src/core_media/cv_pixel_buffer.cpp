@@ -39,7 +39,9 @@ CVPixelBufferRef CVPixelBuffer::wrappingFrame(ffmpeg::Frame frame, OSType pixelF
     Geometry geometry{pixelFormat, frame->width, frame->height, 1, {}};
     setPlaneSizes(geometry, *descriptor);
     for (std::size_t i = 0; i < static_cast<std::size_t>(geometry.planeCount); ++i) {
-        if (frame->data[i] == nullptr || frame->linesize[i] <= 0) {
+        const int visibleBytes =
+            geometry.planes[i].width * descriptor->planes[i].bytesPerBlock;
+        if (frame->data[i] == nullptr || frame->linesize[i] < visibleBytes) {
             return nullptr;
         }
         geometry.planes[i].baseAddress = frame->data[i];

@@ -48,7 +48,7 @@ class CVPixelBuffer {
     static std::shared_ptr<CVPixelBuffer> overMemory(const Geometry& geometry,
                                                      std::shared_ptr<void> owner);
     /// A picture over a decoded software frame, whose memory is used in place and never written.
-    /// Null when the frame's rows run upward or its layout is not that of `pixelFormat`.
+    /// Null when the frame's rows run upward or are short, or its layout is not `pixelFormat`'s.
     static std::shared_ptr<CVPixelBuffer> wrappingFrame(ffmpeg::Frame frame, OSType pixelFormat);
     /// A picture that lies on a device. `pixelFormat` tells what its pixels are once they are
     /// brought to memory. It has no base addresses.

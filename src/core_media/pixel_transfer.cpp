@@ -121,7 +121,7 @@ RGB rgb(const Conversion& conversion, std::uint8_t luma, float cb, float cr) {
 template <class Code>
 Code code(float value) {
     constexpr float kMax = static_cast<float>(static_cast<Code>(~Code{0}));
-    return static_cast<Code>(std::clamp(value, 0.0F, 1.0F) * kMax + 0.5F);
+    return static_cast<Code>(std::lrint(std::clamp(value, 0.0F, 1.0F) * kMax));
 }
 
 void storeBGRA(const RGB& color, std::uint8_t* pixel) {

@@ -12,6 +12,9 @@
 
 namespace zelvane {
 
+/// Width over height of a pixel as an attachment; an unknown ratio is that of square pixels.
+PixelAspectRatio pixelAspectRatioAttachment(AVRational sampleAspectRatio);
+
 /// What decides how pictures are packaged. Two pictures of equal traits go the same way.
 struct PictureTraits {
     FFmpegPixelLayout layout;
@@ -27,12 +30,10 @@ struct PictureTraits {
         return layout == other.layout && width == other.width && height == other.height;
     }
     bool saysTheSameAs(const PictureTraits& other) const {
-        return colors == other.colors && av_cmp_q(sampleAspectRatio, other.sampleAspectRatio) == 0;
+        return colors == other.colors && pixelAspectRatioAttachment(sampleAspectRatio) ==
+                                             pixelAspectRatioAttachment(other.sampleAspectRatio);
     }
 };
-
-/// Width over height of a pixel as an attachment; an unknown ratio is that of square pixels.
-PixelAspectRatio pixelAspectRatioAttachment(AVRational sampleAspectRatio);
 
 /// Makes pixel buffers of software frames that share their traits. A frame whose memory already is
 /// what the display takes is passed on as it is, without a copy. One thread at a time.

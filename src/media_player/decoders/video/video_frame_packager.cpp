@@ -117,7 +117,6 @@ void VideoFramePackager::adoptTraits(const AVFrame& frame) {
         !softwareFramePackager_ || !traits.isOfSameMemoryAs(softwareFramePackager_->traits());
     const bool saysSomethingNew = latestTraits_ && !traits.saysTheSameAs(*latestTraits_);
     if (isNewMemory || saysSomethingNew) {
-        softwareFramePackager_.reset();
         softwareFramePackager_.emplace(context_, traits);
     }
     latestTraits_ = traits;
