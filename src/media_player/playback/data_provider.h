@@ -48,7 +48,6 @@ class DataProvider : public DataProviding, public std::enable_shared_from_this<D
     void stopRequestingMediaData() { renderer_->stopRequestingMediaData(); }
     /// None without a track.
     const std::unique_ptr<DecodeFeed>& feed() const { return feed_; }
-    const std::shared_ptr<dispatch::Queue>& queue() const { return queue_; }
 
   private:
     void pull();

@@ -24,7 +24,7 @@ template <class Rendering>
 struct ClockedRenderer {
     /// From a renderer that has both sides.
     template <class Renderer>
-    ClockedRenderer(const std::shared_ptr<Renderer>& renderer) // NOLINT(*-explicit-*)
+    ClockedRenderer(const std::shared_ptr<Renderer>& renderer)
         : rendering(renderer), synchronized(renderer) {}
 
     std::shared_ptr<Rendering> rendering;

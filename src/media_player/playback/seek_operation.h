@@ -33,8 +33,8 @@ SeekOperation foldedSeekOperation(std::optional<SeekOperation> waiting, const CM
 /// The target within media of that duration.
 CMTime clampedSeekTarget(const CMTime& target, const CMTime& duration);
 
-/// How long `count` frames last, back for a negative count; at 24 frames a second of 24000/1000
-/// when no rate is known. A product beyond 64 bits stops the process.
+/// How long `count` frames last, less than nothing for a negative count; at 24000/1000 frames a
+/// second when no rate is known. A product beyond 64 bits stops the process.
 CMTime frameStep(std::optional<AVRational> frameRate, std::int64_t count);
 
 } // namespace zelvane

@@ -163,16 +163,13 @@ TEST_F(DataProviderTest, aProviderThatGoesAsksNoMoreAndItsTasksStillRun) {
     makeSource("", "0k 20k 40k");
     makeAudioProvider(1);
     selectAudio();
+    EXPECT_TRUE(renderer_->isRequesting());
     bool hasRun = false;
-    const auto gone = std::exchange(audio_, nullptr).get();
-    EXPECT_FALSE(renderer_->isRequesting());
-    (void)gone;
-    makeAudioProvider();
-    source_->onAudioRead = nullptr;
     audio_->perform(false, [&] { hasRun = true; });
     audio_.reset();
     main_.settle();
     EXPECT_TRUE(hasRun);
+    EXPECT_FALSE(renderer_->isRequesting());
 }
 
 struct SeekCase {

@@ -96,6 +96,11 @@ class MediaPlayerTest : public testing::Test {
         forgetNotifications();
     }
 
+    void TearDown() override {
+        player_.reset();
+        main_.settle();
+    }
+
     MediaPlayerEnvironment environment() {
         MediaPlayerEnvironment environment;
         environment.makeDisplayLayer = [this] { return ClockedRenderer<VideoRendering>(layer_); };
