@@ -13,6 +13,11 @@
 namespace zelvane {
 namespace {
 
+QEvent::Type newPictureEvent() {
+    static const auto type = static_cast<QEvent::Type>(QEvent::registerEventType());
+    return type;
+}
+
 QEvent::Type reachedScreenEvent() {
     static const auto type = static_cast<QEvent::Type>(QEvent::registerEventType());
     return type;
@@ -63,7 +68,7 @@ RasterVideoWidget::RasterVideoWidget(QWidget* parent, RasterPresenter::Convert c
     setAttribute(Qt::WA_NoSystemBackground);
     presenter_->attach([this] {
         if (!isWoken_.exchange(true)) {
-            QMetaObject::invokeMethod(this, &RasterVideoWidget::drawNewest, Qt::QueuedConnection);
+            QCoreApplication::postEvent(this, new QEvent(newPictureEvent()));
         }
     });
 }
@@ -112,6 +117,10 @@ void RasterVideoWidget::paintEvent(QPaintEvent* /*event*/) {
 }
 
 bool RasterVideoWidget::event(QEvent* event) {
+    if (event->type() == newPictureEvent()) {
+        drawNewest();
+        return true;
+    }
     if (event->type() == reachedScreenEvent()) {
         presenter_->didReachScreen();
         return true;
