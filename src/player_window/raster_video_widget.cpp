@@ -68,7 +68,8 @@ RasterVideoWidget::RasterVideoWidget(QWidget* parent, RasterPresenter::Convert c
     setAttribute(Qt::WA_NoSystemBackground);
     presenter_->attach([this] {
         if (!isWoken_.exchange(true)) {
-            QCoreApplication::postEvent(this, new QEvent(newPictureEvent()));
+            QCoreApplication::postEvent(this,
+                                        std::make_unique<QEvent>(newPictureEvent()).release());
         }
     });
 }
@@ -113,7 +114,8 @@ void RasterVideoWidget::paintEvent(QPaintEvent* /*event*/) {
         drawPicture(painter, *content.picture, layout);
     }
     // The window system has the picture once this paint is over, and this event comes next.
-    QCoreApplication::postEvent(this, new QEvent(reachedScreenEvent()), Qt::HighEventPriority);
+    QCoreApplication::postEvent(this, std::make_unique<QEvent>(reachedScreenEvent()).release(),
+                                Qt::HighEventPriority);
 }
 
 bool RasterVideoWidget::event(QEvent* event) {
