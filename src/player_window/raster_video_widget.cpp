@@ -13,6 +13,11 @@
 namespace zelvane {
 namespace {
 
+QEvent::Type newPictureEvent() {
+    static const auto type = static_cast<QEvent::Type>(QEvent::registerEventType());
+    return type;
+}
+
 QEvent::Type reachedScreenEvent() {
     static const auto type = static_cast<QEvent::Type>(QEvent::registerEventType());
     return type;
@@ -63,7 +68,8 @@ RasterVideoWidget::RasterVideoWidget(QWidget* parent, RasterPresenter::Convert c
     setAttribute(Qt::WA_NoSystemBackground);
     presenter_->attach([this] {
         if (!isWoken_.exchange(true)) {
-            QMetaObject::invokeMethod(this, &RasterVideoWidget::drawNewest, Qt::QueuedConnection);
+            QCoreApplication::postEvent(this,
+                                        std::make_unique<QEvent>(newPictureEvent()).release());
         }
     });
 }
@@ -108,10 +114,15 @@ void RasterVideoWidget::paintEvent(QPaintEvent* /*event*/) {
         drawPicture(painter, *content.picture, layout);
     }
     // The window system has the picture once this paint is over, and this event comes next.
-    QCoreApplication::postEvent(this, new QEvent(reachedScreenEvent()), Qt::HighEventPriority);
+    QCoreApplication::postEvent(this, std::make_unique<QEvent>(reachedScreenEvent()).release(),
+                                Qt::HighEventPriority);
 }
 
 bool RasterVideoWidget::event(QEvent* event) {
+    if (event->type() == newPictureEvent()) {
+        drawNewest();
+        return true;
+    }
     if (event->type() == reachedScreenEvent()) {
         presenter_->didReachScreen();
         return true;

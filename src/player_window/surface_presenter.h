@@ -71,11 +71,15 @@ class SurfacePresenter final : public VideoPresenter {
     }
 
     void detach() {
+        // What is dropped goes after the lock: handlers and pictures may take others along.
+        Content content;
+        std::optional<Delivery> waiting;
+        std::optional<Delivery> drawn;
         const std::lock_guard guard(mutex_);
         wake_ = nullptr;
-        waiting_.reset();
-        drawn_.reset();
-        content_ = {};
+        std::swap(waiting, waiting_);
+        std::swap(drawn, drawn_);
+        std::swap(content, content_);
     }
 
     /// The newest content, without marking it as drawn.
@@ -86,9 +90,11 @@ class SurfacePresenter final : public VideoPresenter {
 
     /// The newest content, which the caller draws now.
     Content takeContent() {
+        std::optional<Delivery> unheard;
         const std::lock_guard guard(mutex_);
         if (waiting_) {
-            drawn_ = std::exchange(waiting_, std::nullopt);
+            std::swap(unheard, drawn_);
+            std::swap(drawn_, waiting_);
         }
         return content_;
     }
@@ -116,8 +122,15 @@ class SurfacePresenter final : public VideoPresenter {
         HostTime presentedAt;
     };
 
+    bool isAttached() const {
+        const std::lock_guard guard(mutex_);
+        return static_cast<bool>(wake_);
+    }
+
     void prepareLocked(const PresentedFrame& frame) {
-        if (preparedFrom_ != frame.pixelBuffer || prepared_ == nullptr) {
+        if (!isAttached()) {
+            prepared_ = nullptr;
+        } else if (preparedFrom_ != frame.pixelBuffer || prepared_ == nullptr) {
             // Given back first, so that its memory serves the new one.
             prepared_ = nullptr;
             prepared_ = convert_(frame);
@@ -126,16 +139,16 @@ class SurfacePresenter final : public VideoPresenter {
     }
 
     void deliver(Content content, std::optional<Delivery> delivery) {
-        // What is replaced goes after the lock: freeing a picture may take its time.
-        std::optional<Delivery> replaced;
+        // What is replaced goes after the lock, as in detach().
+        std::optional<Delivery> drawn;
         const std::lock_guard guard(mutex_);
         if (!wake_) {
             return;
         }
         std::swap(content_, content);
-        replaced = std::exchange(waiting_, std::move(delivery));
+        std::swap(waiting_, delivery);
         if (!waiting_) {
-            drawn_.reset();
+            std::swap(drawn, drawn_);
         }
         wake_();
     }

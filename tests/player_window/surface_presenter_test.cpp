@@ -101,6 +101,7 @@ TEST_F(SurfacePresenterTest, aDetachedPresenterIsSilentAndKeepsNothing) {
     presenter_.present(second_, note(2));
     presenter_.removeImage();
     EXPECT_EQ(wakeCount_, 1);
+    EXPECT_EQ(conversions_, 1) << "for nobody";
     EXPECT_EQ(presenter_.takeContent().picture, nullptr);
     presenter_.didReachScreen();
     EXPECT_TRUE(shown_.empty());

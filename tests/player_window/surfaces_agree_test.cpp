@@ -73,7 +73,7 @@ class Surface {
     explicit Surface(const char* allowSoftwareGL) {
         qputenv("ZELVANE_ALLOW_SOFTWARE_GL", allowSoftwareGL);
         window_.setFixedSize(kWidth, kHeight);
-        view_ = new PictureView(&window_);
+        view_ = std::make_unique<PictureView>(&window_).release();
         view_->setGeometry(window_.rect());
         EXPECT_TRUE(test::showAndWait(window_));
     }

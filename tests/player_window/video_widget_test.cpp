@@ -45,7 +45,7 @@ class VideoWidgetTest : public testing::TestWithParam<bool> {
         }
         window_ = std::make_unique<QWidget>();
         window_->setFixedSize(320, 240);
-        view_ = new PictureView(window_.get());
+        view_ = std::make_unique<PictureView>(window_.get()).release();
         view_->setGeometry(window_->rect());
     }
 
@@ -117,7 +117,7 @@ TEST_P(VideoWidgetTest, framesComeFromAnyThread) {
 }
 
 TEST_P(VideoWidgetTest, translucentWidgetsOverThePictureMixWithIt) {
-    view_->addOverlay(new BlueVeil(nullptr));
+    view_->addOverlay(std::make_unique<BlueVeil>(nullptr).release());
     ASSERT_TRUE(showAndWait(*window_));
     ASSERT_TRUE(presentAndWait(*view_->presenter(), frameOf(fourFields(64, 36))));
     const std::array<QRgb, 4> veiled{0xff7f0080, test::kGreen, test::kBlue, test::kYellow};
