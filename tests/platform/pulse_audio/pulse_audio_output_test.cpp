@@ -189,11 +189,11 @@ class PulseAudioRates : public PulseAudio, public testing::WithParamInterface<fl
 
 TEST_P(PulseAudioRates, clicksAreHeardWhenTheClockShowsTheirTime) {
     const float rate = GetParam();
-    Player player(server_->address(), click);
     MonitorRecorder recorder(server_->address(), "n1");
+    Player player(server_->address(), click);
     player.synchronizer.setRate(rate, CMTime(1, 2));
     const int last = rate > 1 ? 7 : rate < 1 ? 3 : 5;
-    player.playTo(CMTime(last, 1) + CMTime(1, 2));
+    player.playTo(CMTime(last, 1) + CMTime(3, 4));
     player.synchronizer.setRate(0);
     expectClicksInTime(player, recorder.recording().clicks(0.1F), 1, last, rate);
     const auto statistics = player.renderer->statistics();
