@@ -146,13 +146,17 @@ void DeviceAudioPlayer::considerStart() {
 
 void DeviceAudioPlayer::prepare(const CMTime& time) {
     format_ = output_.format();
-    chain_ = std::make_unique<AudioRenderChain>(format_, time, situation_.request.rate,
-                                                situation_.algorithm);
     estimate_ = LinearClockEstimate(format_.sampleRate);
     lineTime_ = time;
     lineFrame_ = 0;
     isStarved_ = false;
     silentSince_.reset();
+    makeChain();
+}
+
+void DeviceAudioPlayer::makeChain() {
+    chain_ = std::make_unique<AudioRenderChain>(format_, lineTime_, situation_.request.rate,
+                                                situation_.algorithm);
 }
 
 void DeviceAudioPlayer::startFilled() {
@@ -163,14 +167,14 @@ void DeviceAudioPlayer::startFilled() {
 }
 
 void DeviceAudioPlayer::continueStarting() {
-    measure();
-    if (estimate_.isEmpty()) {
-        return;
-    }
     if (clockRuns()) {
         // It did not wait for a device this slow.
         halt();
         considerJoin();
+        return;
+    }
+    measure();
+    if (estimate_.isEmpty()) {
         return;
     }
     phase_ = Phase::playing;
@@ -205,15 +209,22 @@ void DeviceAudioPlayer::continueJoining() {
     const auto frame =
         due == HostTime::max() ? std::int64_t{-1} : std::llround(estimate_.frameAt(due));
     if (frame < framesWritten_) {
-        joinLead_ = std::min(joinLead_ * 2, kMaximumJoinLead);
-        halt();
-        considerJoin();
+        aimLater();
         return;
     }
     writeSilence(static_cast<std::size_t>(frame - framesWritten_));
     lineFrame_ = static_cast<double>(frame);
     phase_ = Phase::playing;
     refill();
+}
+
+/// The device took so long that the place is taken by silence: the next one lies further ahead.
+void DeviceAudioPlayer::aimLater() {
+    joinLead_ = std::min(joinLead_ * 2, kMaximumJoinLead);
+    lineTime_ = source_.anchor().timeAt(hostClock_->now() + joinLead_);
+    makeChain();
+    const auto silence = static_cast<std::size_t>(kJoinSilence * format_.sampleRate);
+    writeSilence(std::min(output_.writableFrames(), silence));
 }
 
 void DeviceAudioPlayer::continuePlaying() {
