@@ -27,6 +27,7 @@ constexpr HostDuration kSteeringInterval = milliseconds(100);
 /// never faster than a hundredth of its speed, which nobody sees.
 constexpr double kSteeringSeconds = 1;
 constexpr double kMaximumSteering = 0.01;
+constexpr std::size_t kFramesPerWrite = 1024;
 /// Slopes nearer than this to the present one are not worth telling.
 constexpr double kSlopeStep = 2e-5;
 
@@ -270,18 +271,27 @@ void DeviceAudioPlayer::refill() {
     fill(true);
 }
 
-/// Whether there was sound to read.
+/// Whether there was sound to read. In small steps, so that a device that is about to run dry need
+/// not wait until all of its buffer has been made.
 bool DeviceAudioPlayer::fill(bool fillsSilence) {
-    const auto room = output_.writableFrames();
-    const auto channels = static_cast<std::size_t>(format_.channelCount());
-    scratch_.resize(room * channels);
     bool hasRead = false;
     const auto reader = [&](AudioQueue::Cursor& cursor, std::int64_t maxFrames) {
         auto chunk = source_.read(cursor, maxFrames);
         hasRead = hasRead || chunk.has_value();
         return chunk;
     };
-    write(chain_->render(reader, scratch_, fillsSilence));
+    const auto channels = static_cast<std::size_t>(format_.channelCount());
+    auto room = output_.writableFrames();
+    while (room > 0) {
+        const auto wanted = std::min(room, kFramesPerWrite);
+        scratch_.resize(wanted * channels);
+        const auto made = chain_->render(reader, scratch_, fillsSilence);
+        write(made);
+        if (made < wanted) {
+            break;
+        }
+        room -= made;
+    }
     return hasRead;
 }
 

@@ -87,7 +87,7 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
                queue_.bytes() < kMaximumBytes;
     }
 
-    void setRequest(std::shared_ptr<MediaDataRequest> request) {
+    void setRequest(const std::shared_ptr<MediaDataRequest>& request) {
         std::shared_ptr<MediaDataRequest> old;
         {
             const std::lock_guard lock(mutex_);
