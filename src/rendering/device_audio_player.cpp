@@ -27,6 +27,7 @@ constexpr HostDuration kSteeringInterval = milliseconds(100);
 /// never faster than a hundredth of its speed, which nobody sees.
 constexpr double kSteeringSeconds = 1;
 constexpr double kMaximumSteering = 0.01;
+constexpr std::size_t kFramesPerWrite = 1024;
 /// Slopes nearer than this to the present one are not worth telling.
 constexpr double kSlopeStep = 2e-5;
 
@@ -146,13 +147,17 @@ void DeviceAudioPlayer::considerStart() {
 
 void DeviceAudioPlayer::prepare(const CMTime& time) {
     format_ = output_.format();
-    chain_ = std::make_unique<AudioRenderChain>(format_, time, situation_.request.rate,
-                                                situation_.algorithm);
     estimate_ = LinearClockEstimate(format_.sampleRate);
     lineTime_ = time;
     lineFrame_ = 0;
     isStarved_ = false;
     silentSince_.reset();
+    makeChain();
+}
+
+void DeviceAudioPlayer::makeChain() {
+    chain_ = std::make_unique<AudioRenderChain>(format_, lineTime_, situation_.request.rate,
+                                                situation_.algorithm);
 }
 
 void DeviceAudioPlayer::startFilled() {
@@ -163,14 +168,14 @@ void DeviceAudioPlayer::startFilled() {
 }
 
 void DeviceAudioPlayer::continueStarting() {
-    measure();
-    if (estimate_.isEmpty()) {
-        return;
-    }
     if (clockRuns()) {
         // It did not wait for a device this slow.
         halt();
         considerJoin();
+        return;
+    }
+    measure();
+    if (estimate_.isEmpty()) {
         return;
     }
     phase_ = Phase::playing;
@@ -205,15 +210,22 @@ void DeviceAudioPlayer::continueJoining() {
     const auto frame =
         due == HostTime::max() ? std::int64_t{-1} : std::llround(estimate_.frameAt(due));
     if (frame < framesWritten_) {
-        joinLead_ = std::min(joinLead_ * 2, kMaximumJoinLead);
-        halt();
-        considerJoin();
+        aimLater();
         return;
     }
     writeSilence(static_cast<std::size_t>(frame - framesWritten_));
     lineFrame_ = static_cast<double>(frame);
     phase_ = Phase::playing;
     refill();
+}
+
+/// The device took so long that the place is taken by silence: the next one lies further ahead.
+void DeviceAudioPlayer::aimLater() {
+    joinLead_ = std::min(joinLead_ * 2, kMaximumJoinLead);
+    lineTime_ = source_.anchor().timeAt(hostClock_->now() + joinLead_);
+    makeChain();
+    const auto silence = static_cast<std::size_t>(kJoinSilence * format_.sampleRate);
+    writeSilence(std::min(output_.writableFrames(), silence));
 }
 
 void DeviceAudioPlayer::continuePlaying() {
@@ -259,18 +271,27 @@ void DeviceAudioPlayer::refill() {
     fill(true);
 }
 
-/// Whether there was sound to read.
+/// Whether there was sound to read. In small steps, so that a device that is about to run dry need
+/// not wait until all of its buffer has been made.
 bool DeviceAudioPlayer::fill(bool fillsSilence) {
-    const auto room = output_.writableFrames();
-    const auto channels = static_cast<std::size_t>(format_.channelCount());
-    scratch_.resize(room * channels);
     bool hasRead = false;
     const auto reader = [&](AudioQueue::Cursor& cursor, std::int64_t maxFrames) {
         auto chunk = source_.read(cursor, maxFrames);
         hasRead = hasRead || chunk.has_value();
         return chunk;
     };
-    write(chain_->render(reader, scratch_, fillsSilence));
+    const auto channels = static_cast<std::size_t>(format_.channelCount());
+    auto room = output_.writableFrames();
+    while (room > 0) {
+        const auto wanted = std::min(room, kFramesPerWrite);
+        scratch_.resize(wanted * channels);
+        const auto made = chain_->render(reader, scratch_, fillsSilence);
+        write(made);
+        if (made < wanted) {
+            break;
+        }
+        room -= made;
+    }
     return hasRead;
 }
 

@@ -72,6 +72,8 @@ class DeviceAudioPlayer {
     void considerJoin();
     void join();
     void prepare(const CMTime& time);
+    void makeChain();
+    void aimLater();
     void continueStarting();
     void continueJoining();
     void continuePlaying();

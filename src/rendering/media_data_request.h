@@ -26,7 +26,12 @@ class MediaDataRequest : public std::enable_shared_from_this<MediaDataRequest> {
         const std::lock_guard lock(mutex_);
         if (!isScheduled_ && !isCancelled_) {
             isScheduled_ = true;
-            queue_->async([self = shared_from_this()] { self->call(); });
+            // Weak: a queue that never runs again must not keep what keeps it.
+            queue_->async([weak = weak_from_this()] {
+                if (const auto self = weak.lock()) {
+                    self->call();
+                }
+            });
         }
     }
 

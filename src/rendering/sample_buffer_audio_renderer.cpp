@@ -87,7 +87,7 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
                queue_.bytes() < kMaximumBytes;
     }
 
-    void setRequest(std::shared_ptr<MediaDataRequest> request) {
+    void setRequest(const std::shared_ptr<MediaDataRequest>& request) {
         std::shared_ptr<MediaDataRequest> old;
         {
             const std::lock_guard lock(mutex_);
@@ -128,9 +128,14 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
         output_->setDevice(std::move(uniqueID));
     }
 
-    void setAnchor(const TimelineAnchor& anchor) {
-        const std::lock_guard lock(mutex_);
-        anchor_ = anchor;
+    void setAnchor(const TimelineAnchor& anchor, SynchronizedRenderer::Change change) {
+        {
+            const std::lock_guard lock(mutex_);
+            anchor_ = anchor;
+        }
+        if (change != SynchronizedRenderer::Change::steered) {
+            inbox_->schedule();
+        }
     }
 
     void setControl(std::weak_ptr<TimelineControl> control) {
@@ -281,8 +286,8 @@ void SampleBufferAudioRenderer::setAudioOutputDeviceUniqueID(std::optional<std::
     core_->setDevice(std::move(uniqueID));
 }
 
-void SampleBufferAudioRenderer::timelineDidChange(const TimelineAnchor& anchor, Change) {
-    core_->setAnchor(anchor);
+void SampleBufferAudioRenderer::timelineDidChange(const TimelineAnchor& anchor, Change change) {
+    core_->setAnchor(anchor, change);
 }
 
 void SampleBufferAudioRenderer::setTimelineControl(std::weak_ptr<TimelineControl> control) {

@@ -28,8 +28,9 @@ class SampleBufferRenderSynchronizer final : public RenderSynchronizer {
         std::unique_ptr<WakeTimer> timer = WakeTimer::makeThread());
     ~SampleBufferRenderSynchronizer() override;
 
-    /// How long the clock stands waiting for a master's device before it runs without it.
-    static constexpr HostDuration kStartTimeout = std::chrono::seconds(1);
+    /// How long the clock stands waiting for a master's device before it runs without it. Devices
+    /// that wake from sleep, and sinks that have rendered silence ahead, take up to two seconds.
+    static constexpr HostDuration kStartTimeout = std::chrono::milliseconds(2500);
 
     /// Of all renderers, the first that is also a TimelineMaster moves the clock.
     void addRenderer(std::shared_ptr<SynchronizedRenderer> renderer) override;

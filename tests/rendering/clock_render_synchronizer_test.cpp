@@ -27,13 +27,13 @@ struct RecordingRenderer : SynchronizedRenderer {
 
 struct FakeMaster : RecordingRenderer, TimelineMaster {
     void setTimelineControl(std::weak_ptr<TimelineControl> given) override {
-        control = given.lock();
+        control = std::move(given);
     }
     bool timelineWillChange(const TimelineRequest& request) override {
         requests.push_back(request);
         return answers;
     }
-    std::shared_ptr<TimelineControl> control;
+    std::weak_ptr<TimelineControl> control;
     std::vector<TimelineRequest> requests;
     bool answers = true;
 };
@@ -101,9 +101,9 @@ TEST_F(Synchronizer, theClockWaitsForAMasterThatStartsIt) {
     EXPECT_EQ(now(), 5);
     EXPECT_EQ(synchronizer_.rate(), 2) << "the rate that was asked for";
     const auto generation = master->requests.back().generation;
-    master->control->begin(generation - 1, time_.now());
+    master->control.lock()->begin(generation - 1, time_.now());
     EXPECT_EQ(master->anchors.back().rate, 0) << "an answer to an older request counts for nothing";
-    master->control->begin(generation, time_.now() - 10ms);
+    master->control.lock()->begin(generation, time_.now() - 10ms);
     EXPECT_NEAR(now(), 5.02, 1e-9);
     EXPECT_EQ(master->changes.back(), Change::rate);
 }
@@ -112,9 +112,9 @@ TEST_F(Synchronizer, aMasterThatNeverStartsIsNotWaitedForLong) {
     const auto master = std::make_shared<FakeMaster>();
     synchronizer_.addRenderer(master);
     synchronizer_.setRate(1, kCMTimeZero);
-    time_.advance(3s);
+    time_.advance(SampleBufferRenderSynchronizer::kStartTimeout + 2s);
     EXPECT_DOUBLE_EQ(now(), 2);
-    master->control->begin(master->requests.back().generation, time_.now());
+    master->control.lock()->begin(master->requests.back().generation, time_.now());
     EXPECT_DOUBLE_EQ(now(), 2);
 }
 
@@ -124,14 +124,14 @@ TEST_F(Synchronizer, steeringChangesThePaceAndNeverTheTime) {
     synchronizer_.addRenderer(master);
     synchronizer_.setRate(1, kCMTimeZero);
     time_.advance(1s);
-    master->control->steer(master->requests.back().generation, 0.99);
+    master->control.lock()->steer(master->requests.back().generation, 0.99);
     EXPECT_DOUBLE_EQ(now(), 1);
     EXPECT_EQ(master->changes.back(), Change::steered);
     EXPECT_EQ(synchronizer_.rate(), 1);
     time_.advance(1s);
     EXPECT_DOUBLE_EQ(now(), 1.99);
     synchronizer_.setRate(0);
-    master->control->steer(master->requests.back().generation, 1);
+    master->control.lock()->steer(master->requests.back().generation, 1);
     time_.advance(1s);
     EXPECT_DOUBLE_EQ(now(), 1.99) << "standing time is not steered";
 }
@@ -196,6 +196,8 @@ TEST(SynchronizerThreads, callsFromAllSidesKeepTheClockWhole) {
     const auto renderer = std::make_shared<RecordingRenderer>();
     synchronizer.addRenderer(renderer);
     std::atomic<int> fired{0};
+    const auto kept =
+        synchronizer.addPeriodicTimeObserver(CMTime(1, 1), queue, [&](const CMTime&) { ++fired; });
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([&, thread] {
@@ -213,7 +215,7 @@ TEST(SynchronizerThreads, callsFromAllSidesKeepTheClockWhole) {
     }
     queue->sync([] {});
     EXPECT_EQ(renderer->anchors.size(), 801U);
-    EXPECT_GT(fired, 0);
+    EXPECT_GE(fired, 800) << "each change is told to a periodic observer";
 }
 
 } // namespace

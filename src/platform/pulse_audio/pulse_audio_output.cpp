@@ -22,7 +22,8 @@ using pulse::forget;
 using pulse::Lock;
 
 constexpr pa_usec_t kRetryInterval = 1 * PA_USEC_PER_SEC;
-/// What is written ahead, all the way to the speaker as far as the server can arrange it.
+/// What is written ahead of the sink's own buffer. Stopping and flushing take effect at once
+/// however long it is; a busy machine is why it is not shorter.
 constexpr pa_usec_t kTargetLength = 200 * PA_USEC_PER_MSEC;
 constexpr pa_usec_t kMinimumRequest = 20 * PA_USEC_PER_MSEC;
 /// Positions are asked for often at first, when the clock waits for one, then now and then.
@@ -285,9 +286,8 @@ class PulseAudioOutput::Connection {
         buffer.minreq =
             static_cast<std::uint32_t>(pa_usec_to_bytes(kMinimumRequest, &specification));
         buffer.fragsize = kServersChoice;
-        const auto flags =
-            static_cast<pa_stream_flags_t>(PA_STREAM_START_CORKED | PA_STREAM_ADJUST_LATENCY);
-        if (pa_stream_connect_playback(stream_.get(), sink, &buffer, flags, nullptr, nullptr) < 0) {
+        if (pa_stream_connect_playback(stream_.get(), sink, &buffer, PA_STREAM_START_CORKED,
+                                       nullptr, nullptr) < 0) {
             fail();
         }
     }

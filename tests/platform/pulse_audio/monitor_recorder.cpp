@@ -10,6 +10,7 @@ namespace zelvane::test {
 namespace {
 
 constexpr std::size_t kFrameSize = 2 * sizeof(float);
+constexpr pa_usec_t kLowLatency = 20 * PA_USEC_PER_MSEC;
 
 } // namespace
 
@@ -41,11 +42,15 @@ MonitorRecorder::MonitorRecorder(const std::string& server, const std::string& s
     const pa_buffer_attr buffer{kServersChoice, kServersChoice, kServersChoice, kServersChoice,
                                 static_cast<std::uint32_t>(kFrameSize * 480)};
     pa_stream_connect_record(stream_.get(), (sink + ".monitor").c_str(), &buffer,
-                             PA_STREAM_NOFLAGS);
+                             PA_STREAM_ADJUST_LATENCY);
     while (pa_stream_get_state(stream_.get()) != PA_STREAM_READY) {
         if (!PA_STREAM_IS_GOOD(pa_stream_get_state(stream_.get()))) {
             throw std::runtime_error("cannot record " + sink);
         }
+        pa_threaded_mainloop_wait(loop);
+    }
+    // A null sink without listeners renders two seconds ahead, and nothing new is heard before.
+    while (sinkLatency_ > kLowLatency) {
         pa_threaded_mainloop_wait(loop);
     }
 }
@@ -67,7 +72,7 @@ void MonitorRecorder::read() {
         }
         const auto* values = static_cast<const float*>(data);
         for (std::size_t i = 0; i < bytes / kFrameSize; ++i) {
-            samples_.push_back(values == nullptr ? 0.0F : values[2 * i]);
+            recording_.samples.push_back(values == nullptr ? 0.0F : values[2 * i]);
         }
         pa_stream_drop(stream_.get());
     }
@@ -88,30 +93,36 @@ void MonitorRecorder::measure() {
     if (timing == nullptr || timing->write_index_corrupt != 0 || timing->read_index_corrupt != 0) {
         return;
     }
+    sinkLatency_ = timing->sink_usec;
+    pa_threaded_mainloop_signal(mainloop_.get(), 0);
     const std::int64_t first =
-        timing->read_index - static_cast<std::int64_t>(samples_.size() * kFrameSize);
+        timing->read_index - static_cast<std::int64_t>(recording_.samples.size() * kFrameSize);
     const double frames = static_cast<double>(timing->write_index - first) / kFrameSize;
     const HostTime stamp = std::chrono::steady_clock::now().time_since_epoch() -
                            std::chrono::microseconds(pa_timeval_age(&timing->timestamp));
     const auto latency = std::chrono::microseconds(timing->sink_usec) -
                          std::chrono::microseconds(timing->source_usec);
-    estimates_.push_back(stamp + latency - HostDuration(std::llround(frames / 48000 * 1e9)));
+    recording_.estimates.push_back(
+        {recording_.samples.size(),
+         stamp + latency - HostDuration(std::llround(frames / Recording::kRate * 1e9))});
 }
 
-MonitorRecorder::Recording MonitorRecorder::recording() {
+MonitorRecorder::Recording MonitorRecorder::recording() const {
     const pulse::Lock lock(mainloop_.get());
-    Recording result;
-    result.samples = samples_;
-    if (!estimates_.empty()) {
-        auto sorted = estimates_;
-        std::sort(sorted.begin(), sorted.end());
-        result.firstHeardAt = sorted[sorted.size() / 2];
-    }
-    return result;
+    return recording_;
 }
 
+/// The earliest of the estimates after the frame is the one whose frames were not held back.
 HostTime MonitorRecorder::Recording::timeOf(double frame) const {
-    return firstHeardAt + HostDuration(std::llround(frame / kRate * 1e9));
+    HostTime earliest = HostTime::max();
+    for (const auto& estimate : estimates) {
+        const double after = static_cast<double>(estimate.frames) - frame;
+        if (after >= 0 && after < kRate / 2) {
+            earliest = std::min(earliest, estimate.firstHeardAt);
+        }
+    }
+    return earliest == HostTime::max() ? earliest
+                                       : earliest + HostDuration(std::llround(frame / kRate * 1e9));
 }
 
 std::vector<HostTime> MonitorRecorder::Recording::clicks(float level) const {

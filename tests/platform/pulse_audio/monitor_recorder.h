@@ -23,7 +23,13 @@ class MonitorRecorder {
         static constexpr double kRate = 48000;
         /// Of the first channel.
         std::vector<float> samples;
-        HostTime firstHeardAt{0};
+        /// What a measurement, made when that many frames had been recorded, has for the first
+        /// frame. They move when the sink rewinds or skips.
+        struct Estimate {
+            std::size_t frames;
+            HostTime firstHeardAt;
+        };
+        std::vector<Estimate> estimates;
 
         HostTime timeOf(double frame) const;
         /// The middles, by energy, of bursts that reach `level` and lie 0.2 s apart at least.
@@ -31,7 +37,7 @@ class MonitorRecorder {
         /// The frequency of the tone in it.
         double pitch() const;
     };
-    Recording recording();
+    Recording recording() const;
 
   private:
     void read();
@@ -40,9 +46,8 @@ class MonitorRecorder {
     pulse::Mainloop mainloop_;
     pulse::Context context_;
     pulse::Stream stream_;
-    std::vector<float> samples_;
-    /// Host times of the first frame, as each measurement has it.
-    std::vector<HostTime> estimates_;
+    Recording recording_;
+    pa_usec_t sinkLatency_ = PA_USEC_MAX;
 };
 
 } // namespace zelvane::test
