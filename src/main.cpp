@@ -15,6 +15,7 @@
 #include "application/settings_store.h"
 #include "core_media/ffmpeg_log.h"
 #include "foundation/dispatch.h"
+#include "foundation/heap.h"
 #include "foundation/user_defaults.h"
 #include "player_window/video_widget.h"
 
@@ -72,6 +73,7 @@ int run() {
 } // namespace zelvane
 
 int main(int argc, char** argv) {
+    zelvane::useFewHeaps();
     zelvane::quietFFmpegLog();
     zelvane::prepareApplication();
     const QApplication application(argc, argv);

@@ -13,6 +13,7 @@
 
 #include "commands.h"
 #include "core_media/ffmpeg_log.h"
+#include "foundation/heap.h"
 #include "json_text.h"
 
 namespace zelvane::inspect {
@@ -58,6 +59,7 @@ int run(int argc, char** argv) {
 } // namespace zelvane::inspect
 
 int main(int argc, char** argv) {
+    zelvane::useFewHeaps();
     zelvane::quietFFmpegLog();
     return zelvane::inspect::run(argc, argv);
 }

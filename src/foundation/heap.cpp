@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "foundation/heap.h"
+
+#include <cstdlib>
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
+
+namespace zelvane {
+
+void useFewHeaps() {
+#ifdef __GLIBC__
+    constexpr int kHeaps = 2;
+    mallopt(M_ARENA_MAX, kHeaps);
+#endif
+}
+
+} // namespace zelvane
