@@ -30,7 +30,7 @@ class FrameSchedule {
     /// Where the queue counts as full; each alone fills it. Below `minimumFrames` it never is, so
     /// that pictures of any size can be decoded while one is shown.
     struct Limits {
-        std::size_t frames = 16;
+        std::size_t frames = 8;
         std::size_t bytes = std::size_t{64} << 20;
         CMTime span{1, 1};
         std::size_t minimumFrames = 4;
