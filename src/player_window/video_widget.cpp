@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QSurfaceFormat>
 
+#include "player_window/graphics_device.h"
 #include "player_window/placebo_video_widget.h"
 #include "player_window/raster_picture_maker.h"
 #include "player_window/raster_video_widget.h"
@@ -24,9 +25,16 @@ VideoWidget makePlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL 
     return {widget, widget->presenter()};
 }
 
+bool allowsSoftwareGL() {
+    return qEnvironmentVariableIntValue("ZELVANE_ALLOW_SOFTWARE_GL") != 0;
+}
+
 } // namespace
 
 void prepareApplication() {
+    if (!allowsSoftwareGL() && !hasGraphicsDevice()) {
+        return;
+    }
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QSurfaceFormat format;
     format.setRenderableType(QSurfaceFormat::OpenGL);
@@ -36,11 +44,12 @@ void prepareApplication() {
 }
 
 VideoWidget makeVideoWidget(QWidget* parent) {
-    const auto softwareGL = qEnvironmentVariableIntValue("ZELVANE_ALLOW_SOFTWARE_GL") != 0
-                                ? PlaceboRenderer::SoftwareGL::allowed
-                                : PlaceboRenderer::SoftwareGL::refused;
-    return PlaceboVideoWidget::isWorthwhile(softwareGL) ? makePlaceboVideoWidget(parent, softwareGL)
-                                                        : makeRasterVideoWidget(parent);
+    const auto softwareGL = allowsSoftwareGL() ? PlaceboRenderer::SoftwareGL::allowed
+                                               : PlaceboRenderer::SoftwareGL::refused;
+    const bool mayDraw = allowsSoftwareGL() || hasGraphicsDevice();
+    return mayDraw && PlaceboVideoWidget::isWorthwhile(softwareGL)
+               ? makePlaceboVideoWidget(parent, softwareGL)
+               : makeRasterVideoWidget(parent);
 }
 
 } // namespace zelvane
