@@ -73,7 +73,7 @@ int run() {
 } // namespace zelvane
 
 int main(int argc, char** argv) {
-    zelvane::useFewHeaps();
+    zelvane::useOneHeap();
     zelvane::quietFFmpegLog();
     zelvane::prepareApplication();
     const QApplication application(argc, argv);

@@ -9,9 +9,9 @@
 
 namespace zelvane {
 
-void useFewHeaps() {
+void useOneHeap() {
 #ifdef __GLIBC__
-    constexpr int kHeaps = 2;
+    constexpr int kHeaps = 1;
     mallopt(M_ARENA_MAX, kHeaps);
 #endif
 }

@@ -59,7 +59,7 @@ int run(int argc, char** argv) {
 } // namespace zelvane::inspect
 
 int main(int argc, char** argv) {
-    zelvane::useFewHeaps();
+    zelvane::useOneHeap();
     zelvane::quietFFmpegLog();
     return zelvane::inspect::run(argc, argv);
 }
