@@ -36,8 +36,8 @@ class CMFormatDescription {
 
     static OSStatus createForImageBuffer(const CVPixelBuffer& pixelBuffer,
                                          std::shared_ptr<const CMFormatDescription>& description);
-    /// kCMFormatDescriptionError_InvalidParameter for a rate, frame size or channel count of zero, or
-    /// a tag of another channel count.
+    /// kCMFormatDescriptionError_InvalidParameter for a rate, frame size or channel count of zero,
+    /// or a tag of another channel count.
     static OSStatus createForAudio(Audio audio,
                                    std::shared_ptr<const CMFormatDescription>& description);
 

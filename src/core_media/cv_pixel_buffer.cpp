@@ -8,7 +8,9 @@
 namespace zelvane {
 namespace {
 
-int dividedRoundingUp(int value, int divisor) { return (value + divisor - 1) / divisor; }
+int dividedRoundingUp(int value, int divisor) {
+    return (value + divisor - 1) / divisor;
+}
 
 /// The planes of a picture of this format and size, without addresses.
 void setPlaneSizes(CVPixelBuffer::Geometry& geometry, const PixelFormatDescriptor& descriptor) {
@@ -39,8 +41,7 @@ CVPixelBufferRef CVPixelBuffer::wrappingFrame(ffmpeg::Frame frame, OSType pixelF
     Geometry geometry{pixelFormat, frame->width, frame->height, 1, {}};
     setPlaneSizes(geometry, *descriptor);
     for (std::size_t i = 0; i < static_cast<std::size_t>(geometry.planeCount); ++i) {
-        const int visibleBytes =
-            geometry.planes[i].width * descriptor->planes[i].bytesPerBlock;
+        const int visibleBytes = geometry.planes[i].width * descriptor->planes[i].bytesPerBlock;
         if (frame->data[i] == nullptr || frame->linesize[i] < visibleBytes) {
             return nullptr;
         }
@@ -74,9 +75,9 @@ std::size_t CVPixelBuffer::dataSize() const {
     for (std::size_t i = 0; i < static_cast<std::size_t>(geometry_.planeCount); ++i) {
         const auto& plane = geometry_.planes[i];
         const int bytesPerBlock = descriptor == nullptr ? 1 : descriptor->planes[i].bytesPerBlock;
-        const auto bytesPerRow =
-            plane.bytesPerRow > 0 ? plane.bytesPerRow
-                                  : static_cast<std::size_t>(plane.width) * bytesPerBlock;
+        const auto bytesPerRow = plane.bytesPerRow > 0
+                                     ? plane.bytesPerRow
+                                     : static_cast<std::size_t>(plane.width) * bytesPerBlock;
         size += bytesPerRow * static_cast<std::size_t>(plane.height);
     }
     return size;
@@ -86,7 +87,9 @@ CVReturn CVPixelBuffer::lockBaseAddress() const {
     return deviceFrame_ == nullptr ? kCVReturnSuccess : kCVReturnError;
 }
 
-CVReturn CVPixelBuffer::unlockBaseAddress() const { return lockBaseAddress(); }
+CVReturn CVPixelBuffer::unlockBaseAddress() const {
+    return lockBaseAddress();
+}
 
 void CVPixelBuffer::setAttachment(std::string_view key, CVAttachmentValue value,
                                   CVAttachmentMode /*mode*/) {
@@ -183,7 +186,8 @@ CVReturn CVPixelBufferPool::createPixelBuffer(CVPixelBufferRef& pixelBuffer) con
     for (std::size_t i = 0; i < static_cast<std::size_t>(geometry.planeCount); ++i) {
         geometry.planes[i].baseAddress = buffer->data + memory_->offsets[i];
     }
-    pixelBuffer = CVPixelBuffer::overMemory(geometry, std::shared_ptr<AVBufferRef>(std::move(buffer)));
+    pixelBuffer =
+        CVPixelBuffer::overMemory(geometry, std::shared_ptr<AVBufferRef>(std::move(buffer)));
     pixelBuffer->setAttachments(memory_->attributes.propagatedAttachments,
                                 CVAttachmentMode::shouldPropagate);
     return kCVReturnSuccess;

@@ -107,8 +107,8 @@ struct CVPixelBufferPoolAttributes {
     CVAttachments propagatedAttachments;
 };
 
-/// Hands out buffers of one kind and takes their memory back when the last reference to one goes, on
-/// whatever thread. The pool may go before its buffers.
+/// Hands out buffers of one kind and takes their memory back when the last reference to one goes,
+/// on whatever thread. The pool may go before its buffers.
 class CVPixelBufferPool {
   public:
     /// Fails with kCVReturnInvalidPixelFormat, kCVReturnInvalidSize or kCVReturnInvalidArgument.

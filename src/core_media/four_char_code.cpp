@@ -12,8 +12,8 @@ std::string fourCharCodeText(OSType code) {
     for (int shift = 24; shift >= 0; shift -= 8) {
         text += static_cast<char>(code >> shift & 0xff);
     }
-    const bool printable = std::all_of(text.begin(), text.end(),
-                                       [](char c) { return c >= ' ' && c <= '~'; });
+    const bool printable =
+        std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
     return printable ? text : fmt::format("0x{:08x}", code);
 }
 

@@ -20,12 +20,8 @@ constexpr PixelFormatDescriptor planar420(OSType format, bool fullRange) {
 }
 
 constexpr PixelFormatDescriptor biplanar420(OSType format, bool fullRange, int bytesPerSample) {
-    return {format,
-            true,
-            fullRange,
-            true,
-            2,
-            {{{1, 1, bytesPerSample}, {2, 2, 2 * bytesPerSample}}}};
+    return {format, true, fullRange,
+            true,   2,    {{{1, 1, bytesPerSample}, {2, 2, 2 * bytesPerSample}}}};
 }
 
 constexpr std::array kDescriptors{

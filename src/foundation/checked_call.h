@@ -28,8 +28,8 @@ void checkedDarwinCall(Call&& call, std::initializer_list<OSStatus> expected = {
     }
     const SystemError error{std::string(kOSStatusErrorDomain), status};
     if (std::find(expected.begin(), expected.end(), status) == expected.end()) {
-        logMessage("In {} {}, the Darwin function at line {} returned an error: {}.",
-                   location.file, location.function, location.line, errorDescriptionText(error));
+        logMessage("In {} {}, the Darwin function at line {} returned an error: {}.", location.file,
+                   location.function, location.line, errorDescriptionText(error));
     }
     throw error;
 }
@@ -43,8 +43,8 @@ void checkedCoreVideoCall(Call&& call, SourceLocation location = SourceLocation:
         return;
     }
     const SystemError error{std::string(kCoreVideoErrorDomain), status};
-    logMessage("In {} {}, the Core Video function at line {} returned an error: {}.",
-               location.file, location.function, location.line, errorDescriptionText(error));
+    logMessage("In {} {}, the Core Video function at line {} returned an error: {}.", location.file,
+               location.function, location.line, errorDescriptionText(error));
     throw error;
 }
 

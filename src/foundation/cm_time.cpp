@@ -15,7 +15,9 @@ __extension__ using Int128 = __int128;
 constexpr Int128 kMaxValue = std::numeric_limits<std::int64_t>::max();
 constexpr Int128 kMinValue = std::numeric_limits<std::int64_t>::min();
 
-bool fits(Int128 value) { return value >= kMinValue && value <= kMaxValue; }
+bool fits(Int128 value) {
+    return value >= kMinValue && value <= kMaxValue;
+}
 
 /// numerator / denominator rounded to an integer; denominator is above zero.
 Int128 divideRounded(Int128 numerator, Int128 denominator, CMTimeRoundingMethod method) {
@@ -123,7 +125,8 @@ CMTime CMTime::fromScaledSum(Int128 value, std::int64_t timescale, bool rounded)
     Int128 scaledValue = value;
     const auto rescale = [&](std::int64_t newScale) {
         const Int128 product = value * newScale;
-        scaledValue = divideRounded(product, timescale, CMTimeRoundingMethod::roundHalfAwayFromZero);
+        scaledValue =
+            divideRounded(product, timescale, CMTimeRoundingMethod::roundHalfAwayFromZero);
         rounded = rounded || product % timescale != 0;
         scale = newScale;
     };
@@ -179,7 +182,9 @@ CMTime CMTime::operator-() const {
     return fromScaledSum(-static_cast<Int128>(value_), timescale_, hasBeenRounded());
 }
 
-CMTime operator-(const CMTime& left, const CMTime& right) { return left + -right; }
+CMTime operator-(const CMTime& left, const CMTime& right) {
+    return left + -right;
+}
 
 CMTime operator*(const CMTime& time, std::int64_t multiplier) {
     if (!time.isNumeric()) {

@@ -39,7 +39,8 @@ class CMTime {
     constexpr CMTime() = default;
     /// `value / timescale` seconds; a timescale below 1 makes an invalid time.
     constexpr CMTime(std::int64_t value, std::int32_t timescale)
-        : value_(value), timescale_(timescale), flags_(timescale > 0 ? std::uint32_t{kValid} : 0U) {}
+        : value_(value), timescale_(timescale), flags_(timescale > 0 ? std::uint32_t{kValid} : 0U) {
+    }
 
     static constexpr CMTime indefinite() { return special(kIndefinite); }
     static constexpr CMTime positiveInfinity() { return special(kPositiveInfinity); }

@@ -69,13 +69,12 @@ class Queue {
 };
 
 /// Runs its tasks one after the other, in the order in which they came. Asynchronous ones run on a
-/// thread of its own, started by the first of them and named by the label; a synchronous one runs on
-/// the caller's thread when its turn has come, so that an uncontended sync costs no thread switch.
-/// Tasks that wait when the last reference goes still run.
+/// thread of its own, started by the first of them and named by the label; a synchronous one runs
+/// on the caller's thread when its turn has come, so that an uncontended sync costs no thread
+/// switch. Tasks that wait when the last reference goes still run.
 class SerialQueue final : public Queue {
   public:
-    explicit SerialQueue(std::string label,
-                         QualityOfService qos = QualityOfService::unspecified);
+    explicit SerialQueue(std::string label, QualityOfService qos = QualityOfService::unspecified);
     ~SerialQueue() override;
     SerialQueue(const SerialQueue&) = delete;
     SerialQueue& operator=(const SerialQueue&) = delete;

@@ -12,8 +12,8 @@ namespace zelvane {
 /// back as it was.
 std::string canonicalLanguageIdentifier(std::string_view identifier);
 
-/// The user's languages from LANGUAGE, LC_ALL, LC_MESSAGES and LANG, best first, canonical, the bare
-/// language after each regional one ("de-AT", "de"). "en" when the environment names none.
+/// The user's languages from LANGUAGE, LC_ALL, LC_MESSAGES and LANG, best first, canonical, the
+/// bare language after each regional one ("de-AT", "de"). "en" when the environment names none.
 std::vector<std::string> preferredLanguagesFromEnvironment();
 
 } // namespace zelvane

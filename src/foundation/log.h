@@ -10,8 +10,8 @@
 namespace zelvane {
 
 /// Writes one message of the engine or the application: a line on standard error with the time, the
-/// program and its process id, or the bare message where standard error is the system journal, which
-/// adds these itself. Any thread; lines of different threads never mix.
+/// program and its process id, or the bare message where standard error is the system journal,
+/// which adds these itself. Any thread; lines of different threads never mix.
 void logMessage(std::string_view message);
 
 template <class... Args>

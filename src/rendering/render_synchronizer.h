@@ -21,8 +21,8 @@ struct TimelineAnchor {
     double rate = 0;
 
     CMTime timeAt(HostTime host) const;
-    /// When the media reaches `media`; HostTime::max() when it never does: the line stands still, or
-    /// `media` lies behind it.
+    /// When the media reaches `media`; HostTime::max() when it never does: the line stands still,
+    /// or `media` lies behind it.
     HostTime hostTimeOf(const CMTime& media) const;
 };
 
@@ -56,8 +56,8 @@ class RenderSynchronizer {
     /// Attaches a renderer for good and tells it the present anchor.
     virtual void addRenderer(std::shared_ptr<SynchronizedRenderer> renderer) = 0;
 
-    /// The rate last asked for, also in the moment in which the sound is still starting and the time
-    /// still stands.
+    /// The rate last asked for, also in the moment in which the sound is still starting and the
+    /// time still stands.
     virtual float rate() const = 0;
     /// Changes the rate; time goes on from where it stands.
     virtual void setRate(float rate) = 0;
@@ -67,9 +67,9 @@ class RenderSynchronizer {
 
     /// Calls `block` with the time on `queue` whenever the time has moved by `interval`, and once
     /// when it jumps or the rate changes. No queue is the main queue.
-    virtual TimeObserverToken addPeriodicTimeObserver(
-        const CMTime& interval, std::shared_ptr<dispatch::Queue> queue,
-        std::function<void(const CMTime&)> block) = 0;
+    virtual TimeObserverToken addPeriodicTimeObserver(const CMTime& interval,
+                                                      std::shared_ptr<dispatch::Queue> queue,
+                                                      std::function<void(const CMTime&)> block) = 0;
     /// Calls `block` on `queue` each time that running time crosses one of `times`. A jump crosses
     /// nothing.
     virtual TimeObserverToken addBoundaryTimeObserver(std::vector<CMTime> times,
@@ -79,8 +79,8 @@ class RenderSynchronizer {
     virtual void removeTimeObserver(const TimeObserverToken& token) = 0;
 };
 
-/// Posted, with the RenderSynchronizer as object, on an arbitrary thread after every change of rate,
-/// whoever made it.
+/// Posted, with the RenderSynchronizer as object, on an arbitrary thread after every change of
+/// rate, whoever made it.
 inline constexpr std::string_view kRenderSynchronizerRateDidChangeNotification =
     "AVSampleBufferRenderSynchronizerRateDidChangeNotification";
 

@@ -30,8 +30,8 @@ class VideoPresenter {
 
     /// A hint that this frame comes next: whatever is slow (conversion, upload) is better done now.
     virtual void prepare(const PresentedFrame& frame) = 0;
-    /// Replaces the picture on the surface. `shown` is dropped unheard when a newer picture replaces
-    /// this one before it was drawn.
+    /// Replaces the picture on the surface. `shown` is dropped unheard when a newer picture
+    /// replaces this one before it was drawn.
     virtual void present(const PresentedFrame& frame, ShownHandler shown) = 0;
     /// Black.
     virtual void removeImage() = 0;

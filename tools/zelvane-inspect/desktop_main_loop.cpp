@@ -23,7 +23,8 @@ class DesktopMainLoop final : public MainLoop {
     }
 
     void runUntil(const std::function<bool()>& done, Deadline deadline) override {
-        // Waiting for events ends with an event only: the timer sees to it that the deadline is seen.
+        // Waiting for events ends with an event only: the timer sees to it that the deadline is
+        // seen.
         QTimer timer;
         timer.start(std::chrono::milliseconds(20));
         while (!done() && std::chrono::steady_clock::now() < deadline) {

@@ -39,8 +39,9 @@ class PacketSource {
     /// The track's next packet; null at the end.
     virtual PacketRef readAudioPacket(const std::shared_ptr<AudioTrack>& track) = 0;
     /// The next packet of any of the tracks; none at the end, or without a track.
-    virtual std::optional<TrackPacket> readVisualPacket(
-        const std::shared_ptr<VideoTrack>& videoTrack, const SubtitlesTracks& subtitlesTracks) = 0;
+    virtual std::optional<TrackPacket>
+    readVisualPacket(const std::shared_ptr<VideoTrack>& videoTrack,
+                     const SubtitlesTracks& subtitlesTracks) = 0;
     /// Moves to `time`, on the file's own time line, and returns what a decoder needs to get there:
     /// from the last key frame before it through the first packet at or past it.
     virtual std::vector<PacketRef> seekAudio(const std::shared_ptr<AudioTrack>& track,

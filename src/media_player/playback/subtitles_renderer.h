@@ -14,8 +14,8 @@ class SubtitlesRenderer {
     virtual ~SubtitlesRenderer() = default;
     /// Takes a frame and shows it for its time. Main queue.
     virtual void addSubtitlesFrame(SubtitlesFrameRef frame) = 0;
-    /// Forgets all frames and clears what is shown. Any thread; takes effect on the main queue after
-    /// what is waiting there.
+    /// Forgets all frames and clears what is shown. Any thread; takes effect on the main queue
+    /// after what is waiting there.
     virtual void removeAllSubtitles() = 0;
     /// The size of the picture that the subtitles lie on. Any thread.
     virtual void setVideoDimensions(const VideoDimensions& dimensions) = 0;

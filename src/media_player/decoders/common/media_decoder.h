@@ -17,8 +17,8 @@ class MediaDecoder {
 /// A decoder whose output renderers take.
 class CoreMediaCompatibleDecoder : public MediaDecoder {
   public:
-    /// Offers a packet. False: the decoder is full, dequeue and offer the same packet again. An empty
-    /// packet marks the end of the stream. Throws FFmpegError.
+    /// Offers a packet. False: the decoder is full, dequeue and offer the same packet again. An
+    /// empty packet marks the end of the stream. Throws FFmpegError.
     virtual bool startDecoding(const Packet& packet) = 0;
     /// The next finished buffer, or null when there is none now. Throws FFmpegError, SystemError or
     /// DataMismatchError.
