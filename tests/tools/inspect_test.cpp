@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Runs the terminal tool as people do, and holds its output against ffprobe's and ffmpeg's.
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/support/clips.h"
+
+namespace zelvane {
+namespace {
+
+using Json = nlohmann::json;
+
+struct Output {
+    int status = -1;
+    std::string text;
+
+    Json json() const { return Json::parse(text); }
+    std::vector<Json> lines() const {
+        std::vector<Json> found;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);) {
+            found.push_back(Json::parse(line));
+        }
+        return found;
+    }
+};
+
+Output run(const std::string& command) {
+    struct Close {
+        int* status;
+        void operator()(std::FILE* pipe) const { *status = WEXITSTATUS(pclose(pipe)); }
+    };
+    Output output;
+    {
+        const std::unique_ptr<std::FILE, Close> pipe(popen((command + " 2>/dev/null").c_str(), "r"),
+                                                     Close{&output.status});
+        std::array<char, 4096> block{};
+        while (const auto count = std::fread(block.data(), 1, block.size(), pipe.get())) {
+            output.text.append(block.data(), count);
+        }
+    }
+    return output;
+}
+
+Output inspect(const std::string& command, const std::filesystem::path& file,
+               const std::string& options = "") {
+    return run(std::string(ZELVANE_INSPECT) + " " + command + " '" + file.string() + "' " +
+               options);
+}
+
+std::filesystem::path twoTrackClip() {
+    return test::madeClip("inspect.mkv", {"-f",
+                                          "lavfi",
+                                          "-i",
+                                          "testsrc2=s=322x180:r=25:d=2",
+                                          "-f",
+                                          "lavfi",
+                                          "-i",
+                                          "sine=f=440:r=44100:d=2",
+                                          "-f",
+                                          "lavfi",
+                                          "-i",
+                                          "sine=f=880:r=48000:d=2",
+                                          "-map",
+                                          "0",
+                                          "-map",
+                                          "1",
+                                          "-map",
+                                          "2",
+                                          "-pix_fmt",
+                                          "yuv420p",
+                                          "-c:v",
+                                          "libx264",
+                                          "-g",
+                                          "10",
+                                          "-c:a",
+                                          "pcm_s16le",
+                                          "-metadata:s:a:0",
+                                          "language=ger",
+                                          "-metadata:s:a:1",
+                                          "language=eng",
+                                          "-metadata:s:a:1",
+                                          "title=Second"});
+}
+
+TEST(Inspect, loadShowsTheTracksAsTheyAre) {
+    const auto loaded = inspect("load", twoTrackClip());
+    ASSERT_EQ(loaded.status, 0);
+    const Json json = loaded.json();
+    EXPECT_EQ(json["mediaType"], "video");
+    EXPECT_EQ(json["duration"], (Json{{"value", 2000000}, {"timescale", 1000000}}));
+    ASSERT_EQ(json["videoTracks"].size(), 1U);
+    EXPECT_EQ(json["videoTracks"][0]["dimensions"]["effectiveSize"],
+              (Json{{"width", 322.0}, {"height", 180.0}}));
+    EXPECT_EQ(json["videoTracks"][0]["frameRate"], (Json{{"num", 25}, {"den", 1}}));
+    ASSERT_EQ(json["audioTracks"].size(), 2U);
+    EXPECT_EQ(json["audioTracks"][0]["languageCodes"], Json({"de"}));
+    EXPECT_EQ(json["audioTracks"][1]["title"], "Second");
+    EXPECT_EQ(json["audioTracks"][1]["streamIndex"], 2);
+}
+
+TEST(Inspect, aFileThatDoesNotLoadEndsWithItsTexts) {
+    const test::TemporaryFolder folder;
+    const auto text = folder.path() / "text.mp4";
+    std::ofstream(text) << "no film";
+    const auto refused = inspect("load", text);
+    EXPECT_EQ(refused.status, 1);
+    const Json error = refused.json()["error"];
+    EXPECT_EQ(error["case"], "failedToOpenURL");
+    EXPECT_EQ(error["errorDescription"], "Unable to open the file.");
+    EXPECT_EQ(error["failureReason"], "Invalid data found when processing input");
+    EXPECT_TRUE(error["recoverySuggestion"].is_null());
+}
+
+TEST(Inspect, framesAreHashedAsFFmpegHashesThem) {
+    const auto clip = twoTrackClip();
+    const auto frames = inspect("frames", clip);
+    ASSERT_EQ(frames.status, 0);
+    const auto theirs =
+        run("ffmpeg -v error -i '" + clip.string() +
+            "' -map 0:v:0 -f framehash -hash sha256 - | grep -v '^#' | sed 's/.*, *//'");
+    std::string ours;
+    for (const auto& line : frames.lines()) {
+        ours += line["sha256"].get<std::string>() + "\n";
+        EXPECT_EQ(line["pixelFormat"], "y420");
+    }
+    EXPECT_EQ(ours, theirs.text);
+}
+
+TEST(Inspect, framesBeginWhereTheyAreAskedTo) {
+    const auto whole = inspect("frames", twoTrackClip()).lines();
+    const auto part = inspect("frames", twoTrackClip(), "--from 1.3 --count 3").lines();
+    ASSERT_EQ(part.size(), 3U);
+    for (std::size_t i = 0; i < part.size(); ++i) {
+        EXPECT_EQ(part[i], whole.at(32 + i)) << "frame " << 32 + i << " begins before 1.3 s";
+    }
+}
+
+TEST(Inspect, audioWritesTheSamplesOfTheNamedTrack) {
+    const auto clip = twoTrackClip();
+    const test::TemporaryFolder folder;
+    const auto pcm = folder.path() / "samples";
+    const auto audio = inspect("audio", clip, "--track 2 --pcm '" + pcm.string() + "'");
+    ASSERT_EQ(audio.status, 0);
+    EXPECT_EQ(audio.lines()[0]["sampleRate"], 48000.0);
+    const auto ours = run("sha256sum < '" + pcm.string() + "'");
+    const auto theirs =
+        run("ffmpeg -v error -i '" + clip.string() + "' -map 0:2 -f s16le - | sha256sum");
+    EXPECT_EQ(ours.text, theirs.text);
+}
+
+TEST(Inspect, playShowsOrDropsEachFrame) {
+    const auto played = inspect("play", twoTrackClip(), "--rate 2");
+    ASSERT_EQ(played.status, 0);
+    const Json report = played.json();
+    const int frames = report["framesShown"].get<int>() + report["framesDropped"].get<int>();
+    EXPECT_GE(frames, 50);
+    EXPECT_LE(frames, 52) << "choosing the two tracks may show the first frame anew each time";
+    EXPECT_GE(report["wallSeconds"].get<double>(), 1.0);
+    EXPECT_GT(report["peakMemory"].get<double>(), 0);
+}
+
+TEST(Inspect, decodeCountsWhatFFmpegCounts) {
+    const auto decoded = inspect("decode", twoTrackClip());
+    ASSERT_EQ(decoded.status, 0);
+    EXPECT_EQ(decoded.json()["videoFrames"], 50);
+    // English comes first here: 48 kHz for two seconds.
+    EXPECT_EQ(decoded.json()["audioFrames"], 96000);
+}
+
+TEST(Inspect, whatMakesNoSenseIsRefused) {
+    for (const char* options : {"--track 0 --nonsense 1", "--track x", "--track 7", "--count"}) {
+        EXPECT_EQ(inspect("audio", twoTrackClip(), options).status, 2) << options;
+    }
+    EXPECT_EQ(inspect("dance", twoTrackClip()).status, 2);
+}
+
+} // namespace
+} // namespace zelvane
