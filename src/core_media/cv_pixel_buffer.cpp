@@ -173,6 +173,7 @@ CVReturn CVPixelBufferPool::create(CVPixelBufferPoolAttributes attributes,
         return kCVReturnAllocationFailed;
     }
     memory->attributes = std::move(attributes);
+    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the constructor is private
     pool.reset(new CVPixelBufferPool(std::move(memory)));
     return kCVReturnSuccess;
 }
