@@ -6,19 +6,10 @@
 #include <QString>
 
 #include "foundation/dispatch.h"
-#include "foundation/locale.h"
-#include "media_player/playback/default_track_selection.h"
 #include "player_window/error_alert.h"
 
 namespace zelvane {
 namespace {
-
-TrackSelection defaultTracks(const MediaSource& source) {
-    TrackPreferences preferences;
-    preferences.languages = preferredLanguagesFromEnvironment();
-    return selectDefaultTracks(source.videoTracks(), source.audioTracks(), source.subtitlesTracks(),
-                               preferences);
-}
 
 /// Calls `method` of the document with the argument on the main queue, if it is still there.
 template <class Argument, class Method>

@@ -12,7 +12,7 @@ namespace zelvane {
 void useOneHeap() {
 #ifdef __GLIBC__
     constexpr int kHeaps = 1;
-    mallopt(M_ARENA_MAX, kHeaps);
+    mallopt(M_ARENA_MAX, kHeaps); // NOLINT(concurrency-mt-unsafe): no other thread runs yet
 #endif
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_assembly/player_assembly.h"
 
+#include "foundation/locale.h"
 #include "platform/pulse_audio/pulse_audio_output.h"
 #include "rendering/fallback_audio_output.h"
 #include "rendering/null_audio_output.h"
@@ -37,6 +38,13 @@ MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts) {
         return synchronizer;
     };
     return environment;
+}
+
+TrackSelection defaultTracks(const MediaSource& source) {
+    TrackPreferences preferences;
+    preferences.languages = preferredLanguagesFromEnvironment();
+    return selectDefaultTracks(source.videoTracks(), source.audioTracks(), source.subtitlesTracks(),
+                               preferences);
 }
 
 } // namespace zelvane

@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include "media_player/media_source/media_source.h"
+#include "media_player/playback/default_track_selection.h"
 #include "media_player/playback/media_player_environment.h"
 #include "rendering/sample_buffer_audio_renderer.h"
 #include "rendering/sample_buffer_display_layer.h"
@@ -29,5 +31,8 @@ PlayerParts makePlayerParts(SoundOutput soundOutput);
 
 /// An environment whose factories hand out these parts: good for one player.
 MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts);
+
+/// The tracks that this person would want, by the languages of the environment.
+TrackSelection defaultTracks(const MediaSource& source);
 
 } // namespace zelvane

@@ -32,9 +32,12 @@ bool allowsSoftwareGL() {
 } // namespace
 
 void prepareApplication() {
-    if (!allowsSoftwareGL() && !hasGraphicsDevice()) {
-        return;
+    if (allowsSoftwareGL() || hasGraphicsDevice()) {
+        shareGraphicsContexts();
     }
+}
+
+void shareGraphicsContexts() {
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QSurfaceFormat format;
     format.setRenderableType(QSurfaceFormat::OpenGL);

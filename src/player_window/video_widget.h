@@ -17,9 +17,12 @@ struct VideoWidget {
     std::shared_ptr<VideoPresenter> presenter;
 };
 
-/// Sets what must stand before the application object is made, so that pictures on the graphics
-/// processor survive a move to another window.
+/// Sets what must stand before the application object is made. Where no device draws that is
+/// nothing: the contexts would be a software renderer's.
 void prepareApplication();
+/// Lets all windows share their OpenGL objects, so that pictures on the graphics processor survive
+/// a move to another window. Before the application object is made.
+void shareGraphicsContexts();
 
 /// The best surface of this machine: the graphics processor where there is a real one, else the
 /// processor. Setting ZELVANE_ALLOW_SOFTWARE_GL in the environment lets a software implementation

@@ -80,7 +80,8 @@ int runWithWindows(int argc, char** argv) {
     }
     qputenv("DISPLAY", QByteArray::fromStdString(server.display()));
     qputenv("QT_QPA_PLATFORM", "xcb");
-    zelvane::prepareApplication();
+    // The tests of the graphics surface draw in software, which the player itself never does.
+    zelvane::shareGraphicsContexts();
     const QApplication application(argc, argv);
     const int result = RUN_ALL_TESTS();
     zelvane::dispatch::waitForQuiescence(std::chrono::seconds(5));

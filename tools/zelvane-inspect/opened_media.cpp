@@ -5,7 +5,7 @@
 
 #include <fmt/format.h>
 
-#include "foundation/locale.h"
+#include "player_assembly/player_assembly.h"
 
 namespace zelvane::inspect {
 namespace {
@@ -23,13 +23,6 @@ std::shared_ptr<Track> trackOfStream(const std::vector<std::shared_ptr<Track>>& 
 }
 
 } // namespace
-
-TrackSelection defaultTracks(const MediaSource& source) {
-    TrackPreferences preferences;
-    preferences.languages = preferredLanguagesFromEnvironment();
-    return selectDefaultTracks(source.videoTracks(), source.audioTracks(), source.subtitlesTracks(),
-                               preferences);
-}
 
 std::shared_ptr<MediaSource> openMedia(const std::string& file) {
     const bool isURL = file.find("://") != std::string::npos;

@@ -5,15 +5,11 @@
 
 #include "arguments.h"
 #include "media_player/media_source/media_source.h"
-#include "media_player/playback/default_track_selection.h"
 
 namespace zelvane::inspect {
 
 /// Opens a file by its path, or a URL with a scheme. Throws MediaSource::LoadError.
 std::shared_ptr<MediaSource> openMedia(const std::string& file);
-
-/// What would be played.
-TrackSelection defaultTracks(const MediaSource& source);
 
 /// The track that --track names, or the one that would be played. Null when there is none at all;
 /// throws UsageError when the named stream is no such track.

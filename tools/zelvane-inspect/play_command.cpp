@@ -11,22 +11,12 @@
 #include "opened_media.h"
 #include "player_assembly/player_assembly.h"
 #include "process_usage.h"
+#include "rendering/null_video_presenter.h"
 
 namespace zelvane::inspect {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-/// A surface that shows at once and to nobody.
-class NullVideoPresenter final : public VideoPresenter {
-  public:
-    void prepare(const PresentedFrame& /*frame*/) override {}
-    void present(const PresentedFrame& /*frame*/, ShownHandler shown) override {
-        shown(HostClock::system()->now());
-    }
-    void removeImage() override {}
-    HostDuration presentationDelay() const override { return HostDuration(0); }
-};
 
 struct PlayOptions {
     SoundOutput sound = SoundOutput::none;
