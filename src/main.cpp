@@ -28,6 +28,7 @@ std::vector<URL> requestedFiles(const QStringList& arguments) {
         names = QFileDialog::getOpenFileNames(nullptr, QStringLiteral("Open"));
     }
     std::vector<URL> urls;
+    urls.reserve(static_cast<std::size_t>(names.size()));
     for (const auto& name : names) {
         const auto text = name.toStdString();
         const bool hasScheme = text.find("://") != std::string::npos;

@@ -35,7 +35,7 @@ void appendLanguage(std::vector<std::string>& languages, std::string_view locale
 } // namespace
 
 std::string canonicalLanguageIdentifier(std::string_view identifier) {
-    const std::string name(identifier);
+    std::string name(identifier);
     UErrorCode status = U_ZERO_ERROR;
     const icu::Locale locale = icu::Locale::createCanonical(name.c_str());
     auto tag = locale.toLanguageTag<std::string>(status);
