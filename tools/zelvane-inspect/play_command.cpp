@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <chrono>
 #include <cmath>
-#include <future>
+#include <map>
 #include <memory>
+#include <string>
 
 #include "commands.h"
 #include "json_text.h"
