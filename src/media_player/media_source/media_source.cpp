@@ -10,6 +10,7 @@
 #include "foundation/log.h"
 #include "foundation/uuid.h"
 #include "media_player/decoders/audio/ffmpeg_audio_decoder.h"
+#include "media_player/media_source/stepping_back.h"
 
 namespace zelvane {
 
@@ -27,6 +28,14 @@ struct MediaSource::Contents {
 namespace {
 
 using LoadError = MediaSource::LoadError;
+
+/// Packets are found by when they are decoded, and the first picture may be decoded this long
+/// before the media begins.
+constexpr CMTime kLongestDecodingDelay(10, 1);
+
+/// What decoders of overlapping, predicted or pooled bits (MDCT, SBR, MP3's reservoir, Opus) take
+/// to give the samples of a straight decode. Decoding it costs less than a millisecond.
+constexpr CMTime kAudioPreroll(1, 2);
 
 InputFormatContexts openBoth(const URL& url) {
     try {
@@ -220,9 +229,15 @@ std::vector<PacketRef> MediaSource::seekAudio(const std::shared_ptr<AudioTrack>&
     for (const auto& videoTrack : videoTracks_) {
         steering.push_back(static_cast<int>(videoTrack->streamIndex()));
     }
-    setEnabledStreams(steering, context);
-    seek(context, time);
-    auto collected = collectPackets(track, {}, time, [&] { return readPacket(audio, context); });
+    const CMTime prerolled = time - kAudioPreroll;
+    CollectedPackets collected;
+    stepBackUntil(prerolled, startTime_, [&](const CMTime& from) {
+        setEnabledStreams(steering, context);
+        seek(context, placeOf(from));
+        collected = collectPackets(
+            track, {}, time, [&] { return readPacket(audio, context); }, kAudioPreroll);
+        return beginsInTime(collected, track, prerolled);
+    });
     return collected.empty() ? std::vector<PacketRef>() : std::move(collected.front().second);
 }
 
@@ -232,14 +247,23 @@ MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
     assert(visualTracksQueue_->isCurrent());
     AVFormatContext& context = *formatContextForVisualTracks_;
     const MediaTracks tracks = visualTracks(videoTrack, subtitlesTracks);
-    setEnabledStreams(steeringStreams(tracks, time), context);
-    seek(context, time);
-    if (!videoTrack) {
-        return {};
-    }
-    return collectPackets(
-        videoTrack, {subtitlesTracks.begin(), subtitlesTracks.end()}, time,
-        [&, indexes = streamIndexes(tracks)] { return readPacket(indexes, context); });
+    const StreamIndexes indexes = streamIndexes(tracks);
+    CollectedPackets collected;
+    stepBackUntil(time, startTime_, [&](const CMTime& from) {
+        setEnabledStreams(steeringStreams(tracks, from), context);
+        seek(context, placeOf(from));
+        if (!videoTrack) {
+            return true;
+        }
+        collected = collectPackets(videoTrack, {subtitlesTracks.begin(), subtitlesTracks.end()},
+                                   time, [&] { return readPacket(indexes, context); });
+        return beginsInTime(collected, videoTrack, time);
+    });
+    return collected;
+}
+
+CMTime MediaSource::placeOf(const CMTime& time) const {
+    return time <= startTime_ ? startTime_ - kLongestDecodingDelay : time;
 }
 
 StreamIndexes MediaSource::steeringStreams(const MediaTracks& tracks, const CMTime& time) {

@@ -81,6 +81,8 @@ class MediaSource final : public PacketSource {
     std::optional<CMTime> keyframeTimeBefore(const CMTime& time, const MediaTrack& track);
 
   private:
+    /// Where to move for the packets of a time.
+    CMTime placeOf(const CMTime& time) const;
     /// What to enable for a seek of these tracks.
     StreamIndexes steeringStreams(const MediaTracks& tracks, const CMTime& time);
 

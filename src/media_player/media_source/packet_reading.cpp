@@ -11,6 +11,11 @@
 namespace zelvane {
 namespace {
 
+/// More than nearly any GOP; what lies behind it is decoded as it is read.
+constexpr std::size_t kMaxCollectedBytes = std::size_t{64} << 20;
+/// No codec that is stored without presentation stamps holds a frame back for longer.
+constexpr CMTime kLongestReorder(1, 2);
+
 bool contains(const StreamIndexes& streamIndexes, unsigned streamIndex) {
     return std::find(streamIndexes.begin(), streamIndexes.end(), static_cast<int>(streamIndex)) !=
            streamIndexes.end();
@@ -170,8 +175,9 @@ std::shared_ptr<MediaTrack> trackOf(const Packet& packet, const MediaTracks& tra
 
 PacketSource::CollectedPackets collectPackets(const std::shared_ptr<MediaTrack>& anchor,
                                               const MediaTracks& others, const CMTime& target,
-                                              const PacketReader& read) {
+                                              const PacketReader& read, const CMTime& preroll) {
     PacketSource::CollectedPackets collected;
+    std::size_t bytes = 0;
     while (const PacketRef packet = read()) {
         const AVPacket& avPacket = packet->avPacket();
         if (const auto other = trackOf(*packet, others)) {
@@ -181,15 +187,35 @@ PacketSource::CollectedPackets collectPackets(const std::shared_ptr<MediaTrack>&
         const auto time = timeFromStamp(avPacket.pts, anchor->streamTimeBase());
         auto& anchorPackets = packetsOf(anchor, collected);
         const bool isLast = !time || *time >= target;
-        if (!isLast && (avPacket.flags & AV_PKT_FLAG_KEY) != 0) {
+        if (!isLast && (avPacket.flags & AV_PKT_FLAG_KEY) != 0 && *time + preroll <= target) {
             anchorPackets.clear();
+            bytes = 0;
         }
         anchorPackets.push_back(packet);
-        if (isLast) {
+        bytes += static_cast<std::size_t>(std::max(avPacket.size, 0));
+        if (isLast || bytes >= kMaxCollectedBytes) {
             break;
         }
     }
     return collected;
+}
+
+bool beginsInTime(const PacketSource::CollectedPackets& collected,
+                  const std::shared_ptr<MediaTrack>& anchor, const CMTime& target) {
+    const auto found =
+        std::find_if(collected.begin(), collected.end(),
+                     [&](const auto& trackPackets) { return trackPackets.first == anchor; });
+    if (found == collected.end() || found->second.empty()) {
+        return false;
+    }
+    const AVPacket& first = found->second.front()->avPacket();
+    if ((first.flags & AV_PKT_FLAG_KEY) == 0) {
+        return false;
+    }
+    const auto shown = timeFromStamp(first.pts, anchor->streamTimeBase());
+    const auto decoded = timeFromStamp(first.dts, anchor->streamTimeBase());
+    // What says nothing of its time has to be believed.
+    return shown ? *shown <= target : !decoded || *decoded + kLongestReorder <= target;
 }
 
 } // namespace zelvane

@@ -51,10 +51,17 @@ std::shared_ptr<MediaTrack> trackOf(const Packet& packet, const MediaTracks& tra
 using PacketReader = std::function<PacketRef()>;
 
 /// Reads until the first packet of `anchor` at or past `target`, or one without a time, or the end.
-/// The anchor's list starts with its last key packet before the target; packets of `others` that
-/// came on the way are handed over by track. What `read` throws ends the collection.
+/// The anchor's list starts with its last key packet at least `preroll` before the target; packets
+/// of `others` that came on the way are handed over by track. A list that grows too large for the
+/// memory ends early: reading goes on behind it. What `read` throws ends the collection.
 PacketSource::CollectedPackets collectPackets(const std::shared_ptr<MediaTrack>& anchor,
                                               const MediaTracks& others, const CMTime& target,
-                                              const PacketReader& read);
+                                              const PacketReader& read,
+                                              const CMTime& preroll = kCMTimeZero);
+
+/// Whether a decoder that starts with the anchor's first collected packet gives the frame of
+/// `target`, or one before it: whether that is a key packet shown no later.
+bool beginsInTime(const PacketSource::CollectedPackets& collected,
+                  const std::shared_ptr<MediaTrack>& anchor, const CMTime& target);
 
 } // namespace zelvane

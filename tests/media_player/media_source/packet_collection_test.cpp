@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "media_player/media_source/packet_reading.h"
+#include "media_player/media_source/stepping_back.h"
 
 namespace zelvane {
 namespace {
@@ -107,6 +108,67 @@ TEST(PacketCollection, runsFromTheLastKeyBeforeTheTargetThroughTheFirstAtOrPastI
             collectPackets(video, others, CMTime(c.target, 10), [&] { return script.read(); });
         EXPECT_EQ(described(collected), c.expected);
         EXPECT_EQ(script.left(), c.left);
+    }
+}
+
+TEST(PacketCollection, keepsWhatADecoderNeedsToSettle) {
+    PacketScript script("v0k v1k v2k v3k v4k v5k v6k");
+    const auto audio = std::make_shared<StubTrack>(0);
+    const auto collected = collectPackets(
+        audio, {}, CMTime(5, 10), [&] { return script.read(); }, CMTime(2, 10));
+    EXPECT_EQ(described(collected), "v 3k 4k 5k");
+}
+
+TEST(PacketCollection, beginsInTimeWithAKeyPacketShownByTheTarget) {
+    struct Case {
+        const char* script;
+        bool expected;
+    };
+    const std::vector<Case> cases{
+        {"v5k", true}, {"v6k", false}, {"v4", false}, {"v0k v4", true},
+        {"v-k", true}, {"v-", false},  {"s0", false}, {"", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.script);
+        PacketScript script(c.script);
+        const auto video = std::make_shared<StubTrack>(0);
+        const MediaTracks others{std::make_shared<StubTrack>(1)};
+        const auto collected =
+            collectPackets(video, others, CMTime(5, 10), [&] { return script.read(); });
+        EXPECT_EQ(beginsInTime(collected, video, CMTime(5, 10)), c.expected);
+    }
+}
+
+TEST(PacketCollection, goesByWhenAPacketIsDecodedWhereNothingElseIsTold) {
+    const auto video = std::make_shared<StubTrack>(0);
+    // A picture may be shown half a second after it is decoded.
+    for (const auto& [decoded, expected] : {std::pair(0, true), {5, true}, {6, false}}) {
+        ffmpeg::AVPacketHandle packet(av_packet_alloc());
+        packet->dts = decoded;
+        packet->flags = AV_PKT_FLAG_KEY;
+        const PacketSource::CollectedPackets collected{
+            {video, {std::make_shared<const Packet>(std::move(packet))}}};
+        EXPECT_EQ(beginsInTime(collected, video, CMTime(10, 10)), expected) << decoded;
+    }
+}
+
+TEST(SteppingBack, goesFurtherEachTimeUntilItIsEnoughOrAtTheStart) {
+    struct Case {
+        int target;
+        int enough;
+        std::vector<double> expected;
+    };
+    const std::vector<Case> cases{
+        {10, 10, {10}}, {10, 9, {10, 9}}, {10, 7, {10, 9, 8, 6}}, {10, 0, {10, 9, 8, 6, 2}},
+        {2, 0, {2}},    {1, 0, {2}},
+    };
+    for (const Case& c : cases) {
+        std::vector<double> tried;
+        stepBackUntil(CMTime(c.target, 1), CMTime(2, 1), [&](const CMTime& from) {
+            tried.push_back(from.seconds());
+            return from <= CMTime(c.enough, 1);
+        });
+        EXPECT_EQ(tried, c.expected);
     }
 }
 
