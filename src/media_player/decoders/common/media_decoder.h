@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <optional>
+
 #include "core_media/cm_sample_buffer.h"
 #include "media_player/decoders/common/packet.h"
 
@@ -23,6 +25,9 @@ class CoreMediaCompatibleDecoder : public MediaDecoder {
     /// The next finished buffer, or null when there is none now. Throws FFmpegError, SystemError or
     /// DataMismatchError.
     virtual CMSampleBufferRef dequeueSampleBuffer() = 0;
+    /// From now on what begins before `time` is not wanted: the decoder may leave it out where that
+    /// doesn't change what begins later. Nothing: all is wanted, as after construction.
+    virtual void setEarliestWantedTime(const std::optional<CMTime>& /*time*/) {}
 };
 
 } // namespace zelvane

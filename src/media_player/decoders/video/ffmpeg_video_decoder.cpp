@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "core_media/ffmpeg_time.h"
 #include "core_media/video_sample_buffer.h"
 #include "foundation/log.h"
 #include "media_player/decoders/common/ffmpeg_decoding.h"
@@ -94,6 +95,9 @@ FFmpegVideoDecoder::FFmpegVideoDecoder(const AVStream& stream, VideoDecodingHard
       packager_(*softwareDecoderContext_, stream) {}
 
 bool FFmpegVideoDecoder::startDecoding(const Packet& packet) {
+    // Others are made from references, so those have to be decoded all the same.
+    decoderContext_->skip_frame =
+        isUnwanted(packet.avPacket().pts) ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
     try {
         return zelvane::startDecoding(packet, *decoderContext_);
     } catch (...) {
@@ -112,15 +116,22 @@ CMSampleBufferRef FFmpegVideoDecoder::dequeueSampleBuffer() {
 }
 
 CMSampleBufferRef FFmpegVideoDecoder::dequeueNextFrame() {
-    if (!dequeue(*decoderContext_, *decodedFrame_)) {
-        return nullptr;
-    }
+    do {
+        if (!dequeue(*decoderContext_, *decodedFrame_)) {
+            return nullptr;
+        }
+    } while (isUnwanted(decodedFrame_->pts));
     const ffmpeg::FrameContents contents(*decodedFrame_);
     auto sampleBuffer = makeSampleBuffer(*decodedFrame_);
     if (isUsingHardwareContext()) {
         failedHardwareDecodeCount_ = 0;
     }
     return sampleBuffer;
+}
+
+bool FFmpegVideoDecoder::isUnwanted(std::int64_t presentationStamp) const {
+    const auto time = timeFromStamp(presentationStamp, streamTimeBase_);
+    return earliestWantedTime_ && time && *time < *earliestWantedTime_;
 }
 
 CMSampleBufferRef FFmpegVideoDecoder::makeSampleBuffer(const AVFrame& frame) {

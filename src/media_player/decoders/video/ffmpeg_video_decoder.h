@@ -37,8 +37,12 @@ class FFmpegVideoDecoder final : public CoreMediaCompatibleDecoder {
     bool startDecoding(const Packet& packet) override;
     CMSampleBufferRef dequeueSampleBuffer() override;
     void flush() override;
+    void setEarliestWantedTime(const std::optional<CMTime>& time) override {
+        earliestWantedTime_ = time;
+    }
 
   private:
+    bool isUnwanted(std::int64_t presentationStamp) const;
     CMSampleBufferRef dequeueNextFrame();
     CMSampleBufferRef makeSampleBuffer(const AVFrame& frame);
     void countFailure();
@@ -55,6 +59,7 @@ class FFmpegVideoDecoder final : public CoreMediaCompatibleDecoder {
     ffmpeg::Frame decodedFrame_;
     VideoFramePackager packager_;
     std::optional<CMTime> guessedNextPresentationTimestamp_;
+    std::optional<CMTime> earliestWantedTime_;
 };
 
 } // namespace zelvane
