@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "foundation/log.h"
+#include "media_player/playback/seek_relevance.h"
 
 namespace zelvane {
 namespace {
@@ -53,11 +54,17 @@ void AudioDataProvider::seekTracks(const CMTime& time) {
         logMessage("Failed to seek audio track: {}.", errorDescriptionText(error));
         return;
     }
-    const DecodeFeed::SeekFilter filter(*feed(), time);
+    bool foundRelevant = false;
+    const DecodeFeed::Diversion filter(*feed(), [&](const CMSampleBufferRef& sampleBuffer) {
+        if (isRelevantForSeeking(*sampleBuffer, time)) {
+            foundRelevant = true;
+            feed()->enqueue(sampleBuffer);
+        }
+    });
     for (const PacketRef& packet : packets) {
         feed()->decode(packet, kDecodeFailure);
     }
-    while (!filter.foundRelevant()) {
+    while (!foundRelevant) {
         if (provideNext() == Feeding::isOver) {
             stopRequestingMediaData();
             return;

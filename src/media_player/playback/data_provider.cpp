@@ -36,10 +36,12 @@ void DataProvider::seek(const CMTime& time, bool shouldProvideData,
         stopRequestingMediaData();
         // The block cannot run before this task ends, so asking first loses no call.
         requestMediaData();
-        feed_->flush();
-        renderer_->flush();
-        willSeekTracks();
-        seekTracks(time);
+        if (!seekAmongRecent(time)) {
+            feed_->flush();
+            renderer_->flush();
+            willSeekTracks();
+            seekTracks(time);
+        }
         if (shouldProvideData) {
             provideWhileReady();
         }
@@ -49,7 +51,11 @@ void DataProvider::seek(const CMTime& time, bool shouldProvideData,
 
 void DataProvider::setDecoder(CoreMediaCompatibleDecoder* decoder) {
     assert(queue_->isCurrent());
-    feed_ = decoder != nullptr ? std::make_unique<DecodeFeed>(*decoder, renderer_) : nullptr;
+    feed_ = decoder == nullptr
+                ? nullptr
+                : std::make_unique<DecodeFeed>(
+                      *decoder, renderer_,
+                      [this](const CMSampleBufferRef& sampleBuffer) { didDecode(sampleBuffer); });
 }
 
 void DataProvider::requestMediaData() {

@@ -36,10 +36,15 @@ class DataProvider : public DataProviding, public std::enable_shared_from_this<D
 
     /// Reads and decodes one packet.
     virtual Feeding provideNext() = 0;
-    /// Called by a seek when everything is flushed: enqueues the first data at or after `time`.
+    /// Answers a seek out of what is at hand, if that can be done; the renderer is as before.
+    virtual bool seekAmongRecent(const CMTime& /*time*/) { return false; }
+    /// Called by any other seek when everything is flushed: enqueues the first data at or after
+    /// `time`.
     virtual void seekTracks(const CMTime& time) = 0;
-    /// Called by a seek between the flush and seekTracks.
+    /// Called between the flush and seekTracks.
     virtual void willSeekTracks() {}
+    /// Sees each buffer that the decoder gives.
+    virtual void didDecode(const CMSampleBufferRef& /*sampleBuffer*/) {}
 
     /// Replaces the session by one on this decoder, or by none.
     void setDecoder(CoreMediaCompatibleDecoder* decoder);

@@ -4,16 +4,15 @@
 #include <utility>
 
 #include "foundation/log.h"
-#include "media_player/playback/seek_relevance.h"
 
 namespace zelvane {
 
 DecodeFeed::DecodeFeed(CoreMediaCompatibleDecoder& decoder,
-                       std::shared_ptr<QueuedSampleBufferRendering> renderer)
-    : renderer_(std::move(renderer)), session_(decoder, {}) {
-    enqueueAll();
+                       std::shared_ptr<QueuedSampleBufferRendering> renderer, Receiver witness)
+    : renderer_(std::move(renderer)), witness_(std::move(witness)),
+      session_(decoder, [this](const CMSampleBufferRef& sampleBuffer) { receive(sampleBuffer); }) {
     // A track that was selected before has left its state in the decoder.
-    session_.decoder().flush();
+    flush();
 }
 
 void DecodeFeed::decode(const PacketRef& packet, std::string_view failure) {
@@ -25,6 +24,7 @@ void DecodeFeed::decode(const PacketRef& packet, std::string_view failure) {
 }
 
 void DecodeFeed::finish() {
+    isFinished_ = true;
     try {
         session_.finish();
     } catch (const std::exception&) {
@@ -35,25 +35,26 @@ void DecodeFeed::finish() {
 
 void DecodeFeed::flush() {
     session_.decoder().flush();
+    isFinished_ = false;
 }
 
-void DecodeFeed::enqueueAll() {
-    session_.setSampleBufferHandler([renderer = renderer_](const CMSampleBufferRef& sampleBuffer) {
-        renderer->enqueueSampleBuffer(sampleBuffer);
-    });
+void DecodeFeed::enqueue(const CMSampleBufferRef& sampleBuffer) const {
+    renderer_->enqueueSampleBuffer(sampleBuffer);
 }
 
-DecodeFeed::SeekFilter::SeekFilter(DecodeFeed& feed, const CMTime& target) : feed_(feed) {
-    feed_.session_.setSampleBufferHandler([this, target](const CMSampleBufferRef& sampleBuffer) {
-        if (isRelevantForSeeking(*sampleBuffer, target)) {
-            foundRelevant_ = true;
-            feed_.renderer_->enqueueSampleBuffer(sampleBuffer);
-        }
-    });
+void DecodeFeed::receive(const CMSampleBufferRef& sampleBuffer) const {
+    if (witness_) {
+        witness_(sampleBuffer);
+    }
+    if (receiver_) {
+        receiver_(sampleBuffer);
+    } else {
+        enqueue(sampleBuffer);
+    }
 }
 
-DecodeFeed::SeekFilter::~SeekFilter() {
-    feed_.enqueueAll();
+DecodeFeed::Diversion::Diversion(DecodeFeed& feed, Receiver receiver) : feed_(feed) {
+    feed_.receiver_ = std::move(receiver);
 }
 
 } // namespace zelvane

@@ -9,43 +9,49 @@
 
 namespace zelvane {
 
-/// A decode session whose buffers go to a renderer: all of them, or, while a seek looks for its
-/// target, those that lie there or later. Used on its provider's queue.
+/// A decode session whose buffers go to a renderer, or, while a seek looks for its target, to
+/// whoever judges them. Used on its provider's queue.
 class DecodeFeed {
   public:
-    /// Begins with a flushed decoder, which outlives this.
+    using Receiver = CoreMediaCompatibleDecodeSession::SampleBufferHandler;
+
+    /// Begins with a flushed decoder, which outlives this. `witness` sees each buffer first,
+    /// wherever it goes; it may be empty.
     DecodeFeed(CoreMediaCompatibleDecoder& decoder,
-               std::shared_ptr<QueuedSampleBufferRendering> renderer);
+               std::shared_ptr<QueuedSampleBufferRendering> renderer, Receiver witness);
     DecodeFeed(const DecodeFeed&) = delete;
     DecodeFeed& operator=(const DecodeFeed&) = delete;
 
     /// A packet that cannot be decoded is logged, as "<failure>: <error>.", and costs a gap.
     void decode(const PacketRef& packet, std::string_view failure);
-    /// Gives what the decoder still holds; a failure ends that silently.
+    /// Gives what the decoder still holds; a failure ends that silently. Nothing more can be
+    /// decoded before a flush.
     void finish();
     void flush();
+    bool isFinished() const { return isFinished_; }
+    CoreMediaCompatibleDecoder& decoder() const { return session_.decoder(); }
+    void enqueue(const CMSampleBufferRef& sampleBuffer) const;
 
-    /// While it lives, only what is relevant for a seek to `target` reaches the renderer.
-    class SeekFilter {
+    /// While it lives, the buffers go to `receiver` in place of the renderer.
+    class Diversion {
       public:
-        SeekFilter(DecodeFeed& feed, const CMTime& target);
-        ~SeekFilter();
-        SeekFilter(const SeekFilter&) = delete;
-        SeekFilter& operator=(const SeekFilter&) = delete;
-
-        /// Whether a relevant buffer has been enqueued.
-        bool foundRelevant() const { return foundRelevant_; }
+        Diversion(DecodeFeed& feed, Receiver receiver);
+        ~Diversion() { feed_.receiver_ = nullptr; }
+        Diversion(const Diversion&) = delete;
+        Diversion& operator=(const Diversion&) = delete;
 
       private:
         DecodeFeed& feed_;
-        bool foundRelevant_ = false;
     };
 
   private:
-    void enqueueAll();
+    void receive(const CMSampleBufferRef& sampleBuffer) const;
 
     std::shared_ptr<QueuedSampleBufferRendering> renderer_;
+    Receiver witness_;
+    Receiver receiver_;
     CoreMediaCompatibleDecodeSession session_;
+    bool isFinished_ = false;
 };
 
 } // namespace zelvane

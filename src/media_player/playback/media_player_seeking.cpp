@@ -47,6 +47,9 @@ void MediaPlayer::seekSynchronouslyTo(const CMTime& time,
 }
 
 void MediaPlayer::reseekToCurrentTime() {
+    // Whoever asks has changed what is read, or how it looks.
+    visualDataProvider_->perform(false,
+                                 [provider = visualDataProvider_] { provider->forgetRecent(); });
     seekTo(currentTime());
 }
 

@@ -20,13 +20,18 @@ VisualDataProvider::VisualDataProvider(
     const std::shared_ptr<SubtitlesRenderer>& secondarySubtitlesRenderer)
     : DataProvider("Visual Data Provider Queue", displayLayer),
       mediaSource_(std::move(mediaSource)), displayLayer_(std::move(displayLayer)),
-      subtitles_{{{primarySubtitlesRenderer, "Failed to decode packet from primary subtitles track",
-                   nullptr},
+      subtitles_{{{primarySubtitlesRenderer,
+                   "Failed to decode packet from primary subtitles track",
+                   nullptr,
+                   {}},
                   {secondarySubtitlesRenderer,
-                   "Failed to decode packet from secondary subtitles track", nullptr}}} {}
+                   "Failed to decode packet from secondary subtitles track",
+                   nullptr,
+                   {}}}} {}
 
 void VisualDataProvider::setVideoTrack(std::shared_ptr<VideoTrack> track) {
     selectedVideoTrack_ = std::move(track);
+    forgetRecent();
     setDecoder(selectedVideoTrack_ ? &selectedVideoTrack_->decoder() : nullptr);
     // A new track must not show the last picture of the old one.
     displayLayer_->flushAndRemoveImage();
@@ -66,6 +71,8 @@ void VisualDataProvider::setSubtitlesTrack(SubtitlesPosition& position,
         fatalError("A subtitles track of a side file cannot be read along with the video.");
     }
     position.selectedTrack = std::move(track);
+    // Its earlier packets were not read.
+    forgetRecent();
     if (position.selectedTrack) {
         position.selectedTrack->decoder().flush();
     }
@@ -83,8 +90,11 @@ SubtitlesTracks VisualDataProvider::selectedSubtitlesTracks() const {
 }
 
 DataProvider::Feeding VisualDataProvider::provideNext() {
-    return provideNext(
-        [this](std::size_t position, const SubtitlesFrames& frames) { show(position, frames); });
+    return provideNext([this](std::size_t position, const SubtitlesFrames& frames) {
+        keepForSeeking(position, frames);
+        forgetUnreachableSubtitles();
+        show(position, frames);
+    });
 }
 
 DataProvider::Feeding VisualDataProvider::provideNext(const FramesReceiver& receiver) {
@@ -137,54 +147,6 @@ void VisualDataProvider::route(const PacketSource::TrackPacket& packet,
             logMessage("{}: {}.", subtitles_[i].decodeFailure, errorDescriptionText(error));
         }
         return;
-    }
-}
-
-void VisualDataProvider::willSeekTracks() {
-    for (const SubtitlesPosition& position : subtitles_) {
-        if (position.selectedTrack) {
-            position.selectedTrack->decoder().flush();
-            position.renderer->removeAllSubtitles();
-        }
-    }
-}
-
-void VisualDataProvider::seekTracks(const CMTime& time) {
-    PacketSource::CollectedPackets packets;
-    try {
-        packets = mediaSource_->visualTracksQueue()->sync([&] {
-            return mediaSource_->seekVisual(selectedVideoTrack_, selectedSubtitlesTracks(), time);
-        });
-    } catch (const std::exception& error) {
-        logMessage("Failed to seek visual tracks: {}.", errorDescriptionText(error));
-        return;
-    }
-    std::array<SubtitlesFrames, 2> found;
-    decodeUntilRelevant(packets, time, [&](std::size_t i, const SubtitlesFrames& frames) {
-        found[i].insert(found[i].end(), frames.begin(), frames.end());
-    });
-    for (std::size_t i = 0; i < found.size(); ++i) {
-        show(i, {firstRelevantFrame(found[i], time), found[i].cend()});
-    }
-}
-
-void VisualDataProvider::decodeUntilRelevant(const PacketSource::CollectedPackets& packets,
-                                             const CMTime& time, const FramesReceiver& receiver) {
-    const DecodeFeed::SeekFilter filter(*feed(), time);
-    for (const auto& [track, packetsOfTrack] : packets) {
-        for (const PacketRef& packet : packetsOfTrack) {
-            route({packet, track}, receiver);
-        }
-    }
-    while (!filter.foundRelevant()) {
-        if (provideNext(receiver) == Feeding::isOver) {
-            stopRequestingMediaData();
-            // The last pictures may have come with the end of the file.
-            if (!filter.foundRelevant()) {
-                displayLayer_->flushAndRemoveImage();
-            }
-            return;
-        }
     }
 }
 

@@ -7,6 +7,8 @@
 
 #include "media_player/media_source/packet_source.h"
 #include "media_player/playback/data_provider.h"
+#include "media_player/playback/recent_frames.h"
+#include "media_player/playback/seek_answer.h"
 #include "media_player/playback/seek_relevance.h"
 #include "media_player/playback/subtitles_renderer.h"
 
@@ -16,6 +18,9 @@ namespace zelvane {
 /// selected tracks of the same file: they share one read position, so one loop reads and routes
 /// them all. Used on its queue, which may wait for the main queue; the main queue must never wait
 /// for it.
+///
+/// A seek is answered by the recent frames where they hold its target, by decoding on where it lies
+/// shortly behind them, and else by the file.
 class VisualDataProvider final : public DataProvider {
   public:
     VisualDataProvider(std::shared_ptr<PacketSource> mediaSource,
@@ -27,34 +32,54 @@ class VisualDataProvider final : public DataProvider {
     /// A track of a side file stops the process, here and below.
     void setPrimarySubtitlesTrack(std::shared_ptr<SubtitlesTrack> track);
     void setSecondarySubtitlesTrack(std::shared_ptr<SubtitlesTrack> track);
+    /// The next seek reads and decodes everything anew.
+    void forgetRecent();
 
   private:
     struct SubtitlesPosition {
         std::shared_ptr<SubtitlesRenderer> renderer;
         std::string_view decodeFailure;
         std::shared_ptr<SubtitlesTrack> selectedTrack;
+        /// What was decoded since the last seek that read the file, but for what can no longer be
+        /// seen within the recent frames.
+        SubtitlesFrames recent;
     };
     /// Takes the frames of the position with this index.
     using FramesReceiver = std::function<void(std::size_t position, const SubtitlesFrames& frames)>;
 
     Feeding provideNext() override;
     Feeding provideNext(const FramesReceiver& receiver);
+    bool seekAmongRecent(const CMTime& time) override;
     void willSeekTracks() override;
     void seekTracks(const CMTime& time) override;
+    void didDecode(const CMSampleBufferRef& sampleBuffer) override { recent_.add(sampleBuffer); }
 
     void setSubtitlesTrack(SubtitlesPosition& position, std::shared_ptr<SubtitlesTrack> track);
     void configureLayer() const;
     SubtitlesTracks selectedSubtitlesTracks() const;
     void route(const PacketSource::TrackPacket& packet, const FramesReceiver& receiver);
     void finish(const FramesReceiver& receiver);
-    void decodeUntilRelevant(const PacketSource::CollectedPackets& packets, const CMTime& time,
-                             const FramesReceiver& receiver);
     void show(std::size_t position, const SubtitlesFrames& frames) const;
+
+    bool enqueueRecent(const CMTime& time);
+    bool decodeOn(const CMTime& time);
+    /// Has the picture of `time` come out of a decoder that starts at `begin`? True also where an
+    /// earlier start would not help.
+    bool decodeFrom(const CMTime& begin, const CMTime& time);
+    std::optional<PacketSource::CollectedPackets> collectPackets(const CMTime& time) const;
+    SeekAnswer makeAnswer(const CMTime& time, bool takesLater) const;
+    void decodeUntilAnswered(const PacketSource::CollectedPackets& packets, SeekAnswer& answer);
+    void keepForSeeking(std::size_t position, const SubtitlesFrames& frames);
+    void forgetUnreachableSubtitles();
+    void showRecentSubtitles(const CMTime& time) const;
 
     std::shared_ptr<PacketSource> mediaSource_;
     std::shared_ptr<VideoRendering> displayLayer_;
     std::shared_ptr<VideoTrack> selectedVideoTrack_;
     std::array<SubtitlesPosition, 2> subtitles_;
+    RecentFrames recent_;
+    /// Whether the recent subtitles are all that were read since a seek.
+    bool areRecentSubtitlesWhole_ = false;
 };
 
 } // namespace zelvane

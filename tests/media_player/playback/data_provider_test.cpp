@@ -210,9 +210,9 @@ INSTANTIATE_TEST_SUITE_P(
         SeekCase{"0k 40 80 120k 160", 100, 3, {80, 120, 160}, {}, {}, false},
         SeekCase{"0k 40 80 120k 160", 199, 3, {160}, {}, {}, false},
         SeekCase{"0k 40 80 120k 160", 200, 3, {}, {}, {}, true},
-        // A gap at the target: the next frame stands for it.
-        SeekCase{"0k 40 200 240", 100, 0, {200, 240}, {}, {}, false},
-        SeekCase{"0k 40! 80 120", 60, 0, {80, 120}, {}, {}, false},
+        // In a gap the frame before it is seen, as in playback.
+        SeekCase{"0k 40 200 240", 100, 0, {40, 200, 240}, {}, {}, false},
+        SeekCase{"0k 40! 80 120", 60, 0, {0, 80, 120}, {}, {}, false},
         SeekCase{"0k p0+500 s10+10 40 s30+100 80 p90+10 120k s130+5 160",
                  100,
                  0,

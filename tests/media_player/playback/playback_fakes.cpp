@@ -35,6 +35,23 @@ CMSampleBufferRef makeSampleBuffer(const CMTime& start, const CMTime& duration) 
     return sampleBuffer;
 }
 
+CMSampleBufferRef makePicture(const CMTime& start, const CMTime& duration) {
+    std::unique_ptr<CVPixelBufferPool> pool;
+    CVPixelBufferPoolAttributes attributes;
+    attributes.pixelFormat = kCVPixelFormatType_32BGRA;
+    attributes.width = attributes.height = 16;
+    EXPECT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
+    CVPixelBufferRef picture;
+    EXPECT_EQ(pool->createPixelBuffer(picture), kCVReturnSuccess);
+    CMFormatDescriptionRef format;
+    EXPECT_EQ(CMFormatDescription::createForImageBuffer(*picture, format), kNoErr);
+    CMSampleBufferRef sampleBuffer;
+    EXPECT_EQ(CMSampleBuffer::createReadyWithImageBuffer(
+                  picture, format, {duration, start, kCMTimeInvalid}, sampleBuffer),
+              kNoErr);
+    return sampleBuffer;
+}
+
 std::vector<TimelinePacket> timeline(std::string_view text, std::int64_t frameDuration) {
     std::vector<TimelinePacket> packets;
     std::istringstream words{std::string(text)};
@@ -287,7 +304,7 @@ std::vector<std::int64_t> FakePacketSource::audioSeekTargets() const {
 
 void FakeRenderer::enqueueSampleBuffer(CMSampleBufferRef sampleBuffer) {
     const std::lock_guard lock(mutex_);
-    queued_.push_back(inMilliseconds(sampleBuffer->presentationTimeStamp()));
+    queued_.push_back(std::move(sampleBuffer));
 }
 
 bool FakeRenderer::isReadyForMoreMediaData() const {
@@ -361,7 +378,16 @@ void FakeRenderer::setAllowedAudioSpatializationFormats(std::uint32_t formats) {
 
 std::vector<std::int64_t> FakeRenderer::queued() const {
     const std::lock_guard lock(mutex_);
-    return queued_;
+    std::vector<std::int64_t> starts;
+    for (const CMSampleBufferRef& buffer : queued_) {
+        starts.push_back(inMilliseconds(buffer->presentationTimeStamp()));
+    }
+    return starts;
+}
+
+CMSampleBufferRef FakeRenderer::first() const {
+    const std::lock_guard lock(mutex_);
+    return queued_.empty() ? nullptr : queued_.front();
 }
 
 std::vector<std::string> FakeRenderer::events() const {

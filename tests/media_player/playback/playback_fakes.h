@@ -26,7 +26,10 @@ constexpr CMTime ms(std::int64_t milliseconds) {
 }
 std::int64_t inMilliseconds(const CMTime& time);
 
+/// Of sound.
 CMSampleBufferRef makeSampleBuffer(const CMTime& start, const CMTime& duration);
+/// Of a small picture.
+CMSampleBufferRef makePicture(const CMTime& start, const CMTime& duration);
 
 /// One packet of a time line.
 struct TimelinePacket {
@@ -168,6 +171,8 @@ class FakeRenderer final : public VideoRendering,
 
     /// The starts of what is queued, in milliseconds.
     std::vector<std::int64_t> queued() const;
+    /// The first of what is queued, or null.
+    CMSampleBufferRef first() const;
     std::vector<std::string> events() const;
     bool isRequesting() const;
 
@@ -178,7 +183,7 @@ class FakeRenderer final : public VideoRendering,
 
     mutable std::mutex mutex_;
     const std::size_t capacity_;
-    std::vector<std::int64_t> queued_;
+    std::vector<CMSampleBufferRef> queued_;
     std::vector<std::string> events_;
     std::shared_ptr<dispatch::Queue> queue_;
     dispatch::Task block_;
