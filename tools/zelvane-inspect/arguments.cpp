@@ -4,6 +4,22 @@
 #include <algorithm>
 
 namespace zelvane::inspect {
+namespace {
+
+double numberFromText(const std::string& option, const std::string& value) {
+    try {
+        std::size_t used = 0;
+        const double number = std::stod(value, &used);
+        if (used == value.size()) {
+            return number;
+        }
+    } catch (const std::logic_error&) {
+        // Told below, as for a number with something behind it.
+    }
+    throw UsageError("not a number: --" + option + " " + value);
+}
+
+} // namespace
 
 Arguments::Arguments(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
@@ -19,13 +35,14 @@ Arguments::Arguments(int argc, char** argv) {
         if (i + 1 == words.size()) {
             throw UsageError("no value for " + words[i]);
         }
-        options_[words[i].substr(2)] = words[i + 1];
+        options_.emplace_back(words[i].substr(2), words[i + 1]);
     }
 }
 
 std::optional<std::string> Arguments::text(const std::string& option) const {
-    const auto found = options_.find(option);
-    return found == options_.end() ? std::nullopt : std::optional(found->second);
+    const auto found = std::find_if(options_.rbegin(), options_.rend(),
+                                    [&](const auto& given) { return given.first == option; });
+    return found == options_.rend() ? std::nullopt : std::optional(found->second);
 }
 
 std::string Arguments::text(const std::string& option, const std::string& otherwise) const {
@@ -34,19 +51,17 @@ std::string Arguments::text(const std::string& option, const std::string& otherw
 
 std::optional<double> Arguments::number(const std::string& option) const {
     const auto value = text(option);
-    if (!value) {
-        return std::nullopt;
-    }
-    try {
-        std::size_t used = 0;
-        const double number = std::stod(*value, &used);
-        if (used == value->size()) {
-            return number;
+    return value ? std::optional(numberFromText(option, *value)) : std::nullopt;
+}
+
+std::vector<double> Arguments::numbers(const std::string& option) const {
+    std::vector<double> numbers;
+    for (const auto& [name, value] : options_) {
+        if (name == option) {
+            numbers.push_back(numberFromText(option, value));
         }
-    } catch (const std::logic_error&) {
-        // Told below, as for a number with something behind it.
     }
-    throw UsageError("not a number: --" + option + " " + *value);
+    return numbers;
 }
 
 void Arguments::allow(const std::vector<std::string>& known) const {

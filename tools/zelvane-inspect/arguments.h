@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zelvane::inspect {
@@ -25,16 +25,19 @@ class Arguments {
     const std::string& file() const { return file_; }
 
     std::string text(const std::string& option, const std::string& otherwise) const;
+    /// Of one that is given several times, the last.
     std::optional<std::string> text(const std::string& option) const;
     /// Throws UsageError when the value is no number.
     std::optional<double> number(const std::string& option) const;
+    /// Of an option that may be given several times, in order.
+    std::vector<double> numbers(const std::string& option) const;
     /// Throws UsageError for an option that is not among `known`.
     void allow(const std::vector<std::string>& known) const;
 
   private:
     std::string command_;
     std::string file_;
-    std::map<std::string, std::string> options_;
+    std::vector<std::pair<std::string, std::string>> options_;
 };
 
 } // namespace zelvane::inspect

@@ -4,8 +4,8 @@
 #include <limits>
 #include <memory>
 
+#include "buffer_json.h"
 #include "commands.h"
-#include "digest.h"
 #include "foundation/checked_call.h"
 #include "json_text.h"
 #include "opened_media.h"
@@ -45,30 +45,6 @@ void forEachBuffer(TrackReader& reader, const Range& range, const Show& show) {
         }
         show(*buffer);
     }
-}
-
-Json frameJson(const CMSampleBuffer& buffer, const CMTime& start) {
-    const auto& picture = *buffer.imageBuffer();
-    return {{"pts", secondsJson(buffer.presentationTimeStamp(), start)},
-            {"duration", secondsJson(buffer.duration())},
-            {"pixelFormat", fourCharCodeText(picture.pixelFormat())},
-            {"width", picture.width()},
-            {"height", picture.height()},
-            {"attachments", attachmentsJson(picture.attachments())},
-            {"sha256", pictureDigest(picture)}};
-}
-
-Json audioJson(const CMSampleBuffer& buffer, const CMTime& start) {
-    const auto& format = *buffer.formatDescription()->audio();
-    const auto& stream = format.streamDescription;
-    return {{"pts", secondsJson(buffer.presentationTimeStamp(), start)},
-            {"frames", buffer.sampleCount()},
-            {"sampleRate", stream.mSampleRate},
-            {"channels", stream.mChannelsPerFrame},
-            {"layoutTag", format.channelLayoutTag},
-            {"formatFlags", stream.mFormatFlags},
-            {"bitsPerChannel", stream.mBitsPerChannel},
-            {"sha256", dataDigest(*buffer.dataBuffer())}};
 }
 
 struct CloseFile {

@@ -20,5 +20,8 @@ int runAudio(const Arguments& arguments);
 int runDecode(const Arguments& arguments);
 /// Plays in real time and reports how exactly.
 int runPlay(const Arguments& arguments);
+/// Seeks in a paused player, from target to target: a line for what each brought and how long it
+/// took.
+int runSeek(const Arguments& arguments);
 
 } // namespace zelvane::inspect

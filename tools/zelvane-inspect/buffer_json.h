@@ -1,0 +1,14 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "core_media/cm_sample_buffer.h"
+#include "json_text.h"
+
+namespace zelvane::inspect {
+
+/// All of a picture: its times as seconds from `start`, its format, and a digest of its pixels.
+Json frameJson(const CMSampleBuffer& buffer, const CMTime& start);
+/// The same of a run of audio frames.
+Json audioJson(const CMSampleBuffer& buffer, const CMTime& start);
+
+} // namespace zelvane::inspect
