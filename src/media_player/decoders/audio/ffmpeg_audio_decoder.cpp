@@ -9,7 +9,7 @@
 
 namespace zelvane {
 
-FFmpegAudioDecoder::FFmpegAudioDecoder(const AVStream& stream) : streamTimeBase_(stream.time_base) {
+FFmpegAudioDecoder::FFmpegAudioDecoder(const AVStream& stream) : streamTimeBase_(stream.time_base), sampleGrid_(stream) {
     const AVCodec* codec = findDecoder(*stream.codecpar, AVMEDIA_TYPE_AUDIO);
     decoderContext_ = makeDecoderContext(*stream.codecpar, codec, streamTimeBase_);
     openDecoder(codec, *decoderContext_);
@@ -121,8 +121,11 @@ CMTime FFmpegAudioDecoder::presentationTimestamp(const AVFrame& frame) const {
     if (const auto& preferred = isExact ? own : guess) {
         return *preferred;
     }
-    if (const auto& other = isExact ? guess : own) {
-        return *other;
+    if (isExact && guess) {
+        return *guess;
+    }
+    if (own) {
+        return sampleGrid_.timeOf(frame.best_effort_timestamp, frame.nb_samples).value_or(*own);
     }
     throw FFmpegError::simple(FFmpegError::Case::noPresentationTimestamp);
 }

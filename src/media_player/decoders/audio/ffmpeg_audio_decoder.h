@@ -8,6 +8,7 @@
 #include "core_media/ffmpeg_handles.h"
 #include "media_player/decoders/audio/audio_properties.h"
 #include "media_player/decoders/audio/audio_sample_buffer_builder.h"
+#include "media_player/decoders/audio/sample_grid.h"
 #include "media_player/decoders/common/media_decoder.h"
 #include "media_player/decoders/common/media_type.h"
 
@@ -41,6 +42,7 @@ class FFmpegAudioDecoder final : public CoreMediaCompatibleDecoder {
 
     ffmpeg::CodecContext decoderContext_;
     AVRational streamTimeBase_;
+    SampleGrid sampleGrid_;
     /// Always there once constructed.
     std::optional<AudioProperties> audioProperties_;
     /// Made for the first buffer of a format and shared by all: a guessed layout is logged once.
