@@ -13,7 +13,7 @@ TEST(NotificationCenter, tellsThoseWhoAskedInTheirOrder) {
     const int one = 1;
     const int two = 2;
     std::string told;
-    const auto note = [&](std::string name) {
+    const auto note = [&](const std::string& name) {
         return [&told, name](const Notification&) { told += name; };
     };
     const auto all = center.addObserver("changed", nullptr, nullptr, note("a"));
