@@ -177,13 +177,13 @@ void ColorConversion::makeLattice(const SourceColor& source, const IccProfile* s
 }
 
 void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
-                                 std::uint8_t* pixels) {
+                                 std::uint8_t* pixels, Scratch& scratch) const {
     if (road_ == Road::matrix) {
         const auto convert = isBT1886_ ? kernels::affineToPixelsOfBT1886 : kernels::affineToPixels;
         convert({{row.channels[0], row.channels[1], row.channels[2]}}, toCodes_, pixels, width);
         return;
     }
-    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+    std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
     for (std::size_t start = 0; start < width; start += kBlock) {
         const auto count = std::min(kBlock, width - start);
         kernels::affineToCodes(
@@ -192,25 +192,25 @@ void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
         if (road_ == Road::lattice) {
             lattice_->convert(codes, pixels + 4 * start, count);
         } else {
-            lightBlock(count, pixels + 4 * start);
+            lightBlock(scratch, count, pixels + 4 * start);
         }
     }
 }
 
-void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
+void ColorConversion::lightBlock(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const {
     for (std::size_t i = 0; i < 3; ++i) {
         const auto& table = lightTables_[std::min(i, lightTables_.size() - 1)];
-        kernels::lookUp(codes_[i], table.data(), light_[i], count);
+        kernels::lookUp(scratch.codes[i], table.data(), scratch.light[i], count);
     }
     if (isHLG_) {
-        showHLG(count);
+        showHLG(scratch, count);
     }
-    const float* const light[3] = {light_[0], light_[1], light_[2]};
+    const float* const light[3] = {scratch.light[0], scratch.light[1], scratch.light[2]};
     if (encodeTables_[0].empty()) {
         kernels::mixToSRGBPixels(light, mix_, pixels, count);
         return;
     }
-    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+    std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
     const std::uint8_t* const tables[3] = {encodeTables_[0].data(), encodeTables_[1].data(),
                                            encodeTables_[2].data()};
     kernels::mixToRootCodes(light, mix_, kSteps, codes, count);
@@ -218,12 +218,12 @@ void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
 }
 
 /// Scene light to tone-mapped screen light.
-void ColorConversion::showHLG(std::size_t count) {
-    const float* const light[3] = {light_[0], light_[1], light_[2]};
-    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+void ColorConversion::showHLG(Scratch& scratch, std::size_t count) const {
+    const float* const light[3] = {scratch.light[0], scratch.light[1], scratch.light[2]};
+    std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
     kernels::gainToRootCodes(light, screenGamma_, kCodeSteps, codes, count);
     for (std::size_t i = 0; i < 3; ++i) {
-        kernels::lookUp(codes_[i], toneTable_.data(), light_[i], count);
+        kernels::lookUp(scratch.codes[i], toneTable_.data(), scratch.light[i], count);
     }
 }
 

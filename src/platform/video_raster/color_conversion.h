@@ -21,9 +21,18 @@ namespace zelvane::raster {
 ///   light:    curve for each channel to light, matrix between primaries, curve for each channel
 ///   back lattice:  a profile that is no matrix on either side: interpolation in a cube of colours
 ///
-/// One thread: it keeps its scratch rows.
+/// Immutable: any threads, each with scratch of its own.
 class ColorConversion {
+    /// Pixels at a time, so that what one loop writes the next one finds in the nearest cache.
+    static constexpr std::size_t kBlock = 512;
+
   public:
+    /// Room for what one loop hands to the next.
+    struct Scratch {
+        std::uint16_t codes[3][kBlock];
+        float light[3][kBlock];
+    };
+
     ColorConversion(const ColorConversion&) = delete;
     ColorConversion& operator=(const ColorConversion&) = delete;
     /// `display` null is sRGB.
@@ -31,7 +40,8 @@ class ColorConversion {
                     const std::shared_ptr<const IccProfile>& display);
 
     /// Writes `width` pixels B, G, R, 255.
-    void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels);
+    void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels,
+                    Scratch& scratch) const;
 
   private:
     /// Steps of codes: PQ is steep at its top, and saturated colours are small differences of large
@@ -39,8 +49,6 @@ class ColorConversion {
     static constexpr int kCodeSteps = 16384;
     /// Steps of roots of light.
     static constexpr int kSteps = 4096;
-    /// Pixels at a time, so that what one loop writes the next one finds in the nearest cache.
-    static constexpr std::size_t kBlock = 512;
 
     int codeLimit() const;
     void makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
@@ -48,8 +56,8 @@ class ColorConversion {
     void makeHLGTables(const SourceColor& source);
     void makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
                      const IccProfile* display);
-    void lightBlock(std::size_t count, std::uint8_t* pixels);
-    void showHLG(std::size_t count);
+    void lightBlock(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const;
+    void showHLG(Scratch& scratch, std::size_t count) const;
 
     enum class Road { matrix, light, lattice };
     Road road_ = Road::matrix;
@@ -68,9 +76,6 @@ class ColorConversion {
     std::vector<float> toneTable_;
     kernels::LuminanceGain screenGamma_{};
     std::unique_ptr<ColorLattice> lattice_;
-
-    std::uint16_t codes_[3][kBlock]{};
-    float light_[3][kBlock]{};
 };
 
 } // namespace zelvane::raster
