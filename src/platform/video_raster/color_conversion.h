@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/video_raster/color_lattice.h"
@@ -18,8 +19,8 @@ namespace zelvane::raster {
 /// Rows of one kind of picture to pixels of one screen. Three roads, the cheapest that is exact:
 ///
 ///   matrix:   R'G'B' of the picture is that of the screen
-///   light:    curve for each channel to light, matrix between primaries, curve for each channel
-///   back lattice:  a profile that is no matrix on either side: interpolation in a cube of colours
+///   light:    curve for each channel to light, matrix between primaries, and curves back
+///   lattice:  a profile that is no matrix on either side: interpolation in a cube of colours
 ///
 /// Immutable: any threads, each with scratch of its own.
 class ColorConversion {
@@ -43,6 +44,9 @@ class ColorConversion {
     void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels,
                     Scratch& scratch) const;
 
+    /// Whether R, G and B of eight bits each are what the screen wants as they stand.
+    bool keepsBytes() const { return keepsBytes_; }
+
   private:
     /// Steps of codes: PQ is steep at its top, and saturated colours are small differences of large
     /// numbers. The tables have an entry more.
@@ -51,21 +55,26 @@ class ColorConversion {
     static constexpr int kSteps = 4096;
 
     int codeLimit() const;
-    void makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
-                         const IccProfile* display);
+    void makeLight(const SourceColor& source, const IccProfile* sourceProfile);
+    void makeScreen(const SourceColor& source, const IccProfile* sourceProfile,
+                    const IccProfile* display);
     void makeHLGTables(const SourceColor& source);
     void makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
                      const IccProfile* display);
-    void lightBlock(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const;
+    void toLight(const kernels::Channels16& in, Scratch& scratch, std::size_t count) const;
+    void toScreen(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const;
     void showHLG(Scratch& scratch, std::size_t count) const;
 
     enum class Road { matrix, light, lattice };
     Road road_ = Road::matrix;
     bool isBT1886_ = false;
+    bool keepsBytes_ = false;
     kernels::Affine toCodes_{};
     bool isHLG_ = false;
 
-    /// One for each channel, or one for all of them.
+    /// The way to light: by arithmetic where that is exact, by tables elsewhere, one for each
+    /// channel or one for all of them.
+    std::optional<kernels::Curve> lightCurve_;
     std::vector<std::vector<float>> lightTables_;
     kernels::Affine mix_{};
     /// Empty for sRGB, whose curve is calculated.

@@ -71,17 +71,23 @@ class RasterConverter::Tables {
 
     void convert(const CVPixelBuffer& picture, std::uint8_t* target, std::size_t bytesPerRow) {
         const auto& conversion = conversionFor(picture);
-        raster::forEachBand(
-            picture.height(), std::max(1, kPixelsPerBand / picture.width()),
-            static_cast<int>(workers_.size()), [&](const raster::RowBand& band) {
-                auto& worker = workers_[static_cast<std::size_t>(band.worker)];
-                worker.rows.open(picture);
-                for (int row = band.first; row < band.end; ++row) {
-                    conversion.convertRow(
-                        worker.rows.read(row), static_cast<std::size_t>(picture.width()),
-                        target + bytesPerRow * static_cast<std::size_t>(row), worker.scratch);
+        const bool isCopied =
+            picture.pixelFormat() == kCVPixelFormatType_32BGRA && conversion.keepsBytes();
+        const auto width = static_cast<std::size_t>(picture.width());
+        const auto convertBand = [&](const raster::RowBand& band) {
+            auto& worker = workers_[static_cast<std::size_t>(band.worker)];
+            worker.rows.open(picture);
+            for (int row = band.first; row < band.end; ++row) {
+                auto* pixels = target + bytesPerRow * static_cast<std::size_t>(row);
+                if (isCopied) {
+                    raster::kernels::copyOpaque(worker.rows.bytesOf(row), pixels, width);
+                } else {
+                    conversion.convertRow(worker.rows.read(row), width, pixels, worker.scratch);
                 }
-            });
+            }
+        };
+        raster::forEachBand(picture.height(), std::max(1, kPixelsPerBand / picture.width()),
+                            static_cast<int>(workers_.size()), convertBand);
     }
 
   private:

@@ -481,6 +481,27 @@ TEST(RasterConverter, whatCannotBeDrawnIsRefused) {
                  RasterConversionError);
 }
 
+TEST(RasterConverter, aPictureSharedOutIsThatOfOneThread) {
+    std::mt19937 random(5);
+    for (const auto& coding : {kY420, kX420, k2vuy}) {
+        Picture picture(coding, 1001, 301);
+        picture.fill([&](int) { return static_cast<int>(random() % (1U << coding.bits)); });
+        for (const auto transfer : {kCVImageBufferTransferFunction_ITU_R_709_2,
+                                    kCVImageBufferTransferFunction_ITU_R_2100_HLG}) {
+            setColor(picture.buffer(), kCVImageBufferColorPrimaries_P3_D65, transfer, k709Name);
+            std::vector<std::uint8_t> alone(1001 * 4 * 301);
+            auto together = alone;
+            RasterConverter({}, 1).convert(picture.buffer(), alone, 1001 * 4);
+            RasterConverter shared({}, 4);
+            for (int i = 0; i < 5; ++i) {
+                std::fill(together.begin(), together.end(), std::uint8_t{0});
+                shared.convert(picture.buffer(), together, 1001 * 4);
+                EXPECT_EQ(together, alone);
+            }
+        }
+    }
+}
+
 TEST(RasterConverter, aChangeOfColorInTheMiddleOfAFilmIsFollowed) {
     Picture picture(kY420, 4, 2);
     const int sample[] = {120, 90, 200};
