@@ -17,6 +17,7 @@
 #include <lcms2.h>
 
 #include "platform/video_raster/raster_converter.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane {
 namespace {
@@ -95,14 +96,7 @@ void fill(const CVPixelBuffer& picture) {
 }
 
 CVPixelBufferRef makePicture(const Kind& kind) {
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = kind.format;
-    attributes.width = kWidth;
-    attributes.height = kHeight;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef picture;
-    CVPixelBufferPool::create(attributes, pool);
-    pool->createPixelBuffer(picture);
+    auto picture = test::makePixelBuffer(kind.format, kWidth, kHeight);
     fill(*picture);
     const auto attach = [&](std::string_view key, std::string_view value) {
         if (!value.empty()) {
