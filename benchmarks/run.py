@@ -14,6 +14,8 @@ import subprocess
 import sys
 import time
 
+import seeking
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "benchmark"
 INSPECT = ROOT / "build" / "release" / "tools" / "zelvane-inspect"
@@ -34,6 +36,10 @@ CLIPS = {
         size="1920x1080", seconds=20,
         codec="-pix_fmt yuv420p -c:v libvpx-vp9 -deadline realtime -cpu-used 8 -row-mt 1 -b:v 6M"
               " -g 90 -c:a libopus -b:a 128k"),
+    "hevc10-2160p.mkv": dict(
+        size="3840x2160", seconds=12,
+        codec="-pix_fmt yuv420p10le -c:v libx265 -preset ultrafast -b:v 16M -g 90"
+              " -x265-params log-level=error -c:a libopus -b:a 128k"),
     "h264-720p.mp4": dict(
         size="1280x720", seconds=62,
         codec="-pix_fmt yuv420p -c:v libx264 -preset veryfast -b:v 5M -g 60 -c:a aac -b:a 160k"),
@@ -63,6 +69,17 @@ def made(name, inputs, codec):
 def clip(name):
     recipe = CLIPS[name]
     return made(name, [PICTURE.format(**recipe), TONE.format(**recipe)], recipe["codec"])
+
+
+def transport_stream():
+    """The first clip once more, in a container without an index."""
+    path = WORK / "h264-1080p.ts"
+    if not path.exists():
+        unfinished = WORK / "unfinished-h264-1080p.ts"
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-i",
+                        str(clip("h264-1080p.mp4")), "-c", "copy", str(unfinished)], check=True)
+        unfinished.rename(path)
+    return path
 
 
 def timed(command):
@@ -226,7 +243,31 @@ def bench_sound(count):
         subprocess.run([meter, tone, rate, "6", "tone"], check=True)
 
 
-SECTIONS = dict(decode=bench_decode, play=bench_play, memory=bench_memory, open=bench_open,
+def duration_of(path):
+    return float(subprocess.run(
+        ["ffprobe", "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", str(path)],
+        check=True, capture_output=True, text=True).stdout)
+
+
+def bench_color(_):
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
+                    "color-conversion"], check=True, stdout=subprocess.DEVNULL)
+    print("\nA picture of 1920x1080 to the screen's numbers\n", flush=True)
+    subprocess.run([str(ROOT / "build" / "release" / "benchmarks" / "color-conversion")],
+                   check=True)
+
+
+def bench_seek(_):
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
+                    "seek-bench"], check=True, stdout=subprocess.DEVNULL)
+    program = str(ROOT / "build" / "release" / "benchmarks" / "seek-bench")
+    for path in (clip("h264-1080p.mp4"), transport_stream(), clip("vp9-1080p.webm"),
+                 clip("hevc10-2160p.mkv")):
+        results = seeking.measure(path, duration_of(path), program, WORK, threads())
+        print(seeking.table(path.name, results), flush=True)
+
+
+SECTIONS = dict(color=bench_color, seek=bench_seek, decode=bench_decode, play=bench_play, memory=bench_memory, open=bench_open,
                 sound=bench_sound)
 
 
