@@ -125,8 +125,9 @@ def bench_decode(count):
     print(f"\nWhole-file decode, {threads()} decoder thread(s), {count} pairs\n")
     print("| Clip | ours s | ffmpeg s | wall ratio | ours CPU s | ffmpeg CPU s |")
     print("|---|---|---|---|---|---|")
-    for name in ("h264-1080p.mp4", "hevc10-1080p.mkv", "vp9-1080p.webm"):
-        path = str(clip(name))
+    for path in (clip("h264-1080p.mp4"), transport_stream(), clip("hevc10-1080p.mkv"),
+                 clip("hevc10-2160p.mkv"), clip("vp9-1080p.webm")):
+        name, path = path.name, str(path)
         results = pairs(
             count, [str(INSPECT), "decode", path],
             ["ffmpeg", "-nostdin", "-v", "error", "-threads", str(threads()), "-i", path,
@@ -215,8 +216,8 @@ def bench_open(count):
     print(f"\nOpening, {max(count, 9)} pairs\n")
     print("| Clip | ours s | ffprobe s | ratio |")
     print("|---|---|---|---|")
-    for name in CLIPS:
-        path = str(clip(name))
+    for path in [*map(clip, CLIPS), transport_stream()]:
+        name, path = path.name, str(path)
         results = pairs(max(count, 9), [str(INSPECT), "load", path],
                         ["ffprobe", "-v", "error", "-show_streams", "-of", "json", path])
         print(f"| {name} | {median(results, 0, 'wall'):.3f} | {median(results, 1, 'wall'):.3f} |"
@@ -267,8 +268,8 @@ def bench_seek(_):
         print(seeking.table(path.name, results), flush=True)
 
 
-SECTIONS = dict(color=bench_color, seek=bench_seek, decode=bench_decode, play=bench_play, memory=bench_memory, open=bench_open,
-                sound=bench_sound)
+SECTIONS = dict(color=bench_color, decode=bench_decode, memory=bench_memory, open=bench_open,
+                play=bench_play, seek=bench_seek, sound=bench_sound)
 
 
 def main():

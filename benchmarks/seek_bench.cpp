@@ -33,12 +33,15 @@ double millisecondsSince(Clock::time_point begin) {
     return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
-/// Draws nowhere, counts the frames that it was given and tells the main queue of each.
+/// Draws nowhere, counts the different frames that it was given and tells the main queue of each.
 class FrameCounter final : public VideoPresenter {
   public:
     void prepare(const PresentedFrame& /*frame*/) override {}
-    void present(const PresentedFrame& /*frame*/, ShownHandler shown) override {
-        ++count_;
+    void present(const PresentedFrame& frame, ShownHandler shown) override {
+        if (frame.pixelBuffer != last_) {
+            last_ = frame.pixelBuffer;
+            ++count_;
+        }
         shown(HostClock::system()->now());
         dispatch::mainQueue()->async([] {});
     }
@@ -48,6 +51,8 @@ class FrameCounter final : public VideoPresenter {
     int count() const { return count_; }
 
   private:
+    /// Kept, so that no other frame comes to lie where it lay.
+    CVPixelBufferRef last_;
     std::atomic<int> count_{0};
 };
 
