@@ -7,7 +7,8 @@
 //   open FILE           a paused player at the start        {"ms"}
 //   seek SECONDS        exactly there                       {"ms", "completedMs"}
 //   back                one frame back                      {"ms", "completedMs"}
-//   drag MS SECONDS...  a target each so many ms            {"shown", "seconds"}
+//   drag MS SECONDS...  a target each so many ms            {"shown", "seconds"}: how many of the
+//                                                           targets brought another picture
 //   usage                                                   {"cpuSeconds", "peakMemory"}
 
 #include <atomic>
@@ -93,16 +94,18 @@ class Session {
 
     Json drag(std::chrono::milliseconds interval, const std::vector<double>& targets) {
         onQueue([&] { player_->beginInteractiveSeeking(); });
-        const int before = frames_->count();
         const auto begin = Clock::now();
         auto next = begin;
+        int shown = 0;
         for (const double target : targets) {
+            // What was read ahead may be shown before the same picture comes from the seek.
+            const int before = frames_->count();
             onQueue([&] { player_->seekTo(CMTime::fromSeconds(target, 90000)); });
             next += interval;
             loop_.runUntil([] { return false; }, next);
+            shown += frames_->count() > before ? 1 : 0;
         }
-        const Json result{{"shown", frames_->count() - before},
-                          {"seconds", millisecondsSince(begin) / 1000}};
+        const Json result{{"shown", shown}, {"seconds", millisecondsSince(begin) / 1000}};
         onQueue([&] { player_->endInteractiveSeeking(); });
         seek(targets.back());
         return result;
