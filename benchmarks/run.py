@@ -14,6 +14,8 @@ import subprocess
 import sys
 import time
 
+import seeking
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build" / "benchmark"
 INSPECT = ROOT / "build" / "release" / "tools" / "zelvane-inspect"
@@ -34,6 +36,10 @@ CLIPS = {
         size="1920x1080", seconds=20,
         codec="-pix_fmt yuv420p -c:v libvpx-vp9 -deadline realtime -cpu-used 8 -row-mt 1 -b:v 6M"
               " -g 90 -c:a libopus -b:a 128k"),
+    "hevc10-2160p.mkv": dict(
+        size="3840x2160", seconds=12,
+        codec="-pix_fmt yuv420p10le -c:v libx265 -preset ultrafast -b:v 16M -g 90"
+              " -x265-params log-level=error -c:a libopus -b:a 128k"),
     "h264-720p.mp4": dict(
         size="1280x720", seconds=62,
         codec="-pix_fmt yuv420p -c:v libx264 -preset veryfast -b:v 5M -g 60 -c:a aac -b:a 160k"),
@@ -63,6 +69,17 @@ def made(name, inputs, codec):
 def clip(name):
     recipe = CLIPS[name]
     return made(name, [PICTURE.format(**recipe), TONE.format(**recipe)], recipe["codec"])
+
+
+def transport_stream():
+    """The first clip once more, in a container without an index."""
+    path = WORK / "h264-1080p.ts"
+    if not path.exists():
+        unfinished = WORK / "unfinished-h264-1080p.ts"
+        subprocess.run(["ffmpeg", "-nostdin", "-v", "error", "-y", "-i",
+                        str(clip("h264-1080p.mp4")), "-c", "copy", str(unfinished)], check=True)
+        unfinished.rename(path)
+    return path
 
 
 def timed(command):
@@ -108,8 +125,9 @@ def bench_decode(count):
     print(f"\nWhole-file decode, {threads()} decoder thread(s), {count} pairs\n")
     print("| Clip | ours s | ffmpeg s | wall ratio | ours CPU s | ffmpeg CPU s |")
     print("|---|---|---|---|---|---|")
-    for name in ("h264-1080p.mp4", "hevc10-1080p.mkv", "vp9-1080p.webm"):
-        path = str(clip(name))
+    for path in (clip("h264-1080p.mp4"), transport_stream(), clip("hevc10-1080p.mkv"),
+                 clip("hevc10-2160p.mkv"), clip("vp9-1080p.webm")):
+        name, path = path.name, str(path)
         results = pairs(
             count, [str(INSPECT), "decode", path],
             ["ffmpeg", "-nostdin", "-v", "error", "-threads", str(threads()), "-i", path,
@@ -198,8 +216,8 @@ def bench_open(count):
     print(f"\nOpening, {max(count, 9)} pairs\n")
     print("| Clip | ours s | ffprobe s | ratio |")
     print("|---|---|---|---|")
-    for name in CLIPS:
-        path = str(clip(name))
+    for path in [*map(clip, CLIPS), transport_stream()]:
+        name, path = path.name, str(path)
         results = pairs(max(count, 9), [str(INSPECT), "load", path],
                         ["ffprobe", "-v", "error", "-show_streams", "-of", "json", path])
         print(f"| {name} | {median(results, 0, 'wall'):.3f} | {median(results, 1, 'wall'):.3f} |"
@@ -226,8 +244,32 @@ def bench_sound(count):
         subprocess.run([meter, tone, rate, "6", "tone"], check=True)
 
 
-SECTIONS = dict(decode=bench_decode, play=bench_play, memory=bench_memory, open=bench_open,
-                sound=bench_sound)
+def duration_of(path):
+    return float(subprocess.run(
+        ["ffprobe", "-v", "error", "-show_entries", "format=duration", "-of", "csv=p=0", str(path)],
+        check=True, capture_output=True, text=True).stdout)
+
+
+def bench_color(_):
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
+                    "color-conversion"], check=True, stdout=subprocess.DEVNULL)
+    print("\nA picture of 1920x1080 to the screen's numbers\n", flush=True)
+    subprocess.run([str(ROOT / "build" / "release" / "benchmarks" / "color-conversion")],
+                   check=True)
+
+
+def bench_seek(_):
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
+                    "seek-bench"], check=True, stdout=subprocess.DEVNULL)
+    program = str(ROOT / "build" / "release" / "benchmarks" / "seek-bench")
+    for path in (clip("h264-1080p.mp4"), transport_stream(), clip("vp9-1080p.webm"),
+                 clip("hevc10-2160p.mkv")):
+        results = seeking.measure(path, duration_of(path), program, WORK, threads())
+        print(seeking.table(path.name, results), flush=True)
+
+
+SECTIONS = dict(color=bench_color, decode=bench_decode, memory=bench_memory, open=bench_open,
+                play=bench_play, seek=bench_seek, sound=bench_sound)
 
 
 def main():

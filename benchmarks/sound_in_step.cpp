@@ -20,6 +20,7 @@
 #include "player_assembly/player_assembly.h"
 #include "tests/platform/pulse_audio/monitor_recorder.h"
 #include "tests/platform/pulse_audio/private_sound_server.h"
+#include "tests/support/anchor_log.h"
 
 namespace zelvane {
 namespace {
@@ -29,31 +30,6 @@ using Clock = std::chrono::steady_clock;
 double milliseconds(HostDuration duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
-
-/// Keeps every line that the clock moved on.
-class AnchorLog final : public SynchronizedRenderer {
-  public:
-    void timelineDidChange(const TimelineAnchor& anchor, Change /*change*/) override {
-        const std::lock_guard lock(mutex_);
-        anchors_.push_back(anchor);
-    }
-
-    std::optional<HostTime> dueTime(const CMTime& time) const {
-        const std::lock_guard lock(mutex_);
-        for (std::size_t i = 0; i < anchors_.size(); ++i) {
-            const HostTime due = anchors_[i].hostTimeOf(time);
-            const bool isLast = i + 1 == anchors_.size();
-            if (due != HostTime::max() && (isLast || due < anchors_[i + 1].hostTime)) {
-                return due;
-            }
-        }
-        return std::nullopt;
-    }
-
-  private:
-    mutable std::mutex mutex_;
-    std::vector<TimelineAnchor> anchors_;
-};
 
 /// Passes frames on to the window and notes when a bright one after a dark one was shown.
 class FlashLog final : public VideoPresenter {
@@ -215,7 +191,7 @@ class Session {
     std::unique_ptr<inspect::MainLoop> loop_ = inspect::MainLoop::make(true);
     std::shared_ptr<MediaSource> source_;
     std::optional<test::MonitorRecorder> recorder_;
-    std::shared_ptr<AnchorLog> anchors_ = std::make_shared<AnchorLog>();
+    std::shared_ptr<test::AnchorLog> anchors_ = std::make_shared<test::AnchorLog>();
     PlayerParts parts_;
     std::shared_ptr<FlashLog> flashes_;
     std::shared_ptr<MediaPlayer> player_;

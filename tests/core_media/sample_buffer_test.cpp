@@ -10,6 +10,7 @@
 
 #include "core_media/cm_block_buffer.h"
 #include "core_media/cm_sample_buffer.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane {
 namespace {
@@ -114,14 +115,7 @@ TEST(SampleBuffer, lastsAsLongAsItsSamples) {
 }
 
 TEST(SampleBuffer, aPictureLastsAsLongAsItSays) {
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = kCVPixelFormatType_32BGRA;
-    attributes.width = 6;
-    attributes.height = 4;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    ASSERT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
-    CVPixelBufferRef picture;
-    ASSERT_EQ(pool->createPixelBuffer(picture), kCVReturnSuccess);
+    const auto picture = test::makePixelBuffer(kCVPixelFormatType_32BGRA, 6, 4);
     CMFormatDescriptionRef description;
     ASSERT_EQ(CMFormatDescription::createForImageBuffer(*picture, description), kNoErr);
     ASSERT_NE(description->video(), nullptr);

@@ -8,6 +8,7 @@
 #include "core_media/color_attachments.h"
 #include "core_media/hdr_color_spaces.h"
 #include "core_media/hdr_metadata.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane::test {
 namespace {
@@ -26,18 +27,6 @@ std::string coded(const CVAttachments& attachments) {
         text += (text.empty() ? "" : " ") + value.substr(value.find('_') + 1);
     }
     return text;
-}
-
-CVPixelBufferRef makePixelBuffer(OSType pixelFormat, int width, int height) {
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = pixelFormat;
-    attributes.width = width;
-    attributes.height = height;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef pixelBuffer;
-    EXPECT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
-    EXPECT_EQ(pool->createPixelBuffer(pixelBuffer), kCVReturnSuccess);
-    return pixelBuffer;
 }
 
 ffmpeg::Frame makeFrame(const CodedColors& colors) {

@@ -7,21 +7,10 @@
 
 #include "core_media/ffmpeg_pixel_buffer.h"
 #include "core_media/pixel_transfer.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane::test {
 namespace {
-
-CVPixelBufferRef makePixelBuffer(OSType pixelFormat, int width, int height) {
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = pixelFormat;
-    attributes.width = width;
-    attributes.height = height;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef pixelBuffer;
-    EXPECT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
-    EXPECT_EQ(pool->createPixelBuffer(pixelBuffer), kCVReturnSuccess);
-    return pixelBuffer;
-}
 
 std::uint8_t& at(const CVPixelBuffer& picture, int plane, int x, int y) {
     const auto& memory = picture.plane(plane);

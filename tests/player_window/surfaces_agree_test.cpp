@@ -6,6 +6,7 @@
 
 #include "player_window/picture_view.h"
 #include "tests/player_window/window_test_support.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane {
 namespace {
@@ -49,20 +50,14 @@ void fillWithRamps(const CVPixelBuffer& picture) {
 }
 
 CVPixelBufferRef ramps(const ColorCase& color) {
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = color.format;
-    attributes.width = kWidth;
-    attributes.height = kHeight;
+    CVAttachments attachments;
     const auto propagate = [&](std::string_view key, std::string_view value) {
-        attributes.propagatedAttachments.emplace(key, std::string(value));
+        attachments.emplace(key, std::string(value));
     };
     propagate(kCVImageBufferYCbCrMatrixKey, color.matrix);
     propagate(kCVImageBufferColorPrimariesKey, color.primaries);
     propagate(kCVImageBufferTransferFunctionKey, color.transfer);
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef picture;
-    EXPECT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
-    EXPECT_EQ(pool->createPixelBuffer(picture), kCVReturnSuccess);
+    auto picture = test::makePixelBuffer(color.format, kWidth, kHeight, std::move(attachments));
     fillWithRamps(*picture);
     return picture;
 }

@@ -6,6 +6,8 @@
 #include <functional>
 #include <type_traits>
 
+#include "platform/video_raster/smooth_curve.h"
+
 namespace zelvane::raster {
 namespace {
 
@@ -104,13 +106,16 @@ ColorConversion::ColorConversion(const SourceColor& source, const PictureRows::S
     } else {
         road_ = areShapers ? Road::light : Road::lattice;
     }
-    const auto matrix = scale.isYCbCr ? yCbCrToRGB(source.luma) : kIdentity;
-    toCodes_ = affineOf(matrix, scale, codeLimit());
     if (road_ == Road::light) {
-        makeLightTables(source, sourceProfile.get(), display.get());
+        makeLight(source, sourceProfile.get());
+        makeScreen(source, sourceProfile.get(), display.get());
     } else if (road_ == Road::lattice) {
         makeLattice(source, sourceProfile.get(), display.get());
     }
+    const auto matrix = scale.isYCbCr ? yCbCrToRGB(source.luma) : kIdentity;
+    toCodes_ = affineOf(matrix, scale, codeLimit());
+    keepsBytes_ = road_ == Road::matrix && !isBT1886_ && !scale.isYCbCr &&
+                  scale.scale == Vector3{1 / 255.0, 1 / 255.0, 1 / 255.0};
 }
 
 int ColorConversion::codeLimit() const {
@@ -118,29 +123,36 @@ int ColorConversion::codeLimit() const {
     case Road::matrix:
         return 255;
     case Road::light:
-        return kCodeSteps;
+        return lightCurve_ ? 1 : kCodeSteps;
     case Road::lattice:
         return ColorLattice::kCodeLimit;
     }
     return 0;
 }
 
-void ColorConversion::makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
-                                      const IccProfile* display) {
-    if (sourceProfile == nullptr) {
-        lightTables_.push_back(
-            tabulate<float>(kCodeSteps, [&](double code) { return channelToLight(source, code); }));
-    }
-    for (std::size_t i = 0; i < 3; ++i) {
-        if (sourceProfile != nullptr) {
+void ColorConversion::makeLight(const SourceColor& source, const IccProfile* sourceProfile) {
+    if (sourceProfile != nullptr) {
+        for (std::size_t i = 0; i < 3; ++i) {
             lightTables_.push_back(tabulate<float>(
                 kCodeSteps, [&](double code) { return sourceProfile->channelToLight(i, code); }));
         }
-        if (display != nullptr) {
-            encodeTables_[i] = tabulate<std::uint8_t>(
-                kSteps, [&](double root) { return display->channelFromLight(i, root * root); },
-                255);
-        }
+        return;
+    }
+    const auto light = [&](double code) { return channelToLight(source, code); };
+    lightCurve_ = smoothCurve(light);
+    if (!lightCurve_) {
+        lightTables_.push_back(tabulate<float>(kCodeSteps, light));
+    }
+    if (isHLG_) {
+        makeHLGTables(source);
+    }
+}
+
+void ColorConversion::makeScreen(const SourceColor& source, const IccProfile* sourceProfile,
+                                 const IccProfile* display) {
+    for (std::size_t i = 0; display != nullptr && i < 3; ++i) {
+        encodeTables_[i] = tabulate<std::uint8_t>(
+            kSteps, [&](double root) { return display->channelFromLight(i, root * root); }, 255);
     }
     const auto toScreen =
         inverse(display != nullptr ? display->matrixToXYZ() : rgbToXYZD50(kPrimariesBT709));
@@ -149,9 +161,6 @@ void ColorConversion::makeLightTables(const SourceColor& source, const IccProfil
         for (std::size_t column = 0; column < 3; ++column) {
             mix_.factor[row][column] = static_cast<float>(mix[row][column]);
         }
-    }
-    if (isHLG_) {
-        makeHLGTables(source);
     }
 }
 
@@ -177,40 +186,52 @@ void ColorConversion::makeLattice(const SourceColor& source, const IccProfile* s
 }
 
 void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
-                                 std::uint8_t* pixels) {
+                                 std::uint8_t* pixels, Scratch& scratch) const {
     if (road_ == Road::matrix) {
         const auto convert = isBT1886_ ? kernels::affineToPixelsOfBT1886 : kernels::affineToPixels;
         convert({{row.channels[0], row.channels[1], row.channels[2]}}, toCodes_, pixels, width);
         return;
     }
-    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
     for (std::size_t start = 0; start < width; start += kBlock) {
         const auto count = std::min(kBlock, width - start);
-        kernels::affineToCodes(
-            {{row.channels[0] + start, row.channels[1] + start, row.channels[2] + start}}, toCodes_,
-            codeLimit(), codes, count);
+        const kernels::Channels16 in{
+            {row.channels[0] + start, row.channels[1] + start, row.channels[2] + start}};
         if (road_ == Road::lattice) {
+            std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
+            kernels::affineToCodes(in, toCodes_, codeLimit(), codes, count);
             lattice_->convert(codes, pixels + 4 * start, count);
         } else {
-            lightBlock(count, pixels + 4 * start);
+            toLight(in, scratch, count);
+            toScreen(scratch, count, pixels + 4 * start);
         }
     }
 }
 
-void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
+void ColorConversion::toLight(const kernels::Channels16& in, Scratch& scratch,
+                              std::size_t count) const {
+    if (lightCurve_) {
+        float* const light[3] = {scratch.light[0], scratch.light[1], scratch.light[2]};
+        kernels::affineToLight(in, toCodes_, *lightCurve_, light, count);
+        return;
+    }
+    std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
+    kernels::affineToCodes(in, toCodes_, codeLimit(), codes, count);
     for (std::size_t i = 0; i < 3; ++i) {
         const auto& table = lightTables_[std::min(i, lightTables_.size() - 1)];
-        kernels::lookUp(codes_[i], table.data(), light_[i], count);
+        kernels::lookUp(scratch.codes[i], table.data(), scratch.light[i], count);
     }
     if (isHLG_) {
-        showHLG(count);
+        showHLG(scratch, count);
     }
-    const float* const light[3] = {light_[0], light_[1], light_[2]};
+}
+
+void ColorConversion::toScreen(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const {
+    const float* const light[3] = {scratch.light[0], scratch.light[1], scratch.light[2]};
     if (encodeTables_[0].empty()) {
         kernels::mixToSRGBPixels(light, mix_, pixels, count);
         return;
     }
-    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+    std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
     const std::uint8_t* const tables[3] = {encodeTables_[0].data(), encodeTables_[1].data(),
                                            encodeTables_[2].data()};
     kernels::mixToRootCodes(light, mix_, kSteps, codes, count);
@@ -218,12 +239,12 @@ void ColorConversion::lightBlock(std::size_t count, std::uint8_t* pixels) {
 }
 
 /// Scene light to tone-mapped screen light.
-void ColorConversion::showHLG(std::size_t count) {
-    const float* const light[3] = {light_[0], light_[1], light_[2]};
-    std::uint16_t* const codes[3] = {codes_[0], codes_[1], codes_[2]};
+void ColorConversion::showHLG(Scratch& scratch, std::size_t count) const {
+    const float* const light[3] = {scratch.light[0], scratch.light[1], scratch.light[2]};
+    std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
     kernels::gainToRootCodes(light, screenGamma_, kCodeSteps, codes, count);
     for (std::size_t i = 0; i < 3; ++i) {
-        kernels::lookUp(codes_[i], toneTable_.data(), light_[i], count);
+        kernels::lookUp(scratch.codes[i], toneTable_.data(), scratch.light[i], count);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/video_raster/color_lattice.h"
@@ -18,12 +19,21 @@ namespace zelvane::raster {
 /// Rows of one kind of picture to pixels of one screen. Three roads, the cheapest that is exact:
 ///
 ///   matrix:   R'G'B' of the picture is that of the screen
-///   light:    curve for each channel to light, matrix between primaries, curve for each channel
-///   back lattice:  a profile that is no matrix on either side: interpolation in a cube of colours
+///   light:    curve for each channel to light, matrix between primaries, and curves back
+///   lattice:  a profile that is no matrix on either side: interpolation in a cube of colours
 ///
-/// One thread: it keeps its scratch rows.
+/// Immutable: any threads, each with scratch of its own.
 class ColorConversion {
+    /// Pixels at a time, so that what one loop writes the next one finds in the nearest cache.
+    static constexpr std::size_t kBlock = 512;
+
   public:
+    /// Room for what one loop hands to the next.
+    struct Scratch {
+        std::uint16_t codes[3][kBlock];
+        float light[3][kBlock];
+    };
+
     ColorConversion(const ColorConversion&) = delete;
     ColorConversion& operator=(const ColorConversion&) = delete;
     /// `display` null is sRGB.
@@ -31,7 +41,11 @@ class ColorConversion {
                     const std::shared_ptr<const IccProfile>& display);
 
     /// Writes `width` pixels B, G, R, 255.
-    void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels);
+    void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels,
+                    Scratch& scratch) const;
+
+    /// Whether R, G and B of eight bits each are what the screen wants as they stand.
+    bool keepsBytes() const { return keepsBytes_; }
 
   private:
     /// Steps of codes: PQ is steep at its top, and saturated colours are small differences of large
@@ -39,25 +53,28 @@ class ColorConversion {
     static constexpr int kCodeSteps = 16384;
     /// Steps of roots of light.
     static constexpr int kSteps = 4096;
-    /// Pixels at a time, so that what one loop writes the next one finds in the nearest cache.
-    static constexpr std::size_t kBlock = 512;
 
     int codeLimit() const;
-    void makeLightTables(const SourceColor& source, const IccProfile* sourceProfile,
-                         const IccProfile* display);
+    void makeLight(const SourceColor& source, const IccProfile* sourceProfile);
+    void makeScreen(const SourceColor& source, const IccProfile* sourceProfile,
+                    const IccProfile* display);
     void makeHLGTables(const SourceColor& source);
     void makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
                      const IccProfile* display);
-    void lightBlock(std::size_t count, std::uint8_t* pixels);
-    void showHLG(std::size_t count);
+    void toLight(const kernels::Channels16& in, Scratch& scratch, std::size_t count) const;
+    void toScreen(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const;
+    void showHLG(Scratch& scratch, std::size_t count) const;
 
     enum class Road { matrix, light, lattice };
     Road road_ = Road::matrix;
     bool isBT1886_ = false;
+    bool keepsBytes_ = false;
     kernels::Affine toCodes_{};
     bool isHLG_ = false;
 
-    /// One for each channel, or one for all of them.
+    /// The way to light: by arithmetic where that is exact, by tables elsewhere, one for each
+    /// channel or one for all of them.
+    std::optional<kernels::Curve> lightCurve_;
     std::vector<std::vector<float>> lightTables_;
     kernels::Affine mix_{};
     /// Empty for sRGB, whose curve is calculated.
@@ -68,9 +85,6 @@ class ColorConversion {
     std::vector<float> toneTable_;
     kernels::LuminanceGain screenGamma_{};
     std::unique_ptr<ColorLattice> lattice_;
-
-    std::uint16_t codes_[3][kBlock]{};
-    float light_[3][kBlock]{};
 };
 
 } // namespace zelvane::raster

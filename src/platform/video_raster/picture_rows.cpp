@@ -54,30 +54,19 @@ void repeatLast(std::uint16_t* row, std::size_t count) {
     row[count] = row[count - 1];
 }
 
-struct Packed422Layout {
-    int luma;
-    int cb;
-    int cr;
-};
-
-void readPacked422(const std::uint8_t* in, const Packed422Layout& layout, std::size_t pairs,
-                   std::uint16_t* luma, std::uint16_t* cb, std::uint16_t* cr) {
-    for (std::size_t i = 0; i < pairs; ++i, in += 4) {
-        luma[2 * i] = in[layout.luma];
-        luma[2 * i + 1] = in[layout.luma + 2];
-        cb[i] = in[layout.cb];
-        cr[i] = in[layout.cr];
+void readRGB24(const std::uint8_t* in, std::size_t width, std::uint16_t* const out[3]) {
+    for (std::size_t i = 0; i < width; ++i, in += 3) {
+        out[0][i] = in[0];
+        out[1][i] = in[1];
+        out[2][i] = in[2];
     }
 }
 
-template <int step, int red, int green, int blue>
-void readRGB8(const std::uint8_t* in, std::size_t width, std::uint16_t* const out[3]) {
-    for (std::size_t i = 0; i < width; ++i, in += step) {
-        out[0][i] = in[red];
-        out[1][i] = in[green];
-        out[2][i] = in[blue];
-    }
-}
+/// Of R, G, B in a little-endian word.
+constexpr int kShiftsOfARGB[3] = {8, 16, 24};
+constexpr int kShiftsOfBGRA[3] = {16, 8, 0};
+constexpr kernels::PackedPair kChromaFirst{8, 0, 16};
+constexpr kernels::PackedPair kLumaFirst{0, 8, 24};
 
 template <bool isBigEndian>
 void read16Behind(const std::uint8_t* in, std::size_t width, std::uint16_t* const out[3]) {
@@ -131,6 +120,10 @@ void PictureRows::open(const CVPixelBuffer& picture) {
     if (scratch_.size() < stride_ * kRows) {
         scratch_.resize(stride_ * kRows);
     }
+}
+
+const std::uint8_t* PictureRows::bytesOf(int row) const {
+    return rowOf(*picture_, 0, row);
 }
 
 PictureRows::Row PictureRows::read(int row) {
@@ -190,11 +183,11 @@ void PictureRows::readPacked(int row) {
     std::uint16_t* const out[3] = {channel(0), channel(1), channel(2)};
     switch (picture_->pixelFormat()) {
     case kCVPixelFormatType_24RGB:
-        return readRGB8<3, 0, 1, 2>(in, width, out);
+        return readRGB24(in, width, out);
     case kCVPixelFormatType_32ARGB:
-        return readRGB8<4, 1, 2, 3>(in, width, out);
+        return kernels::splitPixels(in, kShiftsOfARGB, out, width);
     case kCVPixelFormatType_32BGRA:
-        return readRGB8<4, 2, 1, 0>(in, width, out);
+        return kernels::splitPixels(in, kShiftsOfBGRA, out, width);
     case kCVPixelFormatType_64ARGB:
         return read16Behind<true>(in, width, out);
     case kCVPixelFormatType_4444AYpCbCr16:
@@ -203,10 +196,9 @@ void PictureRows::readPacked(int row) {
         break;
     }
     const bool chromaFirst = picture_->pixelFormat() == kCVPixelFormatType_422YpCbCr8;
-    const Packed422Layout layout =
-        chromaFirst ? Packed422Layout{1, 0, 2} : Packed422Layout{0, 1, 3};
     const auto half = (width + 1) / 2;
-    readPacked422(in, layout, half, channel(0), channel(3), channel(4));
+    kernels::splitPairs(in, chromaFirst ? kChromaFirst : kLumaFirst, channel(0), channel(3),
+                        channel(4), half);
     for (std::size_t chroma = 1; chroma <= 2; ++chroma) {
         repeatLast(channel(2 + chroma), half);
         kernels::doubleWidth(channel(2 + chroma), channel(chroma), half);

@@ -33,6 +33,8 @@ class PictureRows {
     void open(const CVPixelBuffer& picture);
     /// Valid until the next call.
     Row read(int row);
+    /// The row of the first plane as it stands.
+    const std::uint8_t* bytesOf(int row) const;
 
   private:
     void readPlanar420(int row);

@@ -14,7 +14,7 @@
 
 // The loader picks the variant before a sanitizer's runtime is ready for it.
 #if defined(__x86_64__) && defined(__ELF__) && !defined(ZELVANE_SANITIZED)
-#define ZELVANE_VECTORISED __attribute__((target_clones("avx2", "default")))
+#define ZELVANE_VECTORISED __attribute__((target_clones("arch=x86-64-v3", "default")))
 #else
 #define ZELVANE_VECTORISED
 #endif
@@ -105,6 +105,32 @@ ZELVANE_INLINED void mixToCodes(const std::uint16_t* __restrict first,
     }
 }
 
+ZELVANE_INLINED float lightOnCurve(const Curve& curve, float code) {
+    float light = curve.factors[Curve::kFactors - 1];
+    for (std::size_t power = Curve::kFactors - 1; power-- > 0;) {
+        light = light * code + curve.factors[power];
+    }
+    const float toe = code * curve.toeSlope;
+    return code < curve.toe ? toe : light;
+}
+
+ZELVANE_INLINED void mixToLight(const std::uint16_t* __restrict first,
+                                const std::uint16_t* __restrict second,
+                                const std::uint16_t* __restrict third, const Affine& affine,
+                                const Curve& curve, float* __restrict red, float* __restrict green,
+                                float* __restrict blue, std::size_t count) {
+    const Affine by = affine;
+    const Curve along = curve;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto a = static_cast<float>(first[i]);
+        const auto b = static_cast<float>(second[i]);
+        const auto c = static_cast<float>(third[i]);
+        red[i] = lightOnCurve(along, cut(apply(by.factor[0], by.offset[0], a, b, c), 1.0F));
+        green[i] = lightOnCurve(along, cut(apply(by.factor[1], by.offset[1], a, b, c), 1.0F));
+        blue[i] = lightOnCurve(along, cut(apply(by.factor[2], by.offset[2], a, b, c), 1.0F));
+    }
+}
+
 /// The curve of IEC 61966-2-1 on the scale 0…255, as a polynomial in the fourth root of light above
 /// its straight part: within 0.013, where a table would cost a trip to memory for each pixel.
 inline std::int32_t sRGBCode(const float factors[3], float a, float b, float c) {
@@ -151,7 +177,53 @@ ZELVANE_INLINED void scaleToRootCodes(const float* __restrict first, const float
     }
 }
 
+ZELVANE_INLINED std::uint32_t wordAt(const std::uint8_t* bytes, std::size_t index) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, bytes + 4 * index, sizeof word);
+    return word;
+}
+
+ZELVANE_INLINED void splitChannel(const std::uint8_t* pixels, int shift,
+                                  std::uint16_t* __restrict out, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        out[i] = static_cast<std::uint16_t>(wordAt(pixels, i) >> shift & 0xffU);
+    }
+}
+
+ZELVANE_INLINED void splitLuma(const std::uint8_t* pairs, int shift, std::uint16_t* __restrict luma,
+                               std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t both = wordAt(pairs, i) >> shift & 0x00ff00ffU;
+        std::memcpy(luma + 2 * i, &both, sizeof both);
+    }
+}
+
 } // namespace
+
+ZELVANE_VECTORISED
+void splitPixels(const std::uint8_t* pixels, const int shifts[3], std::uint16_t* const out[3],
+                 std::size_t count) {
+    for (std::size_t i = 0; i < 3; ++i) {
+        splitChannel(pixels, shifts[i], out[i], count);
+    }
+}
+
+ZELVANE_VECTORISED
+void splitPairs(const std::uint8_t* pairs, const PackedPair& layout, std::uint16_t* luma,
+                std::uint16_t* cb, std::uint16_t* cr, std::size_t count) {
+    splitLuma(pairs, layout.lumaShift, luma, count);
+    splitChannel(pairs, layout.cbShift, cb, count);
+    splitChannel(pairs, layout.crShift, cr, count);
+}
+
+ZELVANE_VECTORISED
+void copyOpaque(const std::uint8_t* __restrict in, std::uint8_t* __restrict out,
+                std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::uint32_t pixel = wordAt(in, i) | 0xff000000U;
+        std::memcpy(out + 4 * i, &pixel, sizeof pixel);
+    }
+}
 
 ZELVANE_VECTORISED
 void widen(const std::uint8_t* __restrict in, std::uint16_t* __restrict out, std::size_t count) {
@@ -218,6 +290,17 @@ ZELVANE_VECTORISED
 void affineToCodes(const Channels16& in, const Affine& affine, float limit,
                    std::uint16_t* const out[3], std::size_t count) {
     mixToCodes(in.channels[0], in.channels[1], in.channels[2], affine, limit, out[0], out[1],
+               out[2], count);
+}
+
+float lightOf(const Curve& curve, float code) {
+    return lightOnCurve(curve, code);
+}
+
+ZELVANE_VECTORISED
+void affineToLight(const Channels16& in, const Affine& affine, const Curve& curve,
+                   float* const out[3], std::size_t count) {
+    mixToLight(in.channels[0], in.channels[1], in.channels[2], affine, curve, out[0], out[1],
                out[2], count);
 }
 

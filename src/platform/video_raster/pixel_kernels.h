@@ -23,6 +23,22 @@ void deinterleave(const std::uint16_t* pairs, std::uint16_t* first, std::uint16_
 /// out[2i] = 2 × in[i], out[2i + 1] = in[i] + in[i + 1], for 2 × count outputs; reads count + 1.
 void doubleWidth(const std::uint16_t* in, std::uint16_t* out, std::size_t count);
 
+/// Pixels of 32 bits to one channel each; `shifts` tell where in the little-endian word they lie.
+void splitPixels(const std::uint8_t* pixels, const int shifts[3], std::uint16_t* const out[3],
+                 std::size_t count);
+/// Pairs of pixels in 32 bits, which share their chroma, to two samples of luma and one of each
+/// chroma.
+struct PackedPair {
+    /// Of the first luma; the second lies 16 bits above.
+    int lumaShift;
+    int cbShift;
+    int crShift;
+};
+void splitPairs(const std::uint8_t* pairs, const PackedPair& layout, std::uint16_t* luma,
+                std::uint16_t* cb, std::uint16_t* cr, std::size_t count);
+/// The pixels with their fourth byte made 255.
+void copyOpaque(const std::uint8_t* in, std::uint8_t* out, std::size_t count);
+
 /// Three channels in, three out: out_i = sum(factor[i][j] × in_j) + offset[i].
 struct Affine {
     float factor[3][3];
@@ -33,6 +49,16 @@ struct Channels16 {
     const std::uint16_t* channels[3];
 };
 
+/// Code to light, both 0…1: a line through 0 below `toe`, a polynomial above it.
+struct Curve {
+    static constexpr std::size_t kFactors = 8;
+    float toe;
+    float toeSlope;
+    /// Of the powers from 0 upward.
+    float factors[kFactors];
+};
+float lightOf(const Curve& curve, float code);
+
 /// To B, G, R, 255, of results on the scale 0…255.
 void affineToPixels(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
                     std::size_t count);
@@ -42,6 +68,9 @@ void affineToPixelsOfBT1886(const Channels16& in, const Affine& affine, std::uin
 /// To whole numbers 0…limit.
 void affineToCodes(const Channels16& in, const Affine& affine, float limit,
                    std::uint16_t* const out[3], std::size_t count);
+/// To codes of 0…1, and those to light by a curve.
+void affineToLight(const Channels16& in, const Affine& affine, const Curve& curve,
+                   float* const out[3], std::size_t count);
 /// out = table[code].
 void lookUp(const std::uint16_t* codes, const float* table, float* out, std::size_t count);
 /// Mixes three channels of light by the factors of `mix`, cuts them to 0…1, and gives the square

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/video_raster/raster_converter.h"
 
+#include <algorithm>
 #include <optional>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
 #include "core_media/ffmpeg_handles.h"
 #include "platform/video_raster/color_conversion.h"
+#include "platform/video_raster/row_bands.h"
 
 namespace zelvane {
 namespace {
@@ -45,18 +49,56 @@ void check(const CVPixelBuffer& picture, std::size_t targetSize, std::size_t byt
     }
 }
 
+/// More would wait for memory, not for each other.
+constexpr int kMostWorkers = 4;
+/// Some tenths of a millisecond of work, against some hundredths to wake a helper.
+constexpr int kPixelsPerBand = 1 << 16;
+
+int workerCount(int processors) {
+    const int all = static_cast<int>(std::thread::hardware_concurrency());
+    return std::clamp(processors > 0 ? processors : all, 1, kMostWorkers);
+}
+
 } // namespace
 
 class RasterConverter::Tables {
   public:
-    explicit Tables(DisplayColor display)
-        : display_(std::move(display)), displayProfile_(IccProfile::read(display_.iccProfile)) {}
+    Tables(DisplayColor display, int processors)
+        : display_(std::move(display)), displayProfile_(IccProfile::read(display_.iccProfile)),
+          workers_(static_cast<std::size_t>(workerCount(processors))) {}
 
     const DisplayColor& display() const { return display_; }
-    PictureRows& rows() { return rows_; }
+
+    void convert(const CVPixelBuffer& picture, std::uint8_t* target, std::size_t bytesPerRow) {
+        const auto& conversion = conversionFor(picture);
+        const bool isCopied =
+            picture.pixelFormat() == kCVPixelFormatType_32BGRA && conversion.keepsBytes();
+        const auto width = static_cast<std::size_t>(picture.width());
+        const auto convertBand = [&](const raster::RowBand& band) {
+            auto& worker = workers_[static_cast<std::size_t>(band.worker)];
+            worker.rows.open(picture);
+            for (int row = band.first; row < band.end; ++row) {
+                auto* pixels = target + bytesPerRow * static_cast<std::size_t>(row);
+                if (isCopied) {
+                    raster::kernels::copyOpaque(worker.rows.bytesOf(row), pixels, width);
+                } else {
+                    conversion.convertRow(worker.rows.read(row), width, pixels, worker.scratch);
+                }
+            }
+        };
+        raster::forEachBand(picture.height(), std::max(1, kPixelsPerBand / picture.width()),
+                            static_cast<int>(workers_.size()), convertBand);
+    }
+
+  private:
+    /// What one thread needs for itself.
+    struct Worker {
+        PictureRows rows;
+        ColorConversion::Scratch scratch;
+    };
 
     /// That for the last picture's kind is kept: a film's pictures are of one kind.
-    ColorConversion& conversionFor(const CVPixelBuffer& picture) {
+    const ColorConversion& conversionFor(const CVPixelBuffer& picture) {
         auto source = raster::sourceColorOf(picture);
         if (!conversion_ || picture.pixelFormat() != pixelFormat_ || source != source_) {
             source_ = std::move(source);
@@ -66,17 +108,16 @@ class RasterConverter::Tables {
         return *conversion_;
     }
 
-  private:
     DisplayColor display_;
     std::shared_ptr<const IccProfile> displayProfile_;
-    PictureRows rows_;
+    std::vector<Worker> workers_;
     raster::SourceColor source_;
     OSType pixelFormat_ = 0;
     std::optional<ColorConversion> conversion_;
 };
 
-RasterConverter::RasterConverter(DisplayColor display)
-    : tables_(std::make_unique<Tables>(std::move(display))) {}
+RasterConverter::RasterConverter(DisplayColor display, int processors)
+    : tables_(std::make_unique<Tables>(std::move(display), processors)) {}
 
 RasterConverter::~RasterConverter() = default;
 
@@ -91,13 +132,7 @@ void RasterConverter::convert(const CVPixelBuffer& picture, std::span<std::uint8
         return;
     }
     check(picture, target.size(), bytesPerRow);
-    auto& conversion = tables_->conversionFor(picture);
-    auto& rows = tables_->rows();
-    rows.open(picture);
-    for (int row = 0; row < picture.height(); ++row) {
-        conversion.convertRow(rows.read(row), static_cast<std::size_t>(picture.width()),
-                              target.data() + bytesPerRow * static_cast<std::size_t>(row));
-    }
+    tables_->convert(picture, target.data(), bytesPerRow);
 }
 
 } // namespace zelvane

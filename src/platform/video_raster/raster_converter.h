@@ -30,10 +30,13 @@ class RasterConversionError : public Error {
 /// into the numbers that a screen wants, on the processor and exactly: within 1.5 code values of
 /// the mathematics. Tables are made at the first picture of a kind and kept for the next one.
 ///
-/// One thread at a time; several converters may work side by side, each on rows of its own.
+/// One thread at a time; several converters may work side by side. Large pictures are shared out in
+/// bands of rows to threads of the shared pool.
 class RasterConverter {
   public:
-    explicit RasterConverter(DisplayColor display = {});
+    /// Uses `processors` of the machine's at most, and no more than a picture has work for; 0 means
+    /// all of them.
+    explicit RasterConverter(DisplayColor display = {}, int processors = 0);
     ~RasterConverter();
     RasterConverter(const RasterConverter&) = delete;
     RasterConverter& operator=(const RasterConverter&) = delete;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "core_media/ffmpeg_error.h"
@@ -36,18 +37,26 @@ class DemuxedStream {
 
     AVStream& stream() const { return *context_->streams[index_]; }
 
-    /// The rest of the stream's packets.
-    std::vector<PacketRef> packets() const {
-        std::vector<PacketRef> packets;
+    /// The next packet of the stream; null at the end.
+    PacketRef next() const {
         while (true) {
             ffmpeg::AVPacketHandle packet(checkedFFmpegAllocation(av_packet_alloc()));
             if (av_read_frame(context_.get(), packet.get()) < 0) {
-                return packets;
+                return nullptr;
             }
             if (packet->stream_index == index_) {
-                packets.push_back(std::make_shared<const Packet>(std::move(packet)));
+                return std::make_shared<const Packet>(std::move(packet));
             }
         }
+    }
+
+    /// The rest of the stream's packets.
+    std::vector<PacketRef> packets() const {
+        std::vector<PacketRef> packets;
+        while (auto packet = next()) {
+            packets.push_back(std::move(packet));
+        }
+        return packets;
     }
 
   private:

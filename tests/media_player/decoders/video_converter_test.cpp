@@ -4,9 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "core_media/ffmpeg_error.h"
-#include "tests/media_player/decoders/video_clip.h"
+#include "tests/media_player/decoders/video_decoding.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane::test {
 namespace {
@@ -138,14 +139,8 @@ TEST_P(Packed422, holdsEverySampleUnchangedUpToTheLastColumn) {
     ASSERT_TRUE(converter.isConversionNeeded());
     ASSERT_EQ(converter.destinationPixelFormat(),
               isFullRange ? kCVPixelFormatType_422YpCbCr8FullRange : kCVPixelFormatType_422YpCbCr8);
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = converter.destinationPixelFormat();
-    attributes.width = width;
-    attributes.height = height;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef pixelBuffer;
-    ASSERT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
-    ASSERT_EQ(pool->createPixelBuffer(pixelBuffer), kCVReturnSuccess);
+    const auto pixelBuffer =
+        test::makePixelBuffer(converter.destinationPixelFormat(), width, height);
     converter.convert(*frame, *pixelBuffer);
 
     const int luma = isFullRange ? 0 : 1;

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "core_media/ffmpeg_error.h"
-#include "tests/media_player/decoders/video_clip.h"
+#include "tests/media_player/decoders/video_decoding.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
 
@@ -129,15 +129,15 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(VideoDecoder, passesOnTheDecodersOwnMemoryWhereTheDisplayTakesIt) {
     const auto clip = madeMJPEG("own_memory", "64x48", "yuvj420p");
     NoHardware hardware;
-    VideoClip file(clip);
+    const DemuxedStream file(clip, AVMEDIA_TYPE_VIDEO);
     FFmpegVideoDecoder decoder(file.stream(), hardware);
-    ASSERT_TRUE(decoder.startDecoding(*file.read()));
+    ASSERT_TRUE(decoder.startDecoding(*file.next()));
     const auto sampleBuffer = decoder.dequeueSampleBuffer();
     ASSERT_NE(sampleBuffer, nullptr);
     // A pool's rows are as long as they must be; a decoder's are longer.
     EXPECT_GT(sampleBuffer->imageBuffer()->plane(1).bytesPerRow, 32U);
     const auto first = visibleBytes(*sampleBuffer->imageBuffer());
-    while (const auto packet = file.read()) {
+    while (const auto packet = file.next()) {
         EXPECT_TRUE(feeds(decoder, packet));
     }
     EXPECT_EQ(visibleBytes(*sampleBuffer->imageBuffer()), first) << "the decoder wrote over it";
@@ -152,7 +152,7 @@ TEST(VideoDecoder, refusesOtherStreamsAndAttachedPictures) {
         }
         return FFmpegError::Case::eof;
     };
-    VideoClip clip(madeMJPEG("refused", "64x48", "yuvj420p"));
+    const DemuxedStream clip(madeMJPEG("refused", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
     auto& stream = clip.stream();
     stream.disposition |= AV_DISPOSITION_ATTACHED_PIC;
     EXPECT_EQ(errorOf(stream), FFmpegError::Case::unsupportedMediaType);
@@ -165,14 +165,14 @@ TEST(VideoDecoder, refusesOtherStreamsAndAttachedPictures) {
 }
 
 TEST(VideoDecoder, continuesTimesFromTheLastDurationWhereAFrameHasNone) {
-    VideoClip clip(madeMJPEG("no_times", "64x48", "yuvj420p"));
+    const DemuxedStream clip(madeMJPEG("no_times", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
     NoHardware hardware;
     FFmpegVideoDecoder decoder(clip.stream(), hardware);
-    ASSERT_TRUE(decoder.startDecoding(*clip.read()));
+    ASSERT_TRUE(decoder.startDecoding(*clip.next()));
     ASSERT_EQ(decoder.dequeueSampleBuffer()->presentationTimeStamp(), kCMTimeZero);
 
     const auto withoutTime = [&] {
-        ffmpeg::AVPacketHandle packet(av_packet_clone(&clip.read()->avPacket()));
+        ffmpeg::AVPacketHandle packet(av_packet_clone(&clip.next()->avPacket()));
         packet->pts = packet->dts = AV_NOPTS_VALUE;
         return std::make_shared<const Packet>(std::move(packet));
     };
@@ -190,10 +190,10 @@ TEST(VideoDecoder, continuesTimesFromTheLastDurationWhereAFrameHasNone) {
 }
 
 TEST(VideoDecoder, followsSizeFormatAndRangeThatChangeInMidStream) {
-    VideoClip first(madeMJPEG("change_1", "64x48", "yuvj420p"));
+    const DemuxedStream first(madeMJPEG("change_1", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
     NoHardware hardware;
     FFmpegVideoDecoder decoder(first.stream(), hardware);
-    ASSERT_TRUE(decoder.startDecoding(*first.read()));
+    ASSERT_TRUE(decoder.startDecoding(*first.next()));
     const auto before = decoder.dequeueSampleBuffer();
     EXPECT_EQ(before->imageBuffer()->width(), 64);
 
@@ -212,9 +212,10 @@ TEST(VideoDecoder, followsSizeFormatAndRangeThatChangeInMidStream) {
                  "ITU_R_601_4"},
              Row{"1600x16", "yuv420p", "tv", kCVPixelFormatType_420YpCbCr8Planar, "ITU_R_709_2"},
          }) {
-        VideoClip next(
-            madeMJPEG("change_" + std::to_string(index++), row.size, row.codedFormat, row.range));
-        ASSERT_TRUE(decoder.startDecoding(*next.read()));
+        const DemuxedStream next(
+            madeMJPEG("change_" + std::to_string(index++), row.size, row.codedFormat, row.range),
+            AVMEDIA_TYPE_VIDEO);
+        ASSERT_TRUE(decoder.startDecoding(*next.next()));
         const auto picture = decoder.dequeueSampleBuffer()->imageBuffer();
         EXPECT_EQ(fmt::format("{}x{}", picture->width(), picture->height()), row.size);
         EXPECT_EQ(picture->pixelFormat(), row.expected);
@@ -223,10 +224,12 @@ TEST(VideoDecoder, followsSizeFormatAndRangeThatChangeInMidStream) {
 }
 
 TEST(VideoDecoder, givesBGRAInPlaceOfBiplanarEightBitPictures) {
-    VideoClip clip(madeClip("video_nv12.nut",
-                            {"-f", "lavfi", "-i", "color=c=0x4080c0:s=64x48:r=5:d=1", "-vf",
-                             "format=rgb24,scale=out_color_matrix=bt709:out_range=tv,format=nv12",
-                             "-c:v", "rawvideo"}));
+    const DemuxedStream clip(
+        madeClip("video_nv12.nut",
+                 {"-f", "lavfi", "-i", "color=c=0x4080c0:s=64x48:r=5:d=1", "-vf",
+                  "format=rgb24,scale=out_color_matrix=bt709:out_range=tv,format=nv12", "-c:v",
+                  "rawvideo"}),
+        AVMEDIA_TYPE_VIDEO);
     auto& parameters = *clip.stream().codecpar;
     parameters.color_space = AVCOL_SPC_BT709;
     parameters.color_primaries = AVCOL_PRI_BT709;
@@ -255,14 +258,14 @@ TEST(VideoDecoder, survivesCorruptPackets) {
     const LogCapture log;
     std::minstd_rand random(11);
     for (int round = 0; round < 4; ++round) {
-        VideoClip file(clip);
+        const DemuxedStream file(clip, AVMEDIA_TYPE_VIDEO);
         NoHardware hardware;
         FFmpegVideoDecoder decoder(file.stream(), hardware);
         int frames = 0;
         CoreMediaCompatibleDecodeSession session(decoder, [&](const CMSampleBufferRef& buffer) {
             frames += visibleBytes(*buffer->imageBuffer()).empty() ? 0 : 1;
         });
-        while (const auto packet = file.read()) {
+        while (const auto packet = file.next()) {
             ffmpeg::AVPacketHandle copy(av_packet_clone(&packet->avPacket()));
             ASSERT_GE(av_packet_make_writable(copy.get()), 0);
             for (int i = 0; i < 3 && random() % 2 == 0; ++i) {
@@ -279,7 +282,7 @@ TEST(VideoDecoder, survivesCorruptPackets) {
 }
 
 TEST(VideoDecoderHardware, isOneLogLineAndSoftwareWhereThereIsNone) {
-    VideoClip clip(madeMJPEG("no_hardware", "64x48", "yuvj420p"));
+    const DemuxedStream clip(madeMJPEG("no_hardware", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
     NoHardware hardware;
     const LogCapture log;
     FFmpegVideoDecoder decoder(clip.stream(), hardware);
@@ -295,7 +298,7 @@ TEST(VideoDecoderHardware, isOneLogLineAndSoftwareWhereThereIsNone) {
 }
 
 TEST(VideoDecoderHardware, isGivenUpForGoodAfterElevenFailuresInARow) {
-    VideoClip clip(madeMJPEG("eleven", "64x48", "yuvj420p"));
+    const DemuxedStream clip(madeMJPEG("eleven", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
     IdleHardware hardware(AV_HWDEVICE_TYPE_DRM);
     FFmpegVideoDecoder decoder(clip.stream(), hardware);
     const LogCapture log;
@@ -305,7 +308,7 @@ TEST(VideoDecoderHardware, isGivenUpForGoodAfterElevenFailuresInARow) {
         }
     };
     fail(10);
-    EXPECT_TRUE(feeds(decoder, clip.read()));
+    EXPECT_TRUE(feeds(decoder, clip.next()));
     EXPECT_EQ(decoder.failedHardwareDecodeCount(), 0);
     fail(10);
     EXPECT_TRUE(decoder.isUsingHardwareContext());
@@ -313,7 +316,7 @@ TEST(VideoDecoderHardware, isGivenUpForGoodAfterElevenFailuresInARow) {
     fail(1);
     EXPECT_FALSE(decoder.isUsingHardwareContext());
     EXPECT_EQ(log.count("Too many hardware decode errors; falling back to software decoder."), 1U);
-    EXPECT_TRUE(feeds(decoder, clip.read()));
+    EXPECT_TRUE(feeds(decoder, clip.next()));
     fail(12);
     EXPECT_FALSE(decoder.isUsingHardwareContext());
     EXPECT_EQ(log.count("Too many"), 1U);
@@ -324,7 +327,7 @@ TEST(VideoDecoderHardware, decodesInMemoryOnItsContextWhereTheDeviceCannot) {
         madeClip("video_idle_device.mkv", {"-f", "lavfi", "-i", "testsrc2=r=30:d=1:s=128x96",
                                            "-c:v", "libx264", "-preset", "ultrafast"});
     for (const auto type : {AV_HWDEVICE_TYPE_DRM, AV_HWDEVICE_TYPE_VAAPI}) {
-        VideoClip file(clip);
+        const DemuxedStream file(clip, AVMEDIA_TYPE_VIDEO);
         IdleHardware hardware(type);
         FFmpegVideoDecoder decoder(file.stream(), hardware);
         int frames = 0;
@@ -341,7 +344,7 @@ TEST(VideoDecoderHardware, decodesInMemoryOnItsContextWhereTheDeviceCannot) {
 }
 
 TEST(VideoFramePackaging, keepsAFrameOnItsDevice) {
-    VideoClip clip(madeMJPEG("on_device", "64x48", "yuvj420p"));
+    const DemuxedStream clip(madeMJPEG("on_device", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
     ffmpeg::CodecContext context(avcodec_alloc_context3(nullptr));
     ASSERT_GE(avcodec_parameters_to_context(context.get(), clip.stream().codecpar), 0);
     VideoFramePackager packager(*context, clip.stream());
@@ -390,7 +393,8 @@ TEST(HDRClips, carryProfileMasteringDisplayAndLightLevel) {
 
 TEST(HDRClips, aFramesOwnMetadataStandOverTheStreamsUntilTheNext) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
-    VideoClip clip(media / "hdr" / "androidx_sample_with_colr_mdcv_and_clli.mp4");
+    const DemuxedStream clip(media / "hdr" / "androidx_sample_with_colr_mdcv_and_clli.mp4",
+                             AVMEDIA_TYPE_VIDEO);
     ffmpeg::CodecContext context(avcodec_alloc_context3(nullptr));
     ASSERT_GE(avcodec_parameters_to_context(context.get(), clip.stream().codecpar), 0);
     VideoFramePackager packager(*context, clip.stream());

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <map>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -224,6 +227,58 @@ TEST(MediaSourceLoad, subtitlesWithoutAnEventCannotBeSought) {
     } catch (const MediaSource::LoadError& error) {
         EXPECT_EQ(error.errorCase(), Case::failedToSeek);
         EXPECT_EQ(error.errorDescription(), "Unable to seek the media.");
+    }
+}
+
+/// Puts one and then the other of two files in a third one's place, as fast as it can.
+class Rewriter {
+  public:
+    Rewriter(const fs::path& path, std::array<fs::path, 2> contents)
+        : thread_([this, path, contents = std::move(contents)] {
+              const fs::path next = path.string() + ".next";
+              for (std::size_t i = 0; !isDone_; ++i) {
+                  fs::create_symlink(contents.at(i % 2), next);
+                  fs::rename(next, path);
+              }
+          }) {}
+    ~Rewriter() {
+        isDone_ = true;
+        thread_.join();
+    }
+    Rewriter(const Rewriter&) = delete;
+    Rewriter& operator=(const Rewriter&) = delete;
+
+  private:
+    std::atomic<bool> isDone_{false};
+    std::thread thread_;
+};
+
+TEST(MediaSourceLoad, aFileThatIsAnotherOneAtItsSecondOpeningIsRefused) {
+    const auto sound = [](const std::string& name, const std::vector<std::string>& options) {
+        std::vector<std::string> arguments{"-f", "lavfi", "-i", "sine=duration=1"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return test::madeClip(name, arguments);
+    };
+    const auto one = sound("rewritten-one.mka", {"-c:a", "pcm_s16le"});
+    const std::pair<const char*, fs::path> others[] = {
+        {"of more streams",
+         sound("rewritten-two.mka", {"-map", "0:a", "-map", "0:a", "-c:a", "pcm_s16le"})},
+        {"of another codec", sound("rewritten-codec.mka", {"-c:a", "pcm_s32le"})},
+        {"of another length", sound("rewritten-length.mka", {"-t", "0.5", "-c:a", "pcm_s16le"})},
+    };
+    for (const auto& [name, other] : others) {
+        const test::TemporaryFolder folder;
+        const auto path = folder.path() / "sound.mka";
+        fs::create_symlink(one, path);
+        const Rewriter rewriter(path, {one, other});
+        // Each attempt is one in two, about.
+        std::optional<MediaSource::LoadError> error;
+        for (int attempt = 0; attempt < 1000 && !error; ++attempt) {
+            error = loadError(URL::fromPath(path));
+        }
+        ASSERT_TRUE(error) << name;
+        EXPECT_EQ(error->errorCase(), Case::inconsistentReads) << name;
+        EXPECT_EQ(error->failureReason(), "The file was modified while trying to read it.");
     }
 }
 

@@ -2,17 +2,17 @@
 #include "tests/platform/pulse_audio/private_sound_server.h"
 
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
-#include <thread>
+#include <string_view>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <spawn.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -54,8 +54,8 @@ std::vector<std::string> PrivateSoundServer::environment() const {
     std::vector<std::string> all;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text = *entry;
-        if (text.rfind("PULSE_", 0) != 0 && text.rfind("HOME=", 0) != 0 &&
-            text.rfind("XDG_RUNTIME_DIR=", 0) != 0) {
+        if (text.rfind("PULSE_", 0) != 0 && text.rfind("NOTIFY_SOCKET=", 0) != 0 &&
+            text.rfind("HOME=", 0) != 0 && text.rfind("XDG_RUNTIME_DIR=", 0) != 0) {
             all.push_back(text);
         }
     }
@@ -65,6 +65,45 @@ std::vector<std::string> PrivateSoundServer::environment() const {
     }
     return all;
 }
+
+/// Where a daemon says that it is ready, by the protocol of sd_notify(3): PulseAudio does once its
+/// modules are loaded.
+class PrivateSoundServer::Readiness {
+  public:
+    explicit Readiness(const std::string& path)
+        : descriptor_(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {
+        unlink(path.c_str());
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        if (bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+            throw std::runtime_error("cannot listen for a daemon's word");
+        }
+    }
+    ~Readiness() { close(descriptor_); }
+    Readiness(const Readiness&) = delete;
+    Readiness& operator=(const Readiness&) = delete;
+
+    /// False when it ends before, or takes too long.
+    bool waitFor(pid_t process) const {
+        constexpr int kTimeout = 20'000;
+        const int end = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+        std::array<pollfd, 2> events{pollfd{descriptor_, POLLIN, 0}, pollfd{end, POLLIN, 0}};
+        bool isReady = false;
+        while (!isReady && poll(events.data(), events.size(), kTimeout) > 0 &&
+               events[0].revents != 0) {
+            std::array<char, 512> message{};
+            const auto size = recv(descriptor_, message.data(), message.size(), 0);
+            const std::string_view text(message.data(), size > 0 ? static_cast<size_t>(size) : 0);
+            isReady = text.find("READY=1") != std::string_view::npos;
+        }
+        close(end);
+        return isReady;
+    }
+
+  private:
+    int descriptor_;
+};
 
 void PrivateSoundServer::start() {
     std::vector<std::string> arguments{"pulseaudio",
@@ -85,7 +124,10 @@ void PrivateSoundServer::start() {
                                        "-L",
                                        "module-native-protocol-unix socket=" + socketPath() +
                                            " auth-anonymous=1 auth-cookie-enabled=0"};
+    const std::string notifySocket = (folder_.path() / "notify.sock").string();
+    const Readiness readiness(notifySocket);
     auto variables = environment();
+    variables.push_back("NOTIFY_SOCKET=" + notifySocket);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     const std::string log = (folder_.path() / "log").string();
@@ -97,12 +139,8 @@ void PrivateSoundServer::start() {
     if (status != 0) {
         throw std::runtime_error("cannot start pulseaudio");
     }
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!takesConnections()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            throw std::runtime_error("pulseaudio takes no connections");
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    if (!readiness.waitFor(process_)) {
+        throw std::runtime_error("pulseaudio does not start");
     }
     pactl("set-default-sink n1");
 }
@@ -114,17 +152,6 @@ void PrivateSoundServer::kill() {
         process_ = 0;
     }
     unlink(socketPath().c_str());
-}
-
-bool PrivateSoundServer::takesConnections() const {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    std::strncpy(address.sun_path, socketPath().c_str(), sizeof(address.sun_path) - 1);
-    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const bool connected =
-        connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
-    close(descriptor);
-    return connected;
 }
 
 std::string PrivateSoundServer::pactl(const std::string& arguments) const {

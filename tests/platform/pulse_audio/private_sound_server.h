@@ -33,9 +33,10 @@ class PrivateSoundServer {
     std::string pactl(const std::string& arguments) const;
 
   private:
+    class Readiness;
+
     std::string socketPath() const { return (folder_.path() / "pulse.sock").string(); }
     std::vector<std::string> environment() const;
-    bool takesConnections() const;
 
     TemporaryFolder folder_;
     pid_t process_ = 0;

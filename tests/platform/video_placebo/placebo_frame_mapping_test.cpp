@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/video_placebo/placebo_frame_mapping.h"
+#include "tests/support/pixel_buffers.h"
 
 #include <array>
 #include <string>
@@ -14,15 +15,8 @@ using Bytes = std::vector<std::uint8_t>;
 class PlaceboFrameMappingTest : public testing::Test {
   protected:
     CVPixelBufferRef picture(int width = 64, int height = 36) {
-        CVPixelBufferPoolAttributes attributes;
-        attributes.pixelFormat = kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange;
-        attributes.width = width;
-        attributes.height = height;
-        std::unique_ptr<CVPixelBufferPool> pool;
-        CVPixelBufferRef made;
-        EXPECT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
-        EXPECT_EQ(pool->createPixelBuffer(made), kCVReturnSuccess);
-        return made;
+        return test::makePixelBuffer(kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange, width,
+                                     height);
     }
 
     static void set(CVPixelBuffer& picture, std::string_view key, CVAttachmentValue value) {

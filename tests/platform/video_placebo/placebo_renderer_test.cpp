@@ -11,6 +11,7 @@
 
 #include "core_media/four_char_code.h"
 #include "tests/platform/video_placebo/surfaceless_context.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane {
 namespace {
@@ -120,16 +121,7 @@ Color expectedCodes(const Color& signal, const Matrix& to709) {
 
 /// A picture of one colour: each plane repeats its block of bytes.
 CVPixelBufferRef flatPicture(OSType format, const std::vector<std::vector<std::uint8_t>>& blocks) {
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = format;
-    attributes.width = kSize;
-    attributes.height = kSize;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef picture;
-    if (CVPixelBufferPool::create(attributes, pool) != kCVReturnSuccess ||
-        pool->createPixelBuffer(picture) != kCVReturnSuccess) {
-        throw std::runtime_error("no picture");
-    }
+    auto picture = test::makePixelBuffer(format, kSize, kSize);
     for (int i = 0; i < picture->planeCount(); ++i) {
         const auto& plane = picture->plane(i);
         const auto& block = blocks.at(static_cast<std::size_t>(i));

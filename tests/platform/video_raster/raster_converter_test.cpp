@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/platform/video_raster/reference.h"
+#include "tests/support/pixel_buffers.h"
 
 namespace zelvane {
 namespace {
@@ -35,18 +36,6 @@ constexpr Coding k2vuy{kCVPixelFormatType_422YpCbCr8, 8, false, 2, 1};
 constexpr Coding kYuvs{kCVPixelFormatType_422YpCbCr8_yuvs, 8, false, 2, 1};
 constexpr Coding kYuvf{kCVPixelFormatType_422YpCbCr8FullRange, 8, true, 2, 1};
 constexpr Coding kY416{kCVPixelFormatType_4444AYpCbCr16, 16, false, 1, 1};
-
-CVPixelBufferRef makePicture(OSType format, int width, int height) {
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = format;
-    attributes.width = width;
-    attributes.height = height;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef picture;
-    CVPixelBufferPool::create(attributes, pool);
-    pool->createPixelBuffer(picture);
-    return picture;
-}
 
 /// Where a sample lies in memory, whatever the format.
 std::uint8_t* sampleAddress(const CVPixelBuffer& picture, const Coding& coding, int channel, int x,
@@ -86,7 +75,7 @@ class Picture {
   public:
     Picture(const Coding& coding, int width, int height)
         : coding_(coding), width_(width), height_(height),
-          buffer_(makePicture(coding.format, width, height)) {
+          buffer_(makePixelBuffer(coding.format, width, height)) {
         for (int channel = 0; channel < 3; ++channel) {
             values_[channel].resize(static_cast<std::size_t>(widthOf(channel) * heightOf(channel)));
         }
@@ -298,7 +287,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(RasterConverter, codesThatNeedNoConversionPassUnchanged) {
     const Coding bgra{kCVPixelFormatType_32BGRA, 8, true, 1, 1};
-    const auto picture = makePicture(bgra.format, 256, 1);
+    const auto picture = makePixelBuffer(bgra.format, 256, 1);
     for (int x = 0; x < 256; ++x) {
         auto* pixel = picture->plane(0).baseAddress + 4 * x;
         pixel[0] = static_cast<std::uint8_t>(x);
@@ -321,7 +310,7 @@ TEST(RasterConverter, rgbLayoutsAreReadInTheirOwnOrder) {
         {kCVPixelFormatType_64ARGB, {0, 0, 10, 10, 20, 20, 30, 30}},
     };
     for (const auto& [format, bytes] : layouts) {
-        const auto picture = makePicture(format, 1, 1);
+        const auto picture = makePixelBuffer(format, 1, 1);
         std::copy(bytes.begin(), bytes.end(), picture->plane(0).baseAddress);
         setColor(*picture, k709Primaries, kCVImageBufferTransferFunction_sRGB, "");
         EXPECT_EQ(Pixels(*picture).at(0, 0), (Color{10, 20, 30})) << std::hex << format;
@@ -468,7 +457,7 @@ TEST(RasterConverter, absentAttachmentsGiveWhatPicturesOfThatSizeHave) {
 }
 
 TEST(RasterConverter, whatCannotBeDrawnIsRefused) {
-    const auto picture = makePicture(kCVPixelFormatType_32BGRA, 4, 4);
+    const auto picture = makePixelBuffer(kCVPixelFormatType_32BGRA, 4, 4);
     std::vector<std::uint8_t> target(4 * 4 * 4);
     RasterConverter converter;
     EXPECT_THROW(converter.convert(*picture, target, 15), RasterConversionError);
@@ -479,6 +468,27 @@ TEST(RasterConverter, whatCannotBeDrawnIsRefused) {
     geometry.planes[0] = {target.data(), 16, 4, 4};
     EXPECT_THROW(converter.convert(*CVPixelBuffer::overMemory(geometry, nullptr), target, 16),
                  RasterConversionError);
+}
+
+TEST(RasterConverter, aPictureSharedOutIsThatOfOneThread) {
+    std::mt19937 random(5);
+    for (const auto& coding : {kY420, kX420, k2vuy}) {
+        Picture picture(coding, 1001, 301);
+        picture.fill([&](int) { return static_cast<int>(random() % (1U << coding.bits)); });
+        for (const auto transfer : {kCVImageBufferTransferFunction_ITU_R_709_2,
+                                    kCVImageBufferTransferFunction_ITU_R_2100_HLG}) {
+            setColor(picture.buffer(), kCVImageBufferColorPrimaries_P3_D65, transfer, k709Name);
+            std::vector<std::uint8_t> alone(1001 * 4 * 301);
+            auto together = alone;
+            RasterConverter({}, 1).convert(picture.buffer(), alone, 1001 * 4);
+            RasterConverter shared({}, 4);
+            for (int i = 0; i < 5; ++i) {
+                std::fill(together.begin(), together.end(), std::uint8_t{0});
+                shared.convert(picture.buffer(), together, 1001 * 4);
+                EXPECT_EQ(together, alone);
+            }
+        }
+    }
 }
 
 TEST(RasterConverter, aChangeOfColorInTheMiddleOfAFilmIsFollowed) {

@@ -9,6 +9,7 @@
 
 #include "media_player/decoders/common/core_media_compatible_decode_session.h"
 #include "media_player/decoders/video/ffmpeg_video_decoder.h"
+#include "tests/media_player/decoders/demuxed_stream.h"
 
 namespace zelvane::test {
 
@@ -20,23 +21,9 @@ class NoHardware final : public VideoDecodingHardware {
     }
 };
 
-/// The video stream of a file, read straight from the library's demuxer.
-class VideoClip {
-  public:
-    explicit VideoClip(const std::filesystem::path& file);
-
-    AVStream& stream() const { return *input_->streams[index_]; }
-    /// The next packet of the stream; null at the end.
-    PacketRef read();
-
-  private:
-    ffmpeg::InputContext input_;
-    int index_ = -1;
-};
-
 /// Runs the whole clip through a decode session. Errors of packets are dropped, as a player does;
 /// their number is returned.
-int decodeClip(VideoClip& clip, FFmpegVideoDecoder& decoder,
+int decodeClip(const DemuxedStream& clip, FFmpegVideoDecoder& decoder,
                const std::function<void(const CMSampleBufferRef&)>& handler);
 
 /// All sample buffers of a file, decoded without hardware.

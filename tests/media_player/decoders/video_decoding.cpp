@@ -1,39 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tests/media_player/decoders/video_clip.h"
+#include "tests/media_player/decoders/video_decoding.h"
 
 #include <fstream>
 
-#include "core_media/ffmpeg_error.h"
 #include "tests/support/clips.h"
 
 namespace zelvane::test {
 
-VideoClip::VideoClip(const std::filesystem::path& file) {
-    AVFormatContext* opened = nullptr;
-    checkedFFmpegCall([&] { return avformat_open_input(&opened, file.c_str(), nullptr, nullptr); });
-    input_.reset(opened);
-    checkedFFmpegCall([&] { return avformat_find_stream_info(opened, nullptr); });
-    index_ = checkedFFmpegCall(
-        [&] { return av_find_best_stream(opened, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0); });
-}
-
-PacketRef VideoClip::read() {
-    for (;;) {
-        ffmpeg::AVPacketHandle packet(checkedFFmpegAllocation(av_packet_alloc()));
-        if (av_read_frame(input_.get(), packet.get()) < 0) {
-            return nullptr;
-        }
-        if (packet->stream_index == index_) {
-            return std::make_shared<const Packet>(std::move(packet));
-        }
-    }
-}
-
-int decodeClip(VideoClip& clip, FFmpegVideoDecoder& decoder,
+int decodeClip(const DemuxedStream& clip, FFmpegVideoDecoder& decoder,
                const std::function<void(const CMSampleBufferRef&)>& handler) {
     CoreMediaCompatibleDecodeSession session(decoder, handler);
     int failures = 0;
-    while (const auto packet = clip.read()) {
+    while (const auto packet = clip.next()) {
         try {
             session.decode(packet);
         } catch (const Error&) {
@@ -49,7 +27,7 @@ int decodeClip(VideoClip& clip, FFmpegVideoDecoder& decoder,
 }
 
 std::vector<CMSampleBufferRef> decodeClip(const std::filesystem::path& file) {
-    VideoClip clip(file);
+    const DemuxedStream clip(file, AVMEDIA_TYPE_VIDEO);
     NoHardware hardware;
     FFmpegVideoDecoder decoder(clip.stream(), hardware);
     std::vector<CMSampleBufferRef> buffers;

@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "platform/video_raster/row_bands.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+#include "foundation/dispatch.h"
+
+namespace zelvane::raster {
+namespace {
+
+/// Outlives the call for helpers that come too late; those never touch `work`.
+class Bands {
+  public:
+    Bands(int rows, int rowsPerBand, const std::function<void(const RowBand&)>& work)
+        : rows_(rows), rowsPerBand_(rowsPerBand), work_(work) {}
+
+    void runAs(int worker) {
+        std::unique_lock lock(mutex_);
+        while (next_ < rows_) {
+            const int first = next_;
+            next_ += rowsPerBand_;
+            ++underWay_;
+            lock.unlock();
+            work_({worker, first, std::min(first + rowsPerBand_, rows_)});
+            lock.lock();
+            --underWay_;
+        }
+        idle_.notify_all();
+    }
+
+    /// Once nobody can take another band.
+    void waitForOthers() {
+        std::unique_lock lock(mutex_);
+        idle_.wait(lock, [this] { return underWay_ == 0; });
+    }
+
+  private:
+    const int rows_;
+    const int rowsPerBand_;
+    const std::function<void(const RowBand&)>& work_;
+    std::mutex mutex_;
+    std::condition_variable idle_;
+    int next_ = 0;
+    int underWay_ = 0;
+};
+
+} // namespace
+
+void forEachBand(int rows, int rowsPerBand, int workers,
+                 const std::function<void(const RowBand&)>& work) {
+    const auto bands = std::make_shared<Bands>(rows, rowsPerBand, work);
+    const int bandCount = (rows + rowsPerBand - 1) / rowsPerBand;
+    for (int worker = 1; worker < std::min(workers, bandCount); ++worker) {
+        dispatch::globalQueue(dispatch::QualityOfService::userInteractive)->async([bands, worker] {
+            bands->runAs(worker);
+        });
+    }
+    bands->runAs(0);
+    bands->waitForOthers();
+}
+
+} // namespace zelvane::raster
