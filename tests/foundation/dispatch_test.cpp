@@ -43,6 +43,7 @@ TEST(SerialQueue, keepsTheOrderOfEachThreadAndRunsOneTaskAtATime) {
     int running = 0;
     bool everTwo = false;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             for (int task = 0; task < kTasks; ++task) {

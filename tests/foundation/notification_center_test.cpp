@@ -59,7 +59,7 @@ TEST(NotificationCenter, deliversOnTheQueueAndNotAfterTheEndOfARegistration) {
 TEST(NotificationCenter, anAssignedObserverEndsTheOneBefore) {
     NotificationCenter center;
     std::string told;
-    const auto note = [&](std::string name) {
+    const auto note = [&](const std::string& name) {
         return [&told, name](const Notification&) { told += name; };
     };
     auto first = center.addObserver("changed", nullptr, nullptr, note("a"));

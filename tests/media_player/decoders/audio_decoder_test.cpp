@@ -328,6 +328,7 @@ TEST(AudioDecoder, exactStampsShowGapsAndCoarseOnesDoNot) {
         PCMStream pcm(timeBase, 1000);
         FFmpegAudioDecoder decoder(pcm.stream());
         std::vector<PacketRef> packets;
+        packets.reserve(stamps.size());
         for (const auto stamp : stamps) {
             packets.push_back(pcm.packet(stamp, 100));
         }
@@ -343,8 +344,10 @@ TEST(AudioDecoder, exactStampsShowGapsAndCoarseOnesDoNot) {
 TEST(AudioDecoder, aBufferLeavesOnceItHoldsASecond) {
     PCMStream pcm({1, 1000}, 1000);
     FFmpegAudioDecoder decoder(pcm.stream());
+    constexpr std::size_t kPackets = 8;
     std::vector<PacketRef> packets;
-    for (int i = 0; i < 8; ++i) {
+    packets.reserve(kPackets);
+    for (int i = 0; packets.size() < kPackets; ++i) {
         packets.push_back(pcm.packet(i * 300, 300));
     }
     EXPECT_EQ(spans(decode(decoder, packets)), (Spans{"0+1200", "1200+1200"}));

@@ -171,7 +171,8 @@ TEST(PixelFormatConverter, refusesWhatCannotBeConvertedInsteadOfStopping) {
                             Row{AV_PIX_FMT_YUV444P, 0, 16}, Row{AV_PIX_FMT_YUV444P, 16, -1}}) {
         const LogCapture log;
         try {
-            FFmpegPixelFormatConverter(row.format, AVCOL_RANGE_MPEG, row.width, row.height);
+            const FFmpegPixelFormatConverter converter(row.format, AVCOL_RANGE_MPEG, row.width,
+                                                       row.height);
             ADD_FAILURE() << "nothing was thrown for format " << row.format;
         } catch (const FFmpegError& error) {
             EXPECT_EQ(error.errorCase(), FFmpegError::Case::allocationFailure);

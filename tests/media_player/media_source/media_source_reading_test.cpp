@@ -72,8 +72,10 @@ TEST(MediaSourceReading, bothReadersStartAtTheStartAndKeepTheirPlaces) {
     const auto source = openSource(minute("mkv"));
     const auto& video = source->videoTracks().front();
     const auto& audio = source->audioTracks().front();
+    constexpr std::size_t kPackets = 40;
     std::vector<std::int64_t> alone;
-    for (int count = 0; count < 40; ++count) {
+    alone.reserve(kPackets);
+    while (alone.size() < kPackets) {
         alone.push_back(nextAudio(source, audio)->avPacket().pts);
     }
     const auto second = openSource(minute("mkv"));
