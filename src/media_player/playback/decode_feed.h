@@ -24,6 +24,8 @@ class DecodeFeed {
 
     /// A packet that cannot be decoded is logged, as "<failure>: <error>.", and costs a gap.
     void decode(const PacketRef& packet, std::string_view failure);
+    /// Gives what the decoder has ready now, not when it has to.
+    void deliverReady() { session_.deliverReady(); }
     /// Gives what the decoder still holds; a failure ends that silently. Nothing more can be
     /// decoded before a flush.
     void finish();

@@ -60,11 +60,13 @@ void MediaPlayer::beginInteractiveSeeking() {
     }
     setSynchronizerRate(0);
     isSeekingInteractively_ = true;
+    visualDataProvider_->setIsScrubbing(true);
 }
 
 void MediaPlayer::endInteractiveSeeking() {
     assert(queue_->isCurrent());
     isSeekingInteractively_ = false;
+    visualDataProvider_->setIsScrubbing(false);
     if (!isPerformingSeekOperation_ && !isPerformingPostSeekOperation_) {
         beginPostSeekOperation();
     }

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <memory>
 
+#include "foundation/host_clock.h"
 #include "media_player/media_source/packet_source.h"
 #include "media_player/playback/data_provider.h"
 #include "media_player/playback/recent_frames.h"
@@ -34,6 +36,8 @@ class VisualDataProvider final : public DataProvider {
     void setSecondarySubtitlesTrack(std::shared_ptr<SubtitlesTrack> track);
     /// The next seek reads and decodes everything anew.
     void forgetRecent();
+    /// While a person drags, a search that takes its time shows where it has come to. Any thread.
+    void setIsScrubbing(bool isScrubbing) { isScrubbing_ = isScrubbing; }
 
   private:
     struct SubtitlesPosition {
@@ -67,8 +71,12 @@ class VisualDataProvider final : public DataProvider {
     /// earlier start would not help.
     bool decodeFrom(const CMTime& begin, const CMTime& time);
     std::optional<PacketSource::CollectedPackets> collectPackets(const CMTime& time) const;
-    SeekAnswer makeAnswer(const CMTime& time, bool takesLater) const;
+    SeekAnswer makeAnswer(const CMTime& time, bool takesLater);
+    void showAlone(const CMSampleBufferRef& picture);
+    bool isProgressDue() const;
+    std::size_t framesToKeepBefore(const CMTime& time) const;
     void decodeUntilAnswered(const PacketSource::CollectedPackets& packets, SeekAnswer& answer);
+    void finishSearch(SeekAnswer& answer);
     void keepForSeeking(std::size_t position, const SubtitlesFrames& frames);
     void forgetUnreachableSubtitles();
     void showRecentSubtitles(const CMTime& time) const;
@@ -80,6 +88,12 @@ class VisualDataProvider final : public DataProvider {
     RecentFrames recent_;
     /// Whether the recent subtitles are all that were read since a seek.
     bool areRecentSubtitlesWhole_ = false;
+    /// Of the last seek.
+    CMTime lastTarget_ = kCMTimeInvalid;
+    std::atomic<bool> isScrubbing_{false};
+    /// When a search last showed a picture that is not its answer, or its answer.
+    HostTime progressShownAt_{0};
+    bool isProgressShown_ = false;
 };
 
 } // namespace zelvane

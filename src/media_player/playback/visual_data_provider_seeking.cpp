@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
+#include <utility>
 
 #include "core_media/ffmpeg_time.h"
 #include "foundation/log.h"
@@ -11,6 +12,10 @@ namespace {
 
 /// Decoding on so far costs no more than what lies between a key frame and its target elsewhere.
 constexpr CMTime kNear(1, 2);
+/// Who goes back less far goes back step by step.
+constexpr CMTime kLongestStep(1, 1);
+/// How often a search shows where it has come to.
+constexpr HostDuration kProgressInterval = std::chrono::milliseconds(70);
 /// A file with more than this at once is sought in anew each time.
 constexpr std::size_t kMaxRecentSubtitles = 256;
 
@@ -84,6 +89,7 @@ bool VisualDataProvider::seekAmongRecent(const CMTime& time) {
         return false;
     }
     recent_.endSeek();
+    lastTarget_ = time;
     for (const SubtitlesPosition& position : subtitles_) {
         if (position.selectedTrack) {
             position.renderer->removeAllSubtitles();
@@ -134,6 +140,7 @@ void VisualDataProvider::seekTracks(const CMTime& time) {
     stepBackUntil(time, mediaSource_->startTime(),
                   [&](const CMTime& begin) { return decodeFrom(begin, time); });
     recent_.endSeek();
+    lastTarget_ = time;
     showRecentSubtitles(time);
 }
 
@@ -164,38 +171,77 @@ VisualDataProvider::collectPackets(const CMTime& time) const {
     }
 }
 
-SeekAnswer VisualDataProvider::makeAnswer(const CMTime& time, bool takesLater) const {
-    return {time, takesLater,
-            [this](const CMSampleBufferRef& picture) { feed()->enqueue(picture); }};
+SeekAnswer VisualDataProvider::makeAnswer(const CMTime& time, bool takesLater) {
+    isProgressShown_ = false;
+    return {time, takesLater, [this](const CMSampleBufferRef& picture) {
+                if (std::exchange(isProgressShown_, false)) {
+                    showAlone(picture);
+                } else {
+                    feed()->enqueue(picture);
+                }
+            }};
+}
+
+/// Wherever the clock stands: the first picture after a flush is shown at once.
+void VisualDataProvider::showAlone(const CMSampleBufferRef& picture) {
+    displayLayer_->flush();
+    feed()->enqueue(picture);
+    progressShownAt_ = HostClock::system()->now();
+}
+
+bool VisualDataProvider::isProgressDue() const {
+    return isScrubbing_ && HostClock::system()->now() - progressShownAt_ >= kProgressInterval;
+}
+
+/// Only who steps back is likely to do it again; for anybody else those frames cost time.
+std::size_t VisualDataProvider::framesToKeepBefore(const CMTime& time) const {
+    const bool isStep =
+        lastTarget_.isNumeric() && time < lastTarget_ && lastTarget_ - time <= kLongestStep;
+    return isStep ? recent_.capacityBefore() : 0;
 }
 
 void VisualDataProvider::decodeUntilAnswered(const PacketSource::CollectedPackets& packets,
                                              SeekAnswer& answer) {
-    const DecodeFeed::Diversion diversion(
-        *feed(), [&](const CMSampleBufferRef& picture) { answer.add(picture); });
+    const WantedTimes wanted(feed()->decoder());
+    std::optional<CMTime> earliest;
+    const DecodeFeed::Diversion diversion(*feed(), [&](const CMSampleBufferRef& picture) {
+        answer.add(picture);
+        if (!answer.isFound() && isProgressDue()) {
+            showAlone(picture);
+            isProgressShown_ = true;
+            wanted.beginAt(earliest);
+        }
+    });
     const FramesReceiver receiver = [this](std::size_t position, const SubtitlesFrames& frames) {
         keepForSeeking(position, frames);
     };
-    const WantedTimes wanted(feed()->decoder());
     for (const auto& [track, packetsOfTrack] : packets) {
         if (track == selectedVideoTrack_) {
-            wanted.beginAt(earliestWantedTime(packetsOfTrack, track->streamTimeBase(),
-                                              answer.target(), recent_.capacityBefore()));
+            earliest = earliestWantedTime(packetsOfTrack, track->streamTimeBase(), answer.target(),
+                                          framesToKeepBefore(answer.target()));
         }
         for (const PacketRef& packet : packetsOfTrack) {
+            wanted.beginAt(isProgressDue() ? std::nullopt : earliest);
             route({packet, track}, receiver);
         }
     }
+    feed()->deliverReady();
     while (!answer.isFound() && !answer.isTooLate()) {
         if (provideNext(receiver) == Feeding::isOver) {
-            stopRequestingMediaData();
-            // The last pictures may have come with the end of the file.
-            answer.finish();
-            if (!answer.isFound()) {
-                displayLayer_->flushAndRemoveImage();
-            }
+            finishSearch(answer);
             return;
         }
+        feed()->deliverReady();
+    }
+}
+
+/// The file has ended.
+void VisualDataProvider::finishSearch(SeekAnswer& answer) {
+    stopRequestingMediaData();
+    // The last pictures may have come with the end of the file.
+    answer.finish();
+    if (!answer.isFound()) {
+        displayLayer_->flushAndRemoveImage();
     }
 }
 

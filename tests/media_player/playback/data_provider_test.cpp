@@ -224,6 +224,27 @@ INSTANTIATE_TEST_SUITE_P(
         SeekCase{"0k p0+20 40 80 s0+20 p100+20 120k", 120, 0, {120}, {}, {}, false},
         SeekCase{"0k p0! 40", 0, 0, {0, 40}, {}, {}, false}));
 
+TEST_F(DataProviderTest, aSearchUnderADragShowsWhereItHasComeTo) {
+    makeSource("0k 40 80 120 160", "");
+    makeVisualProvider();
+    selectVideoAndSubtitles();
+    const auto flushes = [this] {
+        const auto events = renderer_->events();
+        return std::count(events.begin(), events.end(), "flush");
+    };
+    const auto before = flushes();
+    seek(visual_, 120);
+    EXPECT_EQ(flushes() - before, 1);
+    // One before the picture on the way, one before the answer, which is all that stays.
+    visual_->setIsScrubbing(true);
+    seek(visual_, 80);
+    EXPECT_EQ(flushes() - before, 4);
+    EXPECT_THAT(renderer_->queued(), ElementsAre(80, 120, 160));
+    // Not again so soon.
+    seek(visual_, 120);
+    EXPECT_EQ(flushes() - before, 5);
+}
+
 TEST_F(DataProviderTest, subtitlesGoToTheirPlaces) {
     makeSource("0k p0+10 s5+10 40 p20+10 s! p30!", "");
     makeVisualProvider();

@@ -28,10 +28,14 @@ void CoreMediaCompatibleDecodeSession::decode(const PacketRef& packet) {
     feed(*packet);
 }
 
-void CoreMediaCompatibleDecodeSession::finish() {
-    // libavcodec forgets a packet that it has not begun to decode when the end is told before.
+void CoreMediaCompatibleDecodeSession::deliverReady() {
     while (deliverNextOrReset()) {
     }
+}
+
+void CoreMediaCompatibleDecodeSession::finish() {
+    // libavcodec forgets a packet that it has not begun to decode when the end is told before.
+    deliverReady();
     feed(Packet());
     try {
         while (deliverNext()) {

@@ -28,6 +28,9 @@ class CoreMediaCompatibleDecodeSession {
     /// dequeue costs the frames inside the decoder, no more. Throws what the decoder throws for the
     /// packet; session and decoder stay usable.
     void decode(const PacketRef& packet);
+    /// Delivers what the decoder has ready, which decode() leaves in it until it has to. A failure
+    /// costs the frames inside the decoder.
+    void deliverReady();
     /// Tells the decoder that the stream ends, and delivers what it still holds. Throws what the
     /// decoder throws; what it holds then is lost.
     void finish();
