@@ -22,6 +22,7 @@ struct MediaSource::Contents {
     std::vector<std::shared_ptr<VideoTrack>> videoTracks{};
     std::vector<std::shared_ptr<AudioTrack>> audioTracks{};
     SubtitlesTracks subtitlesTracks{};
+    OptionalMetadata optionalMetadata{};
 };
 
 namespace {
@@ -100,6 +101,14 @@ void appendTracks(MediaSource::Contents& contents) {
     }
 }
 
+MediaType mediaTypeOf(const std::vector<std::shared_ptr<VideoTrack>>& videoTracks,
+                      const std::vector<std::shared_ptr<AudioTrack>>& audioTracks) {
+    if (!videoTracks.empty()) {
+        return MediaType::video;
+    }
+    return audioTracks.empty() ? MediaType::subtitles : MediaType::audio;
+}
+
 /// Probing has left them anywhere.
 void seekBothToStart(const InputFormatContexts& contexts) {
     try {
@@ -143,6 +152,9 @@ std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
     contents.duration = durationOf(visual, fallbackDuration, isDurationRequired);
     appendTracks(contents);
     seekBothToStart(contents.contexts);
+    contents.optionalMetadata =
+        OptionalMetadata(mediaTypeOf(contents.videoTracks, contents.audioTracks), visual.metadata,
+                         findArtwork(visual));
     return std::make_shared<MediaSource>(std::move(contents));
 }
 
@@ -175,6 +187,7 @@ MediaSource::MediaSource(Contents contents)
       duration_(contents.duration), videoTracks_(std::move(contents.videoTracks)),
       audioTracks_(std::move(contents.audioTracks)),
       embeddedSubtitlesTracks_(std::move(contents.subtitlesTracks)),
+      optionalMetadata_(std::move(contents.optionalMetadata)),
       visualTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Visual Tracks)")),
       audioTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Audio Tracks)")),
       formatContextForAudioTracks_(std::move(contents.contexts.audio)),
@@ -183,10 +196,7 @@ MediaSource::MediaSource(Contents contents)
 MediaSource::~MediaSource() = default;
 
 MediaType MediaSource::mediaType() const {
-    if (!videoTracks_.empty()) {
-        return MediaType::video;
-    }
-    return audioTracks_.empty() ? MediaType::subtitles : MediaType::audio;
+    return mediaTypeOf(videoTracks_, audioTracks_);
 }
 
 PacketRef MediaSource::readAudioPacket(const std::shared_ptr<AudioTrack>& track) {

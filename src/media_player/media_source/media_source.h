@@ -12,6 +12,7 @@
 #include "media_player/decoders/common/media_type.h"
 #include "media_player/media_source/input_format_context.h"
 #include "media_player/media_source/media_source_load_error.h"
+#include "media_player/media_source/optional_metadata.h"
 #include "media_player/media_source/packet_reading.h"
 #include "media_player/media_source/packet_source.h"
 
@@ -28,6 +29,7 @@ namespace zelvane {
 class MediaSource final : public PacketSource {
   public:
     using LoadError = MediaSourceLoadError;
+    using OptionalMetadata = zelvane::OptionalMetadata;
     using SuccessHandler = std::function<void(const std::shared_ptr<MediaSource>&)>;
     using FailureHandler = std::function<void(const LoadError&)>;
 
@@ -54,6 +56,7 @@ class MediaSource final : public PacketSource {
     CMTime duration() const override { return duration_; }
     /// Video if there is any, else audio if there is any, else subtitles.
     MediaType mediaType() const;
+    const OptionalMetadata& optionalMetadata() const { return optionalMetadata_; }
 
     // Each list is in stream order.
     const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const { return videoTracks_; }
@@ -91,6 +94,7 @@ class MediaSource final : public PacketSource {
     const std::vector<std::shared_ptr<VideoTrack>> videoTracks_;
     const std::vector<std::shared_ptr<AudioTrack>> audioTracks_;
     const SubtitlesTracks embeddedSubtitlesTracks_;
+    const OptionalMetadata optionalMetadata_;
     const std::shared_ptr<dispatch::Queue> visualTracksQueue_;
     const std::shared_ptr<dispatch::Queue> audioTracksQueue_;
     // Closed in reverse order: the visual context first.
