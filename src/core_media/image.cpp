@@ -76,7 +76,7 @@ ffmpeg::Scaler makeScaler(const AVFrame& frame, const FFmpegPixelLayout& layout)
 
 bool fillPixels(Image& image, const AVFrame& frame) {
     const auto layout =
-        canonicalLayout(static_cast<AVPixelFormat>(frame.format), frame.color_range);
+        canonicalLayout(static_cast<AVPixelFormat>(frame.format), ffmpeg::colorRangeOf(frame));
     const auto scaler = makeScaler(frame, layout);
     if (scaler == nullptr) {
         return false;
