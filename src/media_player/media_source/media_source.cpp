@@ -38,8 +38,7 @@ InputFormatContexts openBoth(const URL& url) {
 }
 
 void requireSameContainer(const AVFormatContext& visual, const AVFormatContext& audio) {
-    if (visual.start_time != audio.start_time || visual.duration != audio.duration ||
-        visual.nb_streams != audio.nb_streams) {
+    if (!isSameContainer(visual, audio)) {
         throw LoadError::inconsistentReads();
     }
 }
@@ -144,7 +143,13 @@ std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
     if (!url.isFileURL()) {
         throw LoadError::unsupportedURLScheme(url.scheme());
     }
-    Contents contents{.url = url, .contexts = openBoth(url)};
+    return open(url, openBoth(url), fallbackDuration, isDurationRequired);
+}
+
+std::shared_ptr<MediaSource> MediaSource::open(const URL& url, InputFormatContexts contexts,
+                                               const std::optional<CMTime>& fallbackDuration,
+                                               bool isDurationRequired) {
+    Contents contents{.url = url, .contexts = std::move(contexts)};
     const AVFormatContext& visual = *contents.contexts.visual;
     requireSameContainer(visual, *contents.contexts.audio);
     contents.startTime =

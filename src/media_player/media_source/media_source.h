@@ -37,6 +37,10 @@ class MediaSource final : public PacketSource {
     /// else it takes the fallback, or an indefinite one. Throws LoadError.
     static std::shared_ptr<MediaSource>
     open(const URL& url, const std::optional<CMTime>& fallbackDuration, bool isDurationRequired);
+    /// The same from the file's two open demuxers.
+    static std::shared_ptr<MediaSource> open(const URL& url, InputFormatContexts contexts,
+                                             const std::optional<CMTime>& fallbackDuration,
+                                             bool isDurationRequired);
     /// Loads in the background, the duration being required, and calls one of the handlers, not on
     /// the main queue.
     static void load(const URL& url, SuccessHandler successHandler, FailureHandler failureHandler);
