@@ -24,8 +24,8 @@ struct TargetRegistration {
     TargetRegistration(const char* name, Target target) { targets().emplace(name, target); }
 };
 
-/// Silences the logs, once: hostile input fills them.
-void beQuiet();
+/// Does what a program does first, once, and silences the logs: hostile input fills them.
+void prepare();
 
 } // namespace zelvane::fuzz
 
@@ -39,7 +39,7 @@ void beQuiet();
 #define ZELVANE_FUZZ_TARGET(name, bytes)                                                           \
     static void name##Target(zelvane::fuzz::Bytes bytes);                                          \
     extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {            \
-        zelvane::fuzz::beQuiet();                                                                  \
+        zelvane::fuzz::prepare();                                                                  \
         name##Target({data, size});                                                                \
         return 0;                                                                                  \
     }                                                                                              \

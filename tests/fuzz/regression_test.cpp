@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "fuzz/fuzz_target.h"
 
@@ -20,6 +21,19 @@ std::string bytesOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kMemoryTells = false;
+#else
+constexpr bool kMemoryTells = true;
+#endif
+
+/// The most that the process ever had, in kilobytes.
+long peakMemory() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
 void replay(fuzz::Target target, const fs::path& file) {
     // As much as the fuzzers give, and more for sanitizers on a busy machine.
     constexpr std::chrono::seconds kLimit{20};
@@ -28,10 +42,13 @@ void replay(fuzz::Target target, const fs::path& file) {
     const auto start = std::chrono::steady_clock::now();
     target({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
     EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit);
+    if (kMemoryTells) {
+        EXPECT_LT(peakMemory(), 512 * 1024);
+    }
 }
 
 TEST(Regression, whatWasFoundOnceIsHarmless) {
-    fuzz::beQuiet();
+    fuzz::prepare();
     for (const auto& folder : fs::directory_iterator(ZELVANE_REGRESSION_FOLDER)) {
         const auto target = fuzz::targets().find(folder.path().filename());
         ASSERT_NE(target, fuzz::targets().end()) << folder.path() << " is of no target";
@@ -42,7 +59,7 @@ TEST(Regression, whatWasFoundOnceIsHarmless) {
 }
 
 TEST(Regression, eachTargetTakesNothing) {
-    fuzz::beQuiet();
+    fuzz::prepare();
     EXPECT_FALSE(fuzz::targets().empty());
     for (const auto& [name, target] : fuzz::targets()) {
         SCOPED_TRACE(name);
