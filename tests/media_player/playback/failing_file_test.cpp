@@ -41,45 +41,34 @@ void overwrite(const fs::path& path, const std::string& bytes) {
 /// once they are given to it.
 class FailingDisk {
   public:
-    FailingDisk() { plan() = Plan{}; }
-
     static void takeOver(const InputFormatContext& context) {
-        plan().read = context->pb->read_packet;
+        realRead = context->pb->read_packet;
         context->pb->read_packet = read;
     }
     /// Each `period`th read from now on is an error: 1 for all of them, 0 for none.
     static void failEach(int period) {
-        plan().period = period;
-        plan().count = 0;
+        failurePeriod = period;
+        readCount = 0;
+        failureCount = 0;
     }
-    static int failures() { return plan().failures; }
+    /// Since the last change.
+    static int failures() { return failureCount; }
 
   private:
-    struct Plan {
-        Plan() = default;
-        Plan& operator=(const Plan& other) {
-            period = other.period.load();
-            count = other.count.load();
-            failures = other.failures.load();
-            return *this;
-        }
-        int (*read)(void*, std::uint8_t*, int) = nullptr;
-        std::atomic<int> period{0};
-        std::atomic<int> count{0};
-        std::atomic<int> failures{0};
-    };
-    static Plan& plan() {
-        static Plan shared;
-        return shared;
-    }
     static int read(void* file, std::uint8_t* buffer, int size) {
-        const int period = plan().period;
-        if (period != 0 && ++plan().count % period == 0) {
-            ++plan().failures;
+        const int period = failurePeriod;
+        if (period != 0 && ++readCount % period == 0) {
+            ++failureCount;
             return AVERROR(EIO);
         }
-        return plan().read(file, buffer, size);
+        return realRead(file, buffer, size);
     }
+
+    // The library's callbacks carry the file alone.
+    static inline int (*realRead)(void*, std::uint8_t*, int) = nullptr;
+    static inline std::atomic<int> failurePeriod{0};
+    static inline std::atomic<int> readCount{0};
+    static inline std::atomic<int> failureCount{0};
 };
 
 /// A player over a source, with renderers that take a few buffers only: the rest is yet to be read.
@@ -173,7 +162,6 @@ TEST_P(FailingFile, aDiskThatFailsEndsTheStreamAndOneThatRecoversGoesOn) {
     const LogCapture log;
     for (const int period : {1, 2, 3, 7}) {
         SCOPED_TRACE(period);
-        const FailingDisk disk;
         const URL url = URL::fromPath(film(GetParam()));
         auto contexts = makeInputFormatContexts(url);
         FailingDisk::takeOver(contexts.visual);
@@ -191,7 +179,6 @@ TEST_P(FailingFile, aDiskThatFailsEndsTheStreamAndOneThatRecoversGoesOn) {
 
 TEST_P(FailingFile, aDiskThatFailsWhileLoadingIsTold) {
     const LogCapture log;
-    const FailingDisk disk;
     const URL url = URL::fromPath(film(GetParam()));
     auto contexts = makeInputFormatContexts(url);
     FailingDisk::takeOver(contexts.visual);
@@ -204,6 +191,7 @@ TEST_P(FailingFile, aDiskThatFailsWhileLoadingIsTold) {
     } catch (const MediaSource::LoadError& error) {
         EXPECT_EQ(error.errorCase(), MediaSource::LoadError::Case::failedToSeek);
     }
+    FailingDisk::failEach(0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Containers, FailingFile, testing::Values("mp4", "mkv", "ts", "avi"),
