@@ -14,6 +14,7 @@
 #include "application/qt_main_queue.h"
 #include "application/settings_store.h"
 #include "core_media/ffmpeg_log.h"
+#include "core_media/ffmpeg_memory.h"
 #include "foundation/dispatch.h"
 #include "foundation/heap.h"
 #include "foundation/user_defaults.h"
@@ -76,6 +77,7 @@ int run() {
 int main(int argc, char** argv) {
     zelvane::useOneHeap();
     zelvane::quietFFmpegLog();
+    zelvane::limitFFmpegAllocations();
     zelvane::prepareApplication();
     const QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("zelvane-player"));

@@ -205,8 +205,7 @@ void FrameColorConfigurator::configure(CVPixelBuffer& pixelBuffer, const AVFrame
     if (isConfigured != nullptr && *isConfigured) {
         return;
     }
-    const CodedColors colors{frame.colorspace, frame.color_primaries, frame.color_trc};
-    const auto stated = colorAttachments(colors, pixelBuffer.pixelFormat());
+    const auto stated = colorAttachments(CodedColors::of(frame), pixelBuffer.pixelFormat());
     applyColorAttachments(pixelBuffer, stated ? *stated
                                               : colorAttachmentsForSize(
                                                     pixelBuffer.width(), pixelBuffer.height(),

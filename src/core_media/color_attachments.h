@@ -13,6 +13,15 @@ struct CodedColors {
     AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
     AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
     AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
+
+    /// Those of a frame or an opened decoder; what is no code point counts as unspecified.
+    template <class Described>
+    static CodedColors of(const Described& described) {
+        return {ffmpeg::knownValue(described.colorspace, AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED),
+                ffmpeg::knownValue(described.color_primaries, AVCOL_PRI_NB, AVCOL_PRI_UNSPECIFIED),
+                ffmpeg::knownValue(described.color_trc, AVCOL_TRC_NB, AVCOL_TRC_UNSPECIFIED)};
+    }
+
     friend bool operator==(const CodedColors&, const CodedColors&) = default;
 };
 

@@ -114,9 +114,7 @@ void CVPixelBuffer::removeAttachment(std::string_view key) {
 
 /// The pool's memory; buffers hold it through FFmpeg's pool, which counts references itself.
 struct CVPixelBufferPool::Memory {
-    struct UninitPool {
-        void operator()(AVBufferPool* pool) const { av_buffer_pool_uninit(&pool); }
-    };
+    using UninitPool = ffmpeg::FreeByAddress<av_buffer_pool_uninit>;
 
     CVPixelBufferPoolAttributes attributes;
     /// Offsets in place of addresses.

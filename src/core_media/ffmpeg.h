@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 extern "C" {
@@ -37,6 +38,23 @@ inline std::int64_t frameDuration(const AVFrame& frame) {
 #else
     return frame.pkt_duration;
 #endif
+}
+
+/// The value of one of FFmpeg's enumerations, or `otherwise` where it is none: demuxers pass on
+/// what stands in a file, and reading such a value as an enumerator is undefined. Valid values are
+/// below `end`.
+template <class Enum>
+Enum knownValue(const Enum& value, Enum end, Enum otherwise) {
+    unsigned raw = 0;
+    static_assert(sizeof(raw) == sizeof(value));
+    std::memcpy(&raw, &value, sizeof(raw));
+    return raw < static_cast<unsigned>(end) ? static_cast<Enum>(raw) : otherwise;
+}
+
+/// The range that a frame or a decoder states.
+template <class Described>
+AVColorRange colorRangeOf(const Described& described) {
+    return knownValue(described.color_range, AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED);
 }
 
 /// What the container says about a stream beside its parameters; empty when it says nothing of that

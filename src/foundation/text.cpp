@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 
+#include <unicode/unistr.h>
+
 namespace zelvane {
 namespace {
 
@@ -49,6 +51,13 @@ std::string_view trimmingWhitespace(std::string_view text) {
         text.remove_suffix(length);
     }
     return text;
+}
+
+std::string repairedUTF8(std::string_view text) {
+    std::string repaired;
+    icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())})
+        .toUTF8String(repaired);
+    return repaired;
 }
 
 } // namespace zelvane

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace zelvane {
@@ -8,5 +9,8 @@ namespace zelvane {
 /// `text` without white space and line ends at both sides: Unicode's separators of category Z and
 /// the control characters TAB to CR and NEL, in UTF-8. Bytes that are no UTF-8 stay.
 std::string_view trimmingWhitespace(std::string_view text);
+
+/// `text` as UTF-8, with U+FFFD in place of what is none.
+std::string repairedUTF8(std::string_view text);
 
 } // namespace zelvane

@@ -109,6 +109,44 @@ TEST(Inspect, loadShowsTheTracksAsTheyAre) {
     EXPECT_EQ(json["audioTracks"][1]["streamIndex"], 2);
 }
 
+TEST(Inspect, loadShowsWhatTheFileSaysAndItsArtwork) {
+    const auto cover = test::madeClip(
+        "inspect-cover.png", {"-f", "lavfi", "-i", "testsrc2=s=90x60:d=0.04", "-frames:v", "1"});
+    const auto song = test::madeClip("inspect-song.m4a", {"-f",
+                                                          "lavfi",
+                                                          "-i",
+                                                          "sine=d=1",
+                                                          "-i",
+                                                          cover.string(),
+                                                          "-map",
+                                                          "0",
+                                                          "-map",
+                                                          "1",
+                                                          "-c:v",
+                                                          "copy",
+                                                          "-disposition:v",
+                                                          "attached_pic",
+                                                          "-metadata",
+                                                          "title=Ton",
+                                                          "-metadata",
+                                                          "date=2001-02-03",
+                                                          "-metadata",
+                                                          "media_type=1"});
+    const auto loaded = inspect("load", song);
+    ASSERT_EQ(loaded.status, 0);
+    const Json metadata = loaded.json()["optionalMetadata"];
+    EXPECT_EQ(metadata["title"], "Ton");
+    EXPECT_EQ(metadata["releaseYear"], 2001);
+    EXPECT_EQ(metadata["mediaSubtype"], 1);
+    EXPECT_TRUE(metadata["artist"].is_null());
+    const auto theirs =
+        run("ffmpeg -v error -i '" + cover.string() + "' -f rawvideo -pix_fmt rgba - | sha256sum");
+    EXPECT_EQ(metadata["artwork"], (Json{{"width", 90},
+                                         {"height", 60},
+                                         {"format", "PNG"},
+                                         {"sha256", theirs.text.substr(0, 64)}}));
+}
+
 TEST(Inspect, aFileThatDoesNotLoadEndsWithItsTexts) {
     const test::TemporaryFolder folder;
     const auto text = folder.path() / "text.mp4";

@@ -88,6 +88,18 @@ Json attachmentJson(const CVAttachmentValue& value) {
         value);
 }
 
+Json imageJson(const ImageRef& image) {
+    if (image == nullptr) {
+        return nullptr;
+    }
+    Digest digest;
+    digest.add(image->pixels);
+    return {{"width", image->width},
+            {"height", image->height},
+            {"format", image->format},
+            {"sha256", digest.finish()}};
+}
+
 } // namespace
 
 Json timeJson(const CMTime& time) {
@@ -123,6 +135,25 @@ Json trackJson(const AudioTrack& track) {
 
 Json trackJson(const SubtitlesTrack& track) {
     return factsJson(track);
+}
+
+Json metadataJson(const MediaSource::OptionalMetadata& metadata) {
+    const auto& subtype = metadata.mediaSubtype;
+    return {{"mediaSubtype", subtype ? Json(subtype->rawValue()) : Json(nullptr)},
+            {"title", optionalJson(metadata.title)},
+            {"shortDescription", optionalJson(metadata.shortDescription)},
+            {"fullDescription", optionalJson(metadata.fullDescription)},
+            {"artist", optionalJson(metadata.artist)},
+            {"composer", optionalJson(metadata.composer)},
+            {"albumTitle", optionalJson(metadata.albumTitle)},
+            {"showTitle", optionalJson(metadata.showTitle)},
+            {"seasonNumber", optionalJson(metadata.seasonNumber)},
+            {"episodeNumber", optionalJson(metadata.episodeNumber)},
+            {"artwork", imageJson(metadata.artwork)},
+            {"lyrics", optionalJson(metadata.lyrics)},
+            {"releaseYear", optionalJson(metadata.releaseYear)},
+            {"genre", optionalJson(metadata.genre)},
+            {"copyright", optionalJson(metadata.copyright)}};
 }
 
 Json attachmentsJson(const CVAttachments& attachments) {

@@ -22,6 +22,8 @@ Json secondsJson(const CMTime& span);
 Json trackJson(const VideoTrack& track);
 Json trackJson(const AudioTrack& track);
 Json trackJson(const SubtitlesTrack& track);
+/// With the artwork as its size, what it was encoded as, and a digest of its pixels.
+Json metadataJson(const MediaSource::OptionalMetadata& metadata);
 Json attachmentsJson(const CVAttachments& attachments);
 Json loadErrorJson(const MediaSource::LoadError& error);
 

@@ -36,6 +36,7 @@ int runLoad(const Arguments& arguments) {
     json["mediaType"] = name(source->mediaType());
     json["startTime"] = timeJson(source->startTime());
     json["duration"] = timeJson(source->duration());
+    json["optionalMetadata"] = metadataJson(source->optionalMetadata());
     json["videoTracks"] = tracksJson(source->videoTracks());
     json["audioTracks"] = tracksJson(source->audioTracks());
     json["subtitlesTracks"] = tracksJson(source->subtitlesTracks());

@@ -13,6 +13,7 @@
 
 #include "commands.h"
 #include "core_media/ffmpeg_log.h"
+#include "core_media/ffmpeg_memory.h"
 #include "foundation/heap.h"
 #include "json_text.h"
 
@@ -62,5 +63,6 @@ int run(int argc, char** argv) {
 int main(int argc, char** argv) {
     zelvane::useOneHeap();
     zelvane::quietFFmpegLog();
+    zelvane::limitFFmpegAllocations();
     return zelvane::inspect::run(argc, argv);
 }

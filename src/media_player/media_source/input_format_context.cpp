@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media_player/media_source/input_format_context.h"
 
+#include <algorithm>
 #include <limits>
+#include <span>
+#include <string_view>
 #include <utility>
 
 #include <sys/stat.h>
@@ -37,10 +40,50 @@ bool isStream(const std::string& path) {
            (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode));
 }
 
+/// Whether the header tells of every picture stream what probing would decode pictures for. Other
+/// containers take their start time from the order of decoded pictures, or find streams on the way.
+bool knowsItsPictures(const AVFormatContext& context) {
+    const std::string_view name = context.iformat->name;
+    const auto streams = std::span(context.streams, context.nb_streams);
+    return name.substr(0, name.find(',')) == "mov" &&
+           std::all_of(streams.begin(), streams.end(), [](const AVStream* stream) {
+               const AVCodecParameters& parameters = *stream->codecpar;
+               return parameters.codec_type != AVMEDIA_TYPE_VIDEO || parameters.width > 0;
+           });
+}
+
+std::string makeDecodersButThoseOfPictures() {
+    std::string names;
+    void* position = nullptr;
+    while (const AVCodec* codec = av_codec_iterate(&position)) {
+        if (av_codec_is_decoder(codec) != 0 && codec->type != AVMEDIA_TYPE_VIDEO) {
+            names += (names.empty() ? "" : ",") + std::string(codec->name);
+        }
+    }
+    return names;
+}
+
+const std::string& decodersButThoseOfPictures() {
+    static const std::string names = makeDecodersButThoseOfPictures();
+    return names;
+}
+
+/// Nobody would forgive a container refused for what was left out: all of it is read then.
+bool needsAllAfterAll(const InputOpening& visual, const InputOpening& audio) {
+    return audio.isPartial() && !visual.hasFailed() &&
+           (audio.hasFailed() || !isSameContainer(visual.context(), audio.context()));
+}
+
 } // namespace
 
-InputOpening::InputOpening(const URL& url)
-    : path_(inputPath(url)), openStatus_(isStream(url.path()) ? AVERROR(ESPIPE) : 0) {}
+bool isSameContainer(const AVFormatContext& context, const AVFormatContext& other) {
+    return context.start_time == other.start_time && context.duration == other.duration &&
+           context.nb_streams == other.nb_streams;
+}
+
+InputOpening::InputOpening(const URL& url, Probing probing)
+    : path_(inputPath(url)), probing_(probing),
+      openStatus_(isStream(url.path()) ? AVERROR(ESPIPE) : 0) {}
 
 /// A failed opening frees its context, so each try makes a new one.
 int InputOpening::open() {
@@ -67,7 +110,16 @@ void InputOpening::run() noexcept {
         return;
     }
     input_->max_analyze_duration = std::numeric_limits<std::int64_t>::max();
+    leavePicturesOut();
     probeStatus_ = repeatOnEAGAIN([this] { return avformat_find_stream_info(&*input_, nullptr); });
+    av_freep(static_cast<void*>(&input_->codec_whitelist));
+}
+
+void InputOpening::leavePicturesOut() {
+    if (probing_ == Probing::withoutPictures && knowsItsPictures(*input_)) {
+        input_->codec_whitelist = av_strdup(decodersButThoseOfPictures().c_str());
+        isPartial_ = input_->codec_whitelist != nullptr;
+    }
 }
 
 InputFormatContext InputOpening::makeInputFormatContext() && {
@@ -85,7 +137,7 @@ InputFormatContext makeInputFormatContext(const URL& url) {
 
 InputFormatContexts makeInputFormatContexts(const URL& url) {
     InputOpening visual(url);
-    InputOpening audio(url);
+    InputOpening audio(url, InputOpening::Probing::withoutPictures);
     const dispatch::Group openings;
     openings.enter();
     dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async([&audio, openings] {
@@ -97,7 +149,11 @@ InputFormatContexts makeInputFormatContexts(const URL& url) {
         audio.abandon();
     }
     openings.wait();
+    const bool readsAgain = needsAllAfterAll(visual, audio);
     auto visualContext = std::move(visual).makeInputFormatContext();
+    if (readsAgain) {
+        return {std::move(visualContext), makeInputFormatContext(url)};
+    }
     return {std::move(visualContext), std::move(audio).makeInputFormatContext()};
 }
 

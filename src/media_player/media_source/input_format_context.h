@@ -29,7 +29,15 @@ class InputFormatContext {
 /// one that counts tells its failure: run() on any thread, then take() or abandon().
 class InputOpening {
   public:
-    explicit InputOpening(const URL& url);
+    /// What has to be known of the streams when it is done.
+    enum class Probing {
+        everything,
+        /// All but the coding of pictures, where the container itself says the rest. Pictures are
+        /// what takes the time.
+        withoutPictures,
+    };
+
+    explicit InputOpening(const URL& url, Probing probing = Probing::everything);
 
     /// Opens the file and reads until all of its streams are known, however much that takes. Keeps
     /// what it read nowhere: the context stands at an unknown position afterwards.
@@ -37,18 +45,27 @@ class InputOpening {
     bool hasFailed() const { return isOutOfMemory_ || openStatus_ < 0 || probeStatus_ < 0; }
     /// Makes a running opening fail soon. Any thread.
     void abandon() { *input_.isAbandoned_ = true; }
+    /// Whether something was left out. After run().
+    bool isPartial() const { return isPartial_; }
+    const AVFormatContext& context() const { return *input_; }
     /// The open context, once; logs and throws the FFmpegError of a run that failed.
     InputFormatContext makeInputFormatContext() &&;
 
   private:
     int open();
+    void leavePicturesOut();
 
     std::string path_;
+    Probing probing_;
     InputFormatContext input_;
     bool isOutOfMemory_ = false;
+    bool isPartial_ = false;
     int openStatus_ = 0;
     int probeStatus_ = 0;
 };
+
+/// Whether two demuxers have found the same times and number of streams.
+bool isSameContainer(const AVFormatContext& context, const AVFormatContext& other);
 
 /// One opening from start to end. Throws FFmpegError.
 InputFormatContext makeInputFormatContext(const URL& url);

@@ -23,6 +23,7 @@ struct MediaSource::Contents {
     std::vector<std::shared_ptr<VideoTrack>> videoTracks{};
     std::vector<std::shared_ptr<AudioTrack>> audioTracks{};
     SubtitlesTracks subtitlesTracks{};
+    OptionalMetadata optionalMetadata{};
 };
 
 namespace {
@@ -46,8 +47,7 @@ InputFormatContexts openBoth(const URL& url) {
 }
 
 void requireSameContainer(const AVFormatContext& visual, const AVFormatContext& audio) {
-    if (visual.start_time != audio.start_time || visual.duration != audio.duration ||
-        visual.nb_streams != audio.nb_streams) {
+    if (!isSameContainer(visual, audio)) {
         throw LoadError::inconsistentReads();
     }
 }
@@ -109,6 +109,14 @@ void appendTracks(MediaSource::Contents& contents) {
     }
 }
 
+MediaType mediaTypeOf(const std::vector<std::shared_ptr<VideoTrack>>& videoTracks,
+                      const std::vector<std::shared_ptr<AudioTrack>>& audioTracks) {
+    if (!videoTracks.empty()) {
+        return MediaType::video;
+    }
+    return audioTracks.empty() ? MediaType::subtitles : MediaType::audio;
+}
+
 /// Probing has left them anywhere.
 void seekBothToStart(const InputFormatContexts& contexts) {
     try {
@@ -144,7 +152,13 @@ std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
     if (!url.isFileURL()) {
         throw LoadError::unsupportedURLScheme(url.scheme());
     }
-    Contents contents{.url = url, .contexts = openBoth(url)};
+    return open(url, openBoth(url), fallbackDuration, isDurationRequired);
+}
+
+std::shared_ptr<MediaSource> MediaSource::open(const URL& url, InputFormatContexts contexts,
+                                               const std::optional<CMTime>& fallbackDuration,
+                                               bool isDurationRequired) {
+    Contents contents{.url = url, .contexts = std::move(contexts)};
     const AVFormatContext& visual = *contents.contexts.visual;
     requireSameContainer(visual, *contents.contexts.audio);
     contents.startTime =
@@ -152,6 +166,9 @@ std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
     contents.duration = durationOf(visual, fallbackDuration, isDurationRequired);
     appendTracks(contents);
     seekBothToStart(contents.contexts);
+    contents.optionalMetadata =
+        OptionalMetadata(mediaTypeOf(contents.videoTracks, contents.audioTracks), visual.metadata,
+                         findArtwork(visual));
     return std::make_shared<MediaSource>(std::move(contents));
 }
 
@@ -184,6 +201,7 @@ MediaSource::MediaSource(Contents contents)
       duration_(contents.duration), videoTracks_(std::move(contents.videoTracks)),
       audioTracks_(std::move(contents.audioTracks)),
       embeddedSubtitlesTracks_(std::move(contents.subtitlesTracks)),
+      optionalMetadata_(std::move(contents.optionalMetadata)),
       visualTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Visual Tracks)")),
       audioTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Audio Tracks)")),
       formatContextForAudioTracks_(std::move(contents.contexts.audio)),
@@ -192,10 +210,7 @@ MediaSource::MediaSource(Contents contents)
 MediaSource::~MediaSource() = default;
 
 MediaType MediaSource::mediaType() const {
-    if (!videoTracks_.empty()) {
-        return MediaType::video;
-    }
-    return audioTracks_.empty() ? MediaType::subtitles : MediaType::audio;
+    return mediaTypeOf(videoTracks_, audioTracks_);
 }
 
 PacketRef MediaSource::readAudioPacket(const std::shared_ptr<AudioTrack>& track) {

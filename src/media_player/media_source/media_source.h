@@ -12,6 +12,7 @@
 #include "media_player/decoders/common/media_type.h"
 #include "media_player/media_source/input_format_context.h"
 #include "media_player/media_source/media_source_load_error.h"
+#include "media_player/media_source/optional_metadata.h"
 #include "media_player/media_source/packet_reading.h"
 #include "media_player/media_source/packet_source.h"
 
@@ -28,6 +29,7 @@ namespace zelvane {
 class MediaSource final : public PacketSource {
   public:
     using LoadError = MediaSourceLoadError;
+    using OptionalMetadata = zelvane::OptionalMetadata;
     using SuccessHandler = std::function<void(const std::shared_ptr<MediaSource>&)>;
     using FailureHandler = std::function<void(const LoadError&)>;
 
@@ -35,6 +37,10 @@ class MediaSource final : public PacketSource {
     /// else it takes the fallback, or an indefinite one. Throws LoadError.
     static std::shared_ptr<MediaSource>
     open(const URL& url, const std::optional<CMTime>& fallbackDuration, bool isDurationRequired);
+    /// The same from the file's two open demuxers.
+    static std::shared_ptr<MediaSource> open(const URL& url, InputFormatContexts contexts,
+                                             const std::optional<CMTime>& fallbackDuration,
+                                             bool isDurationRequired);
     /// Loads in the background, the duration being required, and calls one of the handlers, not on
     /// the main queue.
     static void load(const URL& url, SuccessHandler successHandler, FailureHandler failureHandler);
@@ -54,6 +60,7 @@ class MediaSource final : public PacketSource {
     CMTime duration() const override { return duration_; }
     /// Video if there is any, else audio if there is any, else subtitles.
     MediaType mediaType() const;
+    const OptionalMetadata& optionalMetadata() const { return optionalMetadata_; }
 
     // Each list is in stream order.
     const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const { return videoTracks_; }
@@ -93,6 +100,7 @@ class MediaSource final : public PacketSource {
     const std::vector<std::shared_ptr<VideoTrack>> videoTracks_;
     const std::vector<std::shared_ptr<AudioTrack>> audioTracks_;
     const SubtitlesTracks embeddedSubtitlesTracks_;
+    const OptionalMetadata optionalMetadata_;
     const std::shared_ptr<dispatch::Queue> visualTracksQueue_;
     const std::shared_ptr<dispatch::Queue> audioTracksQueue_;
     // Closed in reverse order: the visual context first.

@@ -49,6 +49,12 @@ int readFrame(AVFormatContext& context, AVPacket& packet) {
 }
 
 int seekFrame(AVFormatContext& context, std::int64_t timestamp, int flags) {
+    if (context.pb != nullptr) {
+        // The library keeps an error of the disk for ever, tells it again in place of the end, and
+        // takes it for the end where it moves by reading on.
+        context.pb->error = 0;
+        context.pb->eof_reached = 0;
+    }
     return av_seek_frame(&context, -1, timestamp, flags);
 }
 

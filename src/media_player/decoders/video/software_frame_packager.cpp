@@ -116,16 +116,13 @@ PixelAspectRatio pixelAspectRatioAttachment(AVRational sampleAspectRatio) {
 }
 
 PictureTraits PictureTraits::of(const AVCodecContext& context) {
-    return {canonicalLayout(context.pix_fmt, context.color_range), context.width, context.height,
-            CodedColors{context.colorspace, context.color_primaries, context.color_trc},
-            context.sample_aspect_ratio};
+    return {canonicalLayout(context.pix_fmt, ffmpeg::colorRangeOf(context)), context.width,
+            context.height, CodedColors::of(context), context.sample_aspect_ratio};
 }
 
 PictureTraits PictureTraits::of(const AVFrame& frame) {
-    return {canonicalLayout(static_cast<AVPixelFormat>(frame.format), frame.color_range),
-            frame.width, frame.height,
-            CodedColors{frame.colorspace, frame.color_primaries, frame.color_trc},
-            frame.sample_aspect_ratio};
+    return {canonicalLayout(static_cast<AVPixelFormat>(frame.format), ffmpeg::colorRangeOf(frame)),
+            frame.width, frame.height, CodedColors::of(frame), frame.sample_aspect_ratio};
 }
 
 SoftwareFramePackager::SoftwareFramePackager(AVCodecContext& context, const PictureTraits& traits)

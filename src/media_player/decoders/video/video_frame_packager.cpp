@@ -44,7 +44,7 @@ std::optional<OSType> pixelFormatOnDevice(const AVFrame& frame) {
         return std::nullopt;
     }
     const auto* frames = reinterpret_cast<const AVHWFramesContext*>(frame.hw_frames_ctx->data);
-    return correspondingPixelFormat({frames->sw_format, frame.color_range});
+    return correspondingPixelFormat({frames->sw_format, ffmpeg::colorRangeOf(frame)});
 }
 
 ffmpeg::Frame downloaded(const AVFrame& frame) {

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// A media file of any bytes: loaded, some of each track decoded, and sought in.
+//
+// seeds: codecs containers metadata seeking broken hdr rotated
+
+#include <array>
+#include <memory>
+#include <string>
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "foundation/error.h"
+#include "fuzz/fuzz_target.h"
+#include "media_player/decoders/common/core_media_compatible_decode_session.h"
+#include "media_player/media_source/media_source.h"
+
+namespace {
+
+using namespace zelvane;
+
+constexpr int kPacketCount = 50;
+
+/// A file without a name, which demuxers can open as often as they like.
+class MemoryFile {
+  public:
+    explicit MemoryFile(fuzz::Bytes bytes) : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
+        for (auto rest = bytes; !rest.empty();) {
+            const auto count = write(descriptor_, rest.data(), rest.size());
+            if (count <= 0) {
+                break;
+            }
+            rest = rest.subspan(static_cast<std::size_t>(count));
+        }
+    }
+    ~MemoryFile() { close(descriptor_); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+
+    URL url() const { return URL::fromPath("/proc/self/fd/" + std::to_string(descriptor_)); }
+
+  private:
+    int descriptor_;
+};
+
+/// Damage costs what it hits: this is where a player goes on.
+template <class Work>
+void survive(Work&& work) {
+    try {
+        work();
+    } catch (const Error&) { // Told in the log, and no more.
+    }
+}
+
+void ignore(const CMSampleBufferRef& /*sampleBuffer*/) {}
+
+void decodeSubtitles(SubtitlesTrack& track, const PacketRef& packet) {
+    survive([&] { track.decoder().decode(*packet); });
+}
+
+void readAudio(MediaSource& source, const std::shared_ptr<AudioTrack>& track) {
+    CoreMediaCompatibleDecodeSession session(track->decoder(), ignore);
+    for (int count = 0; count < kPacketCount; ++count) {
+        const auto packet =
+            source.audioTracksQueue()->sync([&] { return source.readAudioPacket(track); });
+        if (packet == nullptr) {
+            break;
+        }
+        survive([&] { session.decode(packet); });
+    }
+    survive([&] { session.finish(); });
+    session.flush();
+}
+
+void readVisual(MediaSource& source, const std::shared_ptr<VideoTrack>& track) {
+    const auto subtitles = source.subtitlesTracks();
+    CoreMediaCompatibleDecodeSession session(track->decoder(), ignore);
+    for (int count = 0; count < kPacketCount * 2; ++count) {
+        const auto read = source.visualTracksQueue()->sync(
+            [&] { return source.readVisualPacket(track, subtitles); });
+        if (!read) {
+            break;
+        }
+        if (read->track == track) {
+            survive([&] { session.decode(read->packet); });
+        } else {
+            decodeSubtitles(dynamic_cast<SubtitlesTrack&>(*read->track), read->packet);
+        }
+    }
+    survive([&] { session.finish(); });
+    session.flush();
+}
+
+void readSubtitles(MediaSource& source) {
+    for (int count = 0; count < kPacketCount; ++count) {
+        const auto read = source.visualTracksQueue()->sync(
+            [&] { return source.readVisualPacket(nullptr, source.subtitlesTracks()); });
+        if (!read) {
+            return;
+        }
+        decodeSubtitles(dynamic_cast<SubtitlesTrack&>(*read->track), read->packet);
+    }
+}
+
+void seekAndRead(MediaSource& source, const CMTime& time) {
+    if (!source.videoTracks().empty()) {
+        const auto& track = source.videoTracks().front();
+        survive([&] {
+            source.visualTracksQueue()->sync(
+                [&] { return source.seekVisual(track, source.subtitlesTracks(), time); });
+            readVisual(source, track);
+        });
+    } else {
+        survive([&] { readSubtitles(source); });
+    }
+    if (!source.audioTracks().empty()) {
+        const auto& track = source.audioTracks().front();
+        survive([&] {
+            source.audioTracksQueue()->sync([&] { return source.seekAudio(track, time); });
+            readAudio(source, track);
+        });
+    }
+}
+
+} // namespace
+
+ZELVANE_FUZZ_TARGET(loader, bytes) {
+    const MemoryFile file(bytes);
+    survive([&] {
+        const auto source = MediaSource::open(file.url(), std::nullopt, true);
+        const CMTime start = source->startTime();
+        const CMTime end = start + source->duration();
+        for (const CMTime& target : std::array{start, start + CMTime(1, 2), end - CMTime(1, 3)}) {
+            seekAndRead(*source, target);
+        }
+    });
+}
