@@ -9,4 +9,7 @@ namespace zelvane {
 /// the control characters TAB to CR and NEL, in UTF-8. Bytes that are no UTF-8 stay.
 std::string_view trimmingWhitespace(std::string_view text);
 
+/// Whether `bytes` are UTF-8 throughout, in shortest form and without surrogates.
+bool isValidUTF8(std::string_view bytes);
+
 } // namespace zelvane
