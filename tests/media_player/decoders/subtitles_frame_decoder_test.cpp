@@ -67,7 +67,7 @@ std::string asSRT(const std::vector<SubtitlesFrameRef>& frames) {
     std::string srt;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         srt += fmt::format("{}\n{} --> {}\n{}\n\n", i + 1, srtTime(frames[i]->startTime),
-                           srtTime(frames[i]->endTime), frames[i]->text);
+                           srtTime(frames[i]->endTime), plainText(frames[i]->subtitles));
     }
     return srt;
 }
@@ -115,7 +115,7 @@ TEST(SubtitlesFrameDecoder, aFlushedDecoderGoesOn) {
     const auto after = decoder.decode(*packets[0]);
     ASSERT_EQ(before.size(), 1U);
     ASSERT_EQ(after.size(), 1U);
-    EXPECT_EQ(before[0]->text, after[0]->text);
+    EXPECT_EQ(plainText(before[0]->subtitles), plainText(after[0]->subtitles));
 }
 
 /// A stream of SubRip without a file.
@@ -149,7 +149,7 @@ TEST(SubtitlesFrameDecoder, timesComeFromThePacketInItsStreamsUnits) {
     FFmpegSubtitlesFrameDecoder decoder(source.stream());
     const auto timed = decoder.decode(SubRipStream::packet("Hi <b>you</b>", 90000, 225000));
     ASSERT_EQ(timed.size(), 1U);
-    EXPECT_EQ(timed[0]->text, "Hi you");
+    EXPECT_EQ(plainText(timed[0]->subtitles), "Hi you");
     EXPECT_EQ(timed[0]->startTime, CMTime(1, 1));
     EXPECT_EQ(timed[0]->endTime, CMTime(7, 2));
 

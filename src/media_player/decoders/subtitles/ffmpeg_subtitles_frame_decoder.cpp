@@ -94,7 +94,7 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::decodeFrame(const Packet& packet)
     const CMTime base(record->pts, AV_TIME_BASE);
     return std::make_shared<const SubtitlesFrame>(
         SubtitlesFrame{base + CMTime(record->start_display_time, 1000),
-                       endTime(*record.get(), base), std::move(text)});
+                       endTime(*record.get(), base), TextSubtitle{std::move(text)}});
 }
 
 } // namespace zelvane
