@@ -24,6 +24,7 @@ constexpr const char* kUsage =
     "  load FILE\n"
     "  frames FILE [--track N] [--from S] [--count N]\n"
     "  audio FILE [--track N] [--from S] [--count N] [--pcm OUT]\n"
+    "  subtitles FILE [--track N]\n"
     "  decode FILE\n"
     "  play FILE [--audio null|pulse] [--video null|window] [--rate R] [--for S]\n"
     "A track is named by its stream index; times are seconds from the media's start.\n";
@@ -34,7 +35,7 @@ constexpr int kMisused = 2;
 int run(int argc, char** argv) {
     const std::map<std::string, std::function<int(const Arguments&)>> commands{
         {"load", runLoad},     {"frames", runFrames}, {"audio", runAudio},
-        {"decode", runDecode}, {"play", runPlay},
+        {"decode", runDecode}, {"play", runPlay},     {"subtitles", runSubtitles},
     };
     try {
         const Arguments arguments(argc, argv);

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media_player/decoders/subtitles/ffmpeg_subtitles_frame_decoder.h"
 
-#include <cstdint>
-#include <limits>
-#include <span>
+#include <algorithm>
 #include <utility>
+
+#include <iconv.h>
 
 #include "core_media/ffmpeg_error.h"
 #include "media_player/decoders/common/ffmpeg_decoding.h"
-#include "media_player/decoders/subtitles/ass_dialogue_text.h"
+#include "media_player/decoders/subtitles/ass_stock_form.h"
 
 namespace zelvane {
 namespace {
@@ -23,7 +23,7 @@ class SubtitleRecord {
 
     AVSubtitle* get() { return &record_; }
     const AVSubtitle* operator->() const { return &record_; }
-    std::span<AVSubtitleRect* const> rectangles() const {
+    FFmpegSubtitlesDecoder::Rectangles rectangles() const {
         return {record_.rects, record_.num_rects};
     }
 
@@ -31,35 +31,82 @@ class SubtitleRecord {
     AVSubtitle record_{};
 };
 
-std::string plainText(const SubtitleRecord& record) {
-    std::string text;
-    const auto append = [&](const std::string& lines) {
-        if (!lines.empty()) {
-            text += (text.empty() ? "" : "\n") + lines;
-        }
-    };
-    for (const AVSubtitleRect* rectangle : record.rectangles()) {
-        if (rectangle->ass != nullptr) {
-            append(plainTextOfASSDialogue(rectangle->ass));
-        } else if (rectangle->text != nullptr) {
-            append(rectangle->text);
-        }
-    }
-    return text;
+bool isScript(const AVCodecContext& context) {
+    return context.codec_id == AV_CODEC_ID_ASS || context.codec_id == AV_CODEC_ID_SSA;
 }
 
-CMTime endTime(const AVSubtitle& record, const CMTime& base) {
-    const bool isUnknown = record.end_display_time <= record.start_display_time ||
-                           record.end_display_time == std::numeric_limits<std::uint32_t>::max();
-    return isUnknown ? kCMTimePositiveInfinity : base + CMTime(record.end_display_time, 1000);
+bool hasProperty(const AVCodecContext& context, int property) {
+    return context.codec_descriptor != nullptr && (context.codec_descriptor->props & property) != 0;
+}
+
+std::string_view subtitleHeader(const AVCodecContext& context) {
+    if (context.subtitle_header == nullptr || context.subtitle_header_size < 1) {
+        return {};
+    }
+    return {reinterpret_cast<const char*>(context.subtitle_header),
+            static_cast<std::size_t>(context.subtitle_header_size)};
+}
+
+std::unique_ptr<FFmpegSubtitlesDecoder>
+makeFormattedTextDecoder(const AVCodecContext& context, std::string_view header,
+                         std::shared_ptr<SubtitleTextStyling> styling) {
+    const auto origin =
+        isScript(context) ? ASSHeaderOrigin::script : ASSHeaderOrigin::madeByLibrary;
+    return std::make_unique<FFmpegFormattedTextSubtitlesDecoder>(
+        std::make_unique<ASSDecoder>(scriptHeader(header), origin, std::move(styling)));
+}
+
+/// What a codec says of itself counts, not which one it is. Events of a script without a header are
+/// events all the same.
+std::unique_ptr<FFmpegSubtitlesDecoder>
+makeSubtitlesDecoder(const AVCodecContext& context, std::shared_ptr<SubtitleTextStyling> styling) {
+    if (hasProperty(context, AV_CODEC_PROP_TEXT_SUB)) {
+        const std::string_view header = subtitleHeader(context);
+        if (header.empty() && !isScript(context)) {
+            return std::make_unique<FFmpegTextSubtitlesDecoder>();
+        }
+        return makeFormattedTextDecoder(context, header.empty() ? kDefaultASSHeader : header,
+                                        std::move(styling));
+    }
+    if (hasProperty(context, AV_CODEC_PROP_BITMAP_SUB)) {
+        return std::make_unique<FFmpegImageSubtitlesDecoder>(context);
+    }
+    throw FFmpegError::simple(FFmpegError::Case::unknownSubtitleType);
+}
+
+/// libavcodec stops the process when iconv does not know the name.
+bool isKnownEncoding(const std::string& encoding) {
+    iconv_t const converter = iconv_open("UTF-8", encoding.c_str());
+    if (converter == reinterpret_cast<iconv_t>(-1)) {
+        return false;
+    }
+    iconv_close(converter);
+    return true;
+}
+
+/// The whole packet is converted, which ruins pixels, and the offsets that follow the text in
+/// timed text.
+bool holdsLinesOfText(const AVCodecContext& context) {
+    return hasProperty(context, AV_CODEC_PROP_TEXT_SUB) && context.codec_id != AV_CODEC_ID_MOV_TEXT;
+}
+
+void setEncoding(AVCodecContext& context, const std::optional<std::string>& encoding) {
+    av_freep(&context.sub_charenc);
+    if (encoding) {
+        context.sub_charenc = checkedFFmpegAllocation(av_strdup(encoding->c_str()));
+    }
+    context.sub_charenc_mode =
+        encoding ? FF_SUB_CHARENC_MODE_PRE_DECODER : FF_SUB_CHARENC_MODE_DO_NOTHING;
 }
 
 } // namespace
 
-FFmpegSubtitlesFrameDecoder::FFmpegSubtitlesFrameDecoder(const AVStream& stream) {
+FFmpegSubtitlesFrameDecoder::FFmpegSubtitlesFrameDecoder(
+    const AVStream& stream, std::shared_ptr<SubtitleTextStyling> styling) {
     const AVCodec* codec = findDecoder(*stream.codecpar, AVMEDIA_TYPE_SUBTITLE);
     decoderContext_ = makeDecoderContext(*stream.codecpar, codec, stream.time_base);
     openDecoder(codec, *decoderContext_);
+    subtitlesDecoder_ = makeSubtitlesDecoder(*decoderContext_, std::move(styling));
 }
 
 void FFmpegSubtitlesFrameDecoder::flush() {
@@ -67,11 +114,11 @@ void FFmpegSubtitlesFrameDecoder::flush() {
 }
 
 std::vector<SubtitlesFrameRef> FFmpegSubtitlesFrameDecoder::decode(const Packet& packet) {
-    auto frame = decodeFrame(packet);
+    auto frame = dequeueFrame(packet);
     return frame == nullptr ? std::vector<SubtitlesFrameRef>{} : std::vector{std::move(frame)};
 }
 
-SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::decodeFrame(const Packet& packet) {
+SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet) {
     SubtitleRecord record;
     const ffmpeg::AVPacketHandle copy(checkedFFmpegAllocation(av_packet_clone(&packet.avPacket())));
     int hasSubtitle = 0;
@@ -84,17 +131,28 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::decodeFrame(const Packet& packet)
     if (hasSubtitle == 0) {
         return nullptr;
     }
-    std::string text = plainText(record);
-    if (text.empty()) {
-        return nullptr;
-    }
-    if (record->pts == AV_NOPTS_VALUE) {
-        throw FFmpegError::simple(FFmpegError::Case::noPresentationTimestamp);
+    Subtitles subtitles = ClearPreviousSubtitles{};
+    if (!record.rectangles().empty()) {
+        subtitles = subtitlesDecoder_->makeSubtitles(record.rectangles());
     }
     const CMTime base(record->pts, AV_TIME_BASE);
-    return std::make_shared<const SubtitlesFrame>(
-        SubtitlesFrame{base + CMTime(record->start_display_time, 1000),
-                       endTime(*record.get(), base), TextSubtitle{std::move(text)}});
+    const CMTime start = base + CMTime(record->start_display_time, 1000);
+    const CMTime end = base + CMTime(record->end_display_time, 1000);
+    if (std::holds_alternative<ClearPreviousSubtitles>(subtitles)) {
+        return std::make_shared<const SubtitlesFrame>(
+            SubtitlesFrame{start, std::max(start, end), std::move(subtitles)});
+    }
+    if (end < start) {
+        throw SubtitlesTimeError();
+    }
+    return std::make_shared<const SubtitlesFrame>(SubtitlesFrame{start, end, std::move(subtitles)});
+}
+
+void FFmpegSubtitlesFrameDecoder::setCharacterEncoding(const std::optional<std::string>& encoding) {
+    const bool isUsable =
+        encoding && holdsLinesOfText(*decoderContext_) && isKnownEncoding(*encoding);
+    characterEncoding_ = isUsable ? encoding : std::nullopt;
+    setEncoding(*decoderContext_, characterEncoding_);
 }
 
 } // namespace zelvane
