@@ -50,15 +50,14 @@ std::size_t mantissaLength(std::string_view text, unsigned base) {
     return whole + fraction == 0 ? 0 : whole + 1 + fraction;
 }
 
-/// The marker of an exponent, its sign and its digits. None where there is a marker without
-/// digits, which spoils the number.
-std::optional<std::size_t> exponentLength(std::string_view text, char marker) {
+/// The marker of an exponent, its sign and its digits; 0 without digits.
+std::size_t exponentLength(std::string_view text, char marker) {
     if (text.empty() || lowered(text.front()) != marker) {
         return 0;
     }
     const std::size_t sign = text.size() > 1 && (text[1] == '+' || text[1] == '-') ? 1 : 0;
     const std::size_t digits = digitCount(text.substr(1 + sign), 10);
-    return digits == 0 ? std::nullopt : std::optional(1 + sign + digits);
+    return digits == 0 ? 0 : 1 + sign + digits;
 }
 
 std::optional<float> parsed(std::string_view number, std::chars_format format) {
@@ -191,17 +190,17 @@ std::optional<float> TextScanner::floatingPoint() {
     position_ += isHexadecimal ? 2 : 0;
     const std::string_view rest = text_.substr(std::min(position_, text_.size()));
     const std::size_t mantissa = mantissaLength(rest, isHexadecimal ? 16 : 10);
-    const auto exponent = exponentLength(rest.substr(mantissa), isHexadecimal ? 'p' : 'e');
+    const std::size_t length =
+        mantissa + exponentLength(rest.substr(mantissa), isHexadecimal ? 'p' : 'e');
     const auto value =
-        mantissa == 0 || !exponent
-            ? std::nullopt
-            : parsed(rest.substr(0, mantissa + *exponent),
-                     isHexadecimal ? std::chars_format::hex : std::chars_format::general);
+        mantissa == 0 ? std::nullopt
+                      : parsed(rest.substr(0, length),
+                               isHexadecimal ? std::chars_format::hex : std::chars_format::general);
     if (!value) {
         fail();
         return std::nullopt;
     }
-    position_ += mantissa + *exponent;
+    position_ += length;
     return isNegative ? -*value : *value;
 }
 
