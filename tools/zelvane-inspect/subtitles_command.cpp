@@ -8,8 +8,8 @@
 
 #include "commands.h"
 #include "core_media/ffmpeg_error.h"
+#include "core_media/ffmpeg_handles.h"
 #include "media_player/decoders/subtitles/ffmpeg_subtitles_frame_decoder.h"
-#include "media_player/media_source/input_format_context.h"
 #include "subtitles_json.h"
 
 namespace zelvane::inspect {
@@ -42,6 +42,15 @@ void discardOthers(const AVFormatContext& context, const AVStream& wanted) {
     for (AVStream* stream : streamsOf(context)) {
         stream->discard = stream == &wanted ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
     }
+}
+
+/// Read from its first packet on, which a seek does not find in every format.
+ffmpeg::InputContext openedFile(const std::string& file) {
+    AVFormatContext* opened = nullptr;
+    checkedFFmpegCall([&] { return avformat_open_input(&opened, file.c_str(), nullptr, nullptr); });
+    ffmpeg::InputContext context(opened);
+    checkedFFmpegCall([&] { return avformat_find_stream_info(context.get(), nullptr); });
+    return context;
 }
 
 /// A subtitle, or a whole track, that is not shown: why, and where it would have begun.
@@ -86,9 +95,7 @@ void printFrames(AVFormatContext& context, const AVStream& stream) {
 
 int runSubtitles(const Arguments& arguments) {
     arguments.allow({"track"});
-    const bool isURL = arguments.file().find("://") != std::string::npos;
-    const auto context = makeInputFormatContext(isURL ? URL::parse(arguments.file())
-                                                      : URL::fromPath(arguments.file()));
+    const auto context = openedFile(arguments.file());
     const AVStream& stream = chosenStream(*context, arguments);
     discardOthers(*context, stream);
     try {

@@ -24,6 +24,11 @@ bool beginsWithoutCase(std::string_view text, std::string_view start) {
                       [](char a, char b) { return lowered(a) == lowered(b); });
 }
 
+std::string_view skippingBlanks(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+    return text;
+}
+
 std::string_view firstLine(std::string_view text) {
     return text.substr(0, text.find_first_of("\r\n"));
 }
@@ -55,7 +60,7 @@ std::optional<std::string_view> behindCommas(std::string_view text, int count) {
 std::string_view columnsBehindTimes(std::string_view events) {
     const auto format = fromLine(events, kFormatKey);
     const auto columns = format ? behindCommas(firstLine(*format), kColumnsOfTime) : std::nullopt;
-    return columns.value_or(kUsualColumns);
+    return skippingBlanks(columns.value_or(kUsualColumns));
 }
 
 } // namespace
@@ -72,7 +77,7 @@ const std::string_view kDefaultASSHeader =
     "Shadow, Alignment, MarginL, MarginR, MarginV, Encoding\n"
     "Style: Default,Arial,16,&Hffffff,&Hffffff,&H0,&H0,0,0,0,0,100,100,0,0,1,1,0,2,10,10,10,1\n";
 
-std::string scriptHeader(std::string_view headerBytes) {
+std::string scriptHeader(std::string_view headerBytes, ASSEventColumns columns) {
     std::string_view header = headerBytes.substr(0, headerBytes.find('\0'));
     if (header.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
         header.remove_prefix(kByteOrderMark.size());
@@ -80,7 +85,7 @@ std::string scriptHeader(std::string_view headerBytes) {
     const std::string_view events = fromLine(header, kEventsLine).value_or(std::string_view());
     std::string script(header.substr(0, header.size() - events.size()));
     script += "\n[Events]\nFormat: Layer, Start, End, ";
-    script += columnsBehindTimes(events);
+    script += columns == ASSEventColumns::usual ? kUsualColumns : columnsBehindTimes(events);
     script += '\n';
     return script;
 }

@@ -47,13 +47,21 @@ std::string_view subtitleHeader(const AVCodecContext& context) {
             static_cast<std::size_t>(context.subtitle_header_size)};
 }
 
+/// The demuxer of scripts counts in hundredths, as scripts do, and passes on the columns of the
+/// file; containers have theirs.
+ASSEventColumns eventColumns(const AVCodecContext& context) {
+    constexpr AVRational kScriptTimeBase{1, 100};
+    return av_cmp_q(context.pkt_timebase, kScriptTimeBase) == 0 ? ASSEventColumns::ofHeader
+                                                                : ASSEventColumns::usual;
+}
+
 std::unique_ptr<FFmpegSubtitlesDecoder>
 makeFormattedTextDecoder(const AVCodecContext& context, std::string_view header,
                          std::shared_ptr<SubtitleTextStyling> styling) {
     const auto origin =
         isScript(context) ? ASSHeaderOrigin::script : ASSHeaderOrigin::madeByLibrary;
-    return std::make_unique<FFmpegFormattedTextSubtitlesDecoder>(
-        std::make_unique<ASSDecoder>(scriptHeader(header), origin, std::move(styling)));
+    return std::make_unique<FFmpegFormattedTextSubtitlesDecoder>(std::make_unique<ASSDecoder>(
+        scriptHeader(header, eventColumns(context)), origin, std::move(styling)));
 }
 
 /// What a codec says of itself counts, not which one it is. Events of a script without a header are
