@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <ctime>
 #include <functional>
 #include <string>
 #include <vector>
@@ -295,6 +296,31 @@ TEST_F(ASSDecoderTest, aChangeOfThePersonsStyleReachesTheNextLine) {
     EXPECT_EQ(last("x").font->familyName, "User Sans");
     decoder_.reset();
     EXPECT_FALSE(styling_->hasObserver());
+}
+
+TEST_F(ASSDecoderTest, aLineCostsTwentyMicrosecondsAtMost) {
+    constexpr int kLines = 20000;
+#ifdef NDEBUG
+    constexpr double kMicroseconds = 20;
+#else
+    constexpr double kMicroseconds = 400;
+#endif
+    ASSDecoder& events = decoder();
+    std::size_t length = 0;
+    const std::clock_t start = std::clock();
+    for (int i = 0; i < kLines; ++i) {
+        const auto line = fmt::format(
+            "Dialogue: 0,0:00:00.00,0:00:00.00,Loud,,0,0,0,,"
+            "{{\\pos({},20)\\c&H00FF00&\\fs40\\blur2}}A sign{{\\r}} and\\N{{\\i1}}words{{\\i0}}\n",
+            i);
+        for (const auto& dialog : events.splitDialogs(line)) {
+            length += events.formattedTextSubtitle(dialog).formattedText->text().size();
+        }
+    }
+    const double each = 1e6 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC / kLines;
+    EXPECT_EQ(length, kLines * std::string("A sign and\nwords").size());
+    EXPECT_LE(each, kMicroseconds);
+    fmt::print("{:.2f} us for a line\n", each);
 }
 
 TEST_F(ASSDecoderTest, aHeaderThatFailsFailsTheDecoder) {

@@ -251,14 +251,16 @@ TEST(SubtitlesFrameDecoder, picturesLieOnThePictureOfTheirFormatAndEmptyOnesClea
             frames.push_back(frame);
         }
     }
-    ASSERT_GE(frames.size(), 2U);
-    const auto& image = std::get<std::vector<ImageSubtitle>>(frames[0]->subtitles).at(0);
-    EXPECT_EQ(image.image->pixelFormat(), kCVPixelFormatType_32BGRA);
-    EXPECT_EQ(image.image->width(), image.imageFrame.width);
-    ASSERT_TRUE(image.videoDimensions);
-    EXPECT_GE(image.videoDimensions->width, image.imageFrame.x + image.imageFrame.width);
-    EXPECT_TRUE(std::holds_alternative<ClearPreviousSubtitles>(frames[1]->subtitles));
-    EXPECT_GT(frames[0]->endTime - frames[0]->startTime, CMTime(40 * 24 * 3600, 1));
+    ASSERT_EQ(frames.size(), 2U);
+    EXPECT_TRUE(std::holds_alternative<ClearPreviousSubtitles>(frames[0]->subtitles));
+    const auto& images = std::get<std::vector<ImageSubtitle>>(frames[1]->subtitles);
+    ASSERT_EQ(images.size(), 2U);
+    EXPECT_EQ(images[0].image->pixelFormat(), kCVPixelFormatType_32BGRA);
+    EXPECT_EQ(images[0].image->width(), 777);
+    EXPECT_EQ(images[0].imageFrame, (CGRect{571, 81, 777, 45}));
+    ASSERT_TRUE(images[0].videoDimensions);
+    EXPECT_EQ(images[0].videoDimensions->squarePixelSize, (CGSize{1920, 1080}));
+    EXPECT_GT(frames[1]->endTime - frames[1]->startTime, CMTime(49LL * 24 * 3600, 1));
 }
 
 TEST(TextSubtitlesDecoder, joinsItsRectanglesByLineFeeds) {

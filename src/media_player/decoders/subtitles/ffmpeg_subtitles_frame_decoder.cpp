@@ -107,6 +107,21 @@ void setEncoding(AVCodecContext& context, const std::optional<std::string>& enco
         encoding ? FF_SUB_CHARENC_MODE_PRE_DECODER : FF_SUB_CHARENC_MODE_DO_NOTHING;
 }
 
+/// The two display times are milliseconds from the time of the packet. Those who show a frame take
+/// it for granted that it does not end before it starts; one that clears has no use for its end.
+SubtitlesFrame timedFrame(const AVSubtitle& record, Subtitles subtitles) {
+    const CMTime base(record.pts, AV_TIME_BASE);
+    const CMTime start = base + CMTime(record.start_display_time, 1000);
+    const CMTime end = base + CMTime(record.end_display_time, 1000);
+    if (std::holds_alternative<ClearPreviousSubtitles>(subtitles)) {
+        return {start, std::max(start, end), std::move(subtitles)};
+    }
+    if (end < start) {
+        throw SubtitlesTimeError();
+    }
+    return {start, end, std::move(subtitles)};
+}
+
 } // namespace
 
 FFmpegSubtitlesFrameDecoder::FFmpegSubtitlesFrameDecoder(
@@ -139,27 +154,17 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet
     if (hasSubtitle == 0) {
         return nullptr;
     }
-    Subtitles subtitles = ClearPreviousSubtitles{};
-    if (!record.rectangles().empty()) {
-        subtitles = subtitlesDecoder_->makeSubtitles(record.rectangles());
-    }
-    const CMTime base(record->pts, AV_TIME_BASE);
-    const CMTime start = base + CMTime(record->start_display_time, 1000);
-    const CMTime end = base + CMTime(record->end_display_time, 1000);
-    if (std::holds_alternative<ClearPreviousSubtitles>(subtitles)) {
-        return std::make_shared<const SubtitlesFrame>(
-            SubtitlesFrame{start, std::max(start, end), std::move(subtitles)});
-    }
-    if (end < start) {
-        throw SubtitlesTimeError();
-    }
-    return std::make_shared<const SubtitlesFrame>(SubtitlesFrame{start, end, std::move(subtitles)});
+    auto subtitles = record.rectangles().empty()
+                         ? Subtitles(ClearPreviousSubtitles{})
+                         : subtitlesDecoder_->makeSubtitles(record.rectangles());
+    return std::make_shared<const SubtitlesFrame>(timedFrame(*record.get(), std::move(subtitles)));
 }
 
-void FFmpegSubtitlesFrameDecoder::setCharacterEncoding(const std::optional<std::string>& encoding) {
-    const bool isUsable =
-        encoding && holdsLinesOfText(*decoderContext_) && isKnownEncoding(*encoding);
-    characterEncoding_ = isUsable ? encoding : std::nullopt;
+void FFmpegSubtitlesFrameDecoder::setCharacterEncoding(
+    const std::optional<std::string>& characterEncoding) {
+    const bool isUsable = characterEncoding && holdsLinesOfText(*decoderContext_) &&
+                          isKnownEncoding(*characterEncoding);
+    characterEncoding_ = isUsable ? characterEncoding : std::nullopt;
     setEncoding(*decoderContext_, characterEncoding_);
 }
 

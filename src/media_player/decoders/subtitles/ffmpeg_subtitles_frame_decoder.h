@@ -35,11 +35,9 @@ class FFmpegSubtitlesFrameDecoder final : public SubtitlesFrameDecoder {
     /// lost.
     SubtitlesFrameRef dequeueFrame(const Packet& packet);
 
-    const std::optional<std::string>& characterEncoding() const { return characterEncoding_; }
-    /// The encoding of the packets' text, as iconv names it, or none for UTF-8. A name that iconv
-    /// does not know counts as none, and so does any name for a stream that does not hold lines of
-    /// text.
-    void setCharacterEncoding(const std::optional<std::string>& encoding);
+    std::optional<std::string> characterEncoding() const override { return characterEncoding_; }
+    /// None for a name that iconv does not know, and for a stream that does not hold lines of text.
+    void setCharacterEncoding(const std::optional<std::string>& characterEncoding) override;
 
     const AVCodecContext& decoderContext() const { return *decoderContext_; }
 
