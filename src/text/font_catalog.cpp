@@ -13,7 +13,8 @@ namespace zelvane {
 namespace {
 
 constexpr std::string_view kGenericFamily = "sans-serif";
-/// A script may ask for any number of names; this many answers are worth remembering.
+/// To ask for a family in the place of another takes the better part of a millisecond, and a script
+/// may name any number: beyond this many, names that are not installed are just that.
 constexpr std::size_t kMaximumRememberedNames = 1024;
 
 template <auto destroy>
@@ -189,7 +190,7 @@ struct FontCatalog::State {
             return known->second;
         }
         if (remembered.size() >= kMaximumRememberedNames) {
-            remembered.clear();
+            return std::nullopt;
         }
         return remembered.emplace(key, substitute(key)).first->second;
     }

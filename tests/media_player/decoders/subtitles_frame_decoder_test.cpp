@@ -43,6 +43,14 @@ class BareStream {
 
     AVStream& stream() { return *stream_; }
 
+    void setHeader(std::string_view header) {
+        auto& parameters = *stream_->codecpar;
+        parameters.extradata =
+            static_cast<std::uint8_t*>(av_mallocz(header.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        std::copy(header.begin(), header.end(), parameters.extradata);
+        parameters.extradata_size = static_cast<int>(header.size());
+    }
+
   private:
     std::unique_ptr<AVFormatContext, ffmpeg::FreeObject<avformat_free_context>> context_;
     AVStream* stream_;
@@ -125,11 +133,7 @@ TEST(SubtitlesFrameDecoder, onlyFilesThatAreScriptsHaveColumnsOfTheirOwn) {
     for (const auto& [timeBase, text] :
          std::vector<Case>{{{1, 100}, "Default,,0,0,0,,Hi"}, {{1, 1000}, "Hi"}}) {
         BareStream source(AV_CODEC_ID_ASS, timeBase);
-        auto& parameters = *source.stream().codecpar;
-        parameters.extradata =
-            static_cast<std::uint8_t*>(av_mallocz(header.size() + AV_INPUT_BUFFER_PADDING_SIZE));
-        std::copy(header.begin(), header.end(), parameters.extradata);
-        parameters.extradata_size = static_cast<int>(header.size());
+        source.setHeader(header);
         FFmpegSubtitlesFrameDecoder decoder(source.stream());
         const auto frame = decoder.dequeueFrame(packetOf("0,0,Default,,0,0,0,,Hi", 0, 100));
         ASSERT_NE(frame, nullptr);
@@ -177,6 +181,19 @@ TEST(SubtitlesFrameDecoder, encodingsAreUsedWhereTheyAreKnownAndHarmless) {
         otherDecoder.setCharacterEncoding("CP1251");
         EXPECT_EQ(otherDecoder.characterEncoding(), std::nullopt);
     }
+}
+
+TEST(SubtitlesFrameDecoder, theHeaderOfAScriptIsInTheEncodingOfItsLines) {
+    BareStream source(AV_CODEC_ID_ASS);
+    // "Да", as CP1251 has it.
+    source.setHeader("[V4+ Styles]\nFormat: Name, Fontsize, Alignment\nStyle: \xc4\xe0,33,2\n");
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    decoder.setCharacterEncoding("CP1251");
+    const auto frame = decoder.dequeueFrame(packetOf("0,0,\xc4\xe0,,0,0,0,,\xc4\xe0", 0, 1000));
+    ASSERT_NE(frame, nullptr);
+    const auto& line = std::get<std::vector<FormattedTextSubtitle>>(frame->subtitles).at(0);
+    EXPECT_EQ(line.formattedText->text(), "Да");
+    EXPECT_EQ(line.style.scalingInfo.initialBaseFontSize, 33);
 }
 
 /// A picture of DVD, 4 × 2 pixels, shown and taken away after so many units of 1024/90 ms.

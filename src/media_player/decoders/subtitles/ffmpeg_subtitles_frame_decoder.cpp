@@ -2,11 +2,14 @@
 #include "media_player/decoders/subtitles/ffmpeg_subtitles_frame_decoder.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <utility>
 
 #include <iconv.h>
 
 #include "core_media/ffmpeg_error.h"
+#include "foundation/log.h"
 #include "media_player/decoders/common/ffmpeg_decoding.h"
 #include "media_player/decoders/subtitles/ass_stock_form.h"
 
@@ -67,14 +70,15 @@ makeFormattedTextDecoder(const AVCodecContext& context, std::string_view header,
 /// What a codec says of itself counts, not which one it is. Events of a script without a header are
 /// events all the same.
 std::unique_ptr<FFmpegSubtitlesDecoder>
-makeSubtitlesDecoder(const AVCodecContext& context, std::shared_ptr<SubtitleTextStyling> styling) {
+makeSubtitlesDecoder(const AVCodecContext& context,
+                     const std::shared_ptr<SubtitleTextStyling>& styling) {
     if (hasProperty(context, AV_CODEC_PROP_TEXT_SUB)) {
         const std::string_view header = subtitleHeader(context);
         if (header.empty() && !isScript(context)) {
             return std::make_unique<FFmpegTextSubtitlesDecoder>();
         }
         return makeFormattedTextDecoder(context, header.empty() ? kDefaultASSHeader : header,
-                                        std::move(styling));
+                                        styling);
     }
     if (hasProperty(context, AV_CODEC_PROP_BITMAP_SUB)) {
         return std::make_unique<FFmpegImageSubtitlesDecoder>(context);
@@ -82,14 +86,39 @@ makeSubtitlesDecoder(const AVCodecContext& context, std::shared_ptr<SubtitleText
     throw FFmpegError::simple(FFmpegError::Case::unknownSubtitleType);
 }
 
-/// libavcodec stops the process when iconv does not know the name.
-bool isKnownEncoding(const std::string& encoding) {
-    iconv_t const converter = iconv_open("UTF-8", encoding.c_str());
-    if (converter == reinterpret_cast<iconv_t>(-1)) {
-        return false;
+struct CloseConverter {
+    void operator()(void* converter) const { iconv_close(converter); }
+};
+using Converter = std::unique_ptr<void, CloseConverter>;
+
+/// Into UTF-8; null for a name that iconv does not know, at which libavcodec stops the process.
+Converter converterFrom(const std::string& encoding) {
+    void* converter = iconv_open("UTF-8", encoding.c_str());
+    return Converter(converter == reinterpret_cast<void*>(-1) ? nullptr : converter);
+}
+
+/// As UTF-8, with a question mark for each byte that means nothing.
+std::string converted(std::string_view bytes, const std::string& encoding) {
+    const Converter converter = converterFrom(encoding);
+    std::string input(bytes);
+    char* rest = input.data();
+    std::size_t restSize = input.size();
+    std::string text;
+    while (converter != nullptr && restSize > 0) {
+        std::array<char, 1024> block{};
+        char* end = block.data();
+        std::size_t room = block.size();
+        const bool isStuck =
+            iconv(converter.get(), &rest, &restSize, &end, &room) == static_cast<std::size_t>(-1) &&
+            errno != E2BIG;
+        text.append(block.data(), block.size() - room);
+        if (isStuck && restSize > 0) {
+            text += '?';
+            ++rest;
+            --restSize;
+        }
     }
-    iconv_close(converter);
-    return true;
+    return text;
 }
 
 /// The whole packet is converted, which ruins pixels, and the offsets that follow the text in
@@ -125,11 +154,12 @@ SubtitlesFrame timedFrame(const AVSubtitle& record, Subtitles subtitles) {
 } // namespace
 
 FFmpegSubtitlesFrameDecoder::FFmpegSubtitlesFrameDecoder(
-    const AVStream& stream, std::shared_ptr<SubtitleTextStyling> styling) {
+    const AVStream& stream, std::shared_ptr<SubtitleTextStyling> styling)
+    : styling_(std::move(styling)) {
     const AVCodec* codec = findDecoder(*stream.codecpar, AVMEDIA_TYPE_SUBTITLE);
     decoderContext_ = makeDecoderContext(*stream.codecpar, codec, stream.time_base);
     openDecoder(codec, *decoderContext_);
-    subtitlesDecoder_ = makeSubtitlesDecoder(*decoderContext_, std::move(styling));
+    subtitlesDecoder_ = makeSubtitlesDecoder(*decoderContext_, styling_);
 }
 
 void FFmpegSubtitlesFrameDecoder::flush() {
@@ -163,9 +193,28 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet
 void FFmpegSubtitlesFrameDecoder::setCharacterEncoding(
     const std::optional<std::string>& characterEncoding) {
     const bool isUsable = characterEncoding && holdsLinesOfText(*decoderContext_) &&
-                          isKnownEncoding(*characterEncoding);
+                          converterFrom(*characterEncoding) != nullptr;
     characterEncoding_ = isUsable ? characterEncoding : std::nullopt;
     setEncoding(*decoderContext_, characterEncoding_);
+    if (isScript(*decoderContext_)) {
+        readHeaderAnew();
+    }
+}
+
+/// libavcodec converts packets, but not the header, whose names of styles the packets have.
+void FFmpegSubtitlesFrameDecoder::readHeaderAnew() {
+    const std::string_view header = subtitleHeader(*decoderContext_);
+    if (header.empty()) {
+        return;
+    }
+    const std::string text =
+        characterEncoding_ ? converted(header, *characterEncoding_) : std::string(header);
+    try {
+        subtitlesDecoder_ = makeFormattedTextDecoder(*decoderContext_, text, styling_);
+    } catch (const ASSDecodingError& error) {
+        // Names that were different are the same now: the decoder that is there does better.
+        logMessage("Failed to read the header of a script anew: {}.", errorDescriptionText(error));
+    }
 }
 
 } // namespace zelvane

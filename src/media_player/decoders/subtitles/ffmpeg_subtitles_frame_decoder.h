@@ -42,6 +42,9 @@ class FFmpegSubtitlesFrameDecoder final : public SubtitlesFrameDecoder {
     const AVCodecContext& decoderContext() const { return *decoderContext_; }
 
   private:
+    void readHeaderAnew();
+
+    std::shared_ptr<SubtitleTextStyling> styling_;
     std::optional<std::string> characterEncoding_;
     ffmpeg::CodecContext decoderContext_;
     std::unique_ptr<FFmpegSubtitlesDecoder> subtitlesDecoder_;
