@@ -204,7 +204,8 @@ TEST(Inspect, subtitlesOfTheNamedTrackOrPictures) {
     EXPECT_EQ(inspect("subtitles", clip, "--track 2").status, 2);
 
     ZELVANE_NEEDS_SHARED_MEDIA(media);
-    const auto pictures = inspect("subtitles", media / "subtitles/embedded/gen_dvdsub.mkv");
+    const auto pictures =
+        inspect("subtitles", media / "subtitles/embedded/subtitleedit_sample_XSUB.avi");
     ASSERT_FALSE(pictures.lines().empty());
     for (const Json& frame : pictures.lines()) {
         EXPECT_EQ(frame["kind"], "images");

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <atomic>
 #include <ctime>
 #include <functional>
+#include <future>
 #include <string>
 #include <vector>
 
@@ -321,6 +323,33 @@ TEST_F(ASSDecoderTest, aLineCostsTwentyMicrosecondsAtMost) {
     EXPECT_EQ(length, kLines * std::string("A sign and\nwords").size());
     EXPECT_LE(each, kMicroseconds);
     fmt::print("{:.2f} us for a line\n", each);
+}
+
+TEST_F(ASSDecoderTest, stylesMayChangeWhileLinesAreDecoded) {
+    decoder();
+    std::atomic<bool> isOver = false;
+    auto changes = std::async(std::launch::async, [&] {
+        int count = 0;
+        for (; !isOver || count == 0; ++count) {
+            styling_->notify();
+        }
+        return count;
+    });
+    for (int i = 0; i < 2000; ++i) {
+        ASSERT_EQ(decode("{\\rLoud}x").formattedText->runs().size(), 1U);
+    }
+    isOver = true;
+    EXPECT_GE(changes.get(), 1);
+}
+
+TEST_F(ASSDecoderTest, endlessChangesOfLooksCostBoundedMemory) {
+    std::string text;
+    for (int i = 0; i < 50000; ++i) {
+        text += i % 2 == 0 ? "{\\b1}x" : "{\\b0}y";
+    }
+    const auto line = decode(text).formattedText;
+    EXPECT_EQ(line->text().size(), 50000U);
+    EXPECT_LE(line->runs().size(), 4096U);
 }
 
 TEST_F(ASSDecoderTest, aHeaderThatFailsFailsTheDecoder) {

@@ -14,6 +14,9 @@ constexpr double kAlphaOfShadowWithoutColor = 1.0 / 3.0;
 /// The colour tags' numbers.
 constexpr int kOutlineNumber = 3;
 constexpr int kShadowNumber = 4;
+/// Each run takes a hundred times the memory of the tag that begins it. No line that is meant to be
+/// read has as many; the words behind them keep the looks of the last.
+constexpr std::size_t kMaximumRunCount = 4096;
 constexpr std::size_t kMaximumDescribedBytes = 24;
 
 std::string bytesDescription(std::string_view bytes) {
@@ -74,11 +77,20 @@ void ASSOverrideState::text(std::string_view bytes) {
                    bytesDescription(bytes));
         return;
     }
-    output_.append(bytes, current());
+    append(bytes);
+}
+
+void ASSOverrideState::append(std::string_view text) {
+    const auto& runs = output_.runs();
+    if (runs.size() < kMaximumRunCount) {
+        output_.append(text, current());
+    } else {
+        output_.append(text, StringAttributes(runs.back().attributes));
+    }
 }
 
 void ASSOverrideState::newLine(bool /*forced*/) {
-    output_.append("\n", current());
+    append("\n");
 }
 
 void ASSOverrideState::setTrait(FontTraitMask trait, Switch value) {

@@ -34,6 +34,7 @@ class ASSOverrideState final : public ASSOverrideCallbacks {
     }
     bool isRestricted() const { return currentStyle_.shouldRestrictOverridesToBasicAttributes; }
     void setTrait(FontTraitMask trait, Switch value);
+    void append(std::string_view text);
 
     AttributedString output_;
     const SubtitleTextStyle& baseStyle_;
