@@ -97,7 +97,7 @@ class ASSDecoder::Styles {
 };
 
 ASSDecoder::ASSDecoder(std::string_view headerBytes, ASSHeaderOrigin origin,
-                       std::shared_ptr<SubtitleTextStyling> styling)
+                       const std::shared_ptr<SubtitleTextStyling>& styling)
     : splitter_(splitHeader(headerBytes)),
       styles_(std::make_shared<Styles>(*splitter_, origin, styling)) {
     userSpecifiedStyleObserverToken_ =

@@ -31,7 +31,7 @@ class ASSDecoder {
 
     /// Throws DecodingError for a header that cannot be used.
     ASSDecoder(std::string_view headerBytes, ASSHeaderOrigin origin,
-               std::shared_ptr<SubtitleTextStyling> styling);
+               const std::shared_ptr<SubtitleTextStyling>& styling);
     ~ASSDecoder();
     ASSDecoder(const ASSDecoder&) = delete;
     ASSDecoder& operator=(const ASSDecoder&) = delete;

@@ -283,7 +283,7 @@ bool appendRecord(std::vector<Record>& records, std::span<const Field<Record>> f
 } // namespace
 
 std::unique_ptr<ASSSplitter> ASSSplitter::make(std::string_view header) {
-    std::unique_ptr<ASSSplitter> splitter(new ASSSplitter);
+    auto splitter = std::make_unique<ASSSplitter>();
     return splitter->split(header) ? std::move(splitter) : nullptr;
 }
 

@@ -75,6 +75,8 @@ class ASSSplitter {
     /// Records of one kind that a piece of text may have; a longer one is not split at all.
     static constexpr std::size_t kMaximumRecordCount = 65536;
 
+    /// One that has seen nothing yet.
+    ASSSplitter() = default;
     /// Nothing when the header cannot be split.
     static std::unique_ptr<ASSSplitter> make(std::string_view header);
 
@@ -89,8 +91,6 @@ class ASSSplitter {
 
   private:
     static constexpr std::size_t kSectionCount = 4;
-
-    ASSSplitter() = default;
 
     [[nodiscard]] bool split(std::string_view text);
     [[nodiscard]] bool splitSection(std::string_view& text);

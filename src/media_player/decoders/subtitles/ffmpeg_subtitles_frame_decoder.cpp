@@ -60,11 +60,11 @@ ASSEventColumns eventColumns(const AVCodecContext& context) {
 
 std::unique_ptr<FFmpegSubtitlesDecoder>
 makeFormattedTextDecoder(const AVCodecContext& context, std::string_view header,
-                         std::shared_ptr<SubtitleTextStyling> styling) {
+                         const std::shared_ptr<SubtitleTextStyling>& styling) {
     const auto origin =
         isScript(context) ? ASSHeaderOrigin::script : ASSHeaderOrigin::madeByLibrary;
-    return std::make_unique<FFmpegFormattedTextSubtitlesDecoder>(std::make_unique<ASSDecoder>(
-        scriptHeader(header, eventColumns(context)), origin, std::move(styling)));
+    return std::make_unique<FFmpegFormattedTextSubtitlesDecoder>(
+        std::make_unique<ASSDecoder>(scriptHeader(header, eventColumns(context)), origin, styling));
 }
 
 /// What a codec says of itself counts, not which one it is. Events of a script without a header are
