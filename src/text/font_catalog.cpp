@@ -197,7 +197,8 @@ struct FontCatalog::State {
 };
 
 FontCatalog& FontCatalog::shared() {
-    static FontCatalog catalog;
+    // Never destroyed: threads may decode until the process is gone.
+    static FontCatalog& catalog = *std::make_unique<FontCatalog>().release();
     return catalog;
 }
 
