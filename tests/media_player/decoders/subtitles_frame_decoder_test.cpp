@@ -80,6 +80,7 @@ TEST(SubtitlesFrameDecoder, timesComeFromThePacketInItsStreamsUnits) {
     ASSERT_NE(endless, nullptr);
     EXPECT_EQ(endless->endTime, endless->startTime);
 
+    EXPECT_THROW(decoder.dequeueFrame(packetOf("Backwards", 90000, -90000)), SubtitlesTimeError);
     EXPECT_TRUE(decoder.decode(Packet()).empty());
     const auto timeless = decoder.dequeueFrame(packetOf("When?", AV_NOPTS_VALUE, 90000));
     ASSERT_NE(timeless, nullptr);

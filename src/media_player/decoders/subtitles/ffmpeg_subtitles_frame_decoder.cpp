@@ -187,6 +187,10 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet
     auto subtitles = record.rectangles().empty()
                          ? Subtitles(ClearPreviousSubtitles{})
                          : subtitlesDecoder_->makeSubtitles(record.rectangles());
+    // Minus one stands for unknown; what lies below would be wrapped around to some weeks.
+    if (packet.avPacket().duration < -1) {
+        throw SubtitlesTimeError();
+    }
     return std::make_shared<const SubtitlesFrame>(timedFrame(*record.get(), std::move(subtitles)));
 }
 
