@@ -35,7 +35,9 @@ class FFmpegSubtitlesFrameDecoder final : public SubtitlesFrameDecoder {
     /// lost.
     SubtitlesFrameRef dequeueFrame(const Packet& packet);
 
-    std::optional<std::string> characterEncoding() const override { return characterEncoding_; }
+    const std::optional<std::string>& characterEncoding() const override {
+        return characterEncoding_;
+    }
     /// None for a name that iconv does not know, and for a stream that does not hold lines of text.
     void setCharacterEncoding(const std::optional<std::string>& characterEncoding) override;
 
