@@ -17,6 +17,14 @@ struct CGRect {
     friend bool operator==(const CGRect&, const CGRect&) = default;
 };
 
+struct NSEdgeInsets {
+    double top = 0;
+    double left = 0;
+    double bottom = 0;
+    double right = 0;
+    friend bool operator==(const NSEdgeInsets&, const NSEdgeInsets&) = default;
+};
+
 /// x' = a x + c y + tx, y' = b x + d y + ty.
 struct CGAffineTransform {
     double a = 1;

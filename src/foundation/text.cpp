@@ -41,7 +41,59 @@ std::size_t trailingSpace(std::string_view text) {
     return found == kWideSpaces.end() ? 0 : found->size();
 }
 
+/// The bytes of the sequence that `lead` begins, 0 where it cannot begin one.
+std::size_t sequenceLength(unsigned char lead) {
+    if (lead < 0x80) {
+        return 1;
+    }
+    if (lead >= 0xc2 && lead <= 0xdf) {
+        return 2;
+    }
+    if (lead >= 0xe0 && lead <= 0xef) {
+        return 3;
+    }
+    return lead >= 0xf0 && lead <= 0xf4 ? 4 : 0;
+}
+
+/// The lead bytes that could begin a longer form than needed, a surrogate or a number above
+/// U+10FFFF leave less room for the byte behind them.
+bool canFollowLead(unsigned char lead, unsigned char second) {
+    switch (lead) {
+    case 0xe0:
+        return second >= 0xa0 && second <= 0xbf;
+    case 0xed:
+        return second >= 0x80 && second <= 0x9f;
+    case 0xf0:
+        return second >= 0x90 && second <= 0xbf;
+    case 0xf4:
+        return second >= 0x80 && second <= 0x8f;
+    default:
+        return second >= 0x80 && second <= 0xbf;
+    }
+}
+
+bool isSequence(std::string_view bytes) {
+    for (std::size_t i = 2; i < bytes.size(); ++i) {
+        if ((static_cast<unsigned char>(bytes[i]) & 0xc0U) != 0x80) {
+            return false;
+        }
+    }
+    return bytes.size() < 2 || canFollowLead(static_cast<unsigned char>(bytes[0]),
+                                             static_cast<unsigned char>(bytes[1]));
+}
+
 } // namespace
+
+bool isValidUTF8(std::string_view bytes) {
+    while (!bytes.empty()) {
+        const std::size_t length = sequenceLength(static_cast<unsigned char>(bytes.front()));
+        if (length == 0 || length > bytes.size() || !isSequence(bytes.substr(0, length))) {
+            return false;
+        }
+        bytes.remove_prefix(length);
+    }
+    return true;
+}
 
 std::string_view trimmingWhitespace(std::string_view text) {
     while (const std::size_t length = leadingSpace(text)) {

@@ -12,5 +12,7 @@ std::string_view trimmingWhitespace(std::string_view text);
 
 /// `text` as UTF-8, with U+FFFD in place of what is none.
 std::string repairedUTF8(std::string_view text);
+/// Whether `bytes` are UTF-8 throughout, in shortest form and without surrogates.
+bool isValidUTF8(std::string_view bytes);
 
 } // namespace zelvane

@@ -197,6 +197,61 @@ TEST(Inspect, audioWritesTheSamplesOfTheNamedTrack) {
     EXPECT_EQ(ours.text, theirs.text);
 }
 
+TEST(Inspect, subtitlesShowTheirLooksAndSayWhatIsLost) {
+    const test::TemporaryFolder folder;
+    const auto script = folder.path() / "script.ass";
+    std::ofstream(script) << "[Script Info]\nPlayResX: 640\nPlayResY: 360\n[V4+ Styles]\n"
+                             "Format: Name, Fontsize, PrimaryColour, Alignment, MarginV\n"
+                             "Style: Default,18,&H000000FF,7,4\n[Events]\n"
+                             "Format: Layer, Start, End, Style, Text\n"
+                             "Dialogue: 0,0:00:01.50,0:00:03.00,Default,plain {\\i1}slanted\n"
+                             "Dialogue: 0,0:00:04.00,0:00:05.00,Default,{\\b1\n";
+    const auto shown = inspect("subtitles", script);
+    ASSERT_EQ(shown.status, 0);
+    ASSERT_EQ(shown.lines().size(), 1U);
+    const Json frame = shown.lines()[0];
+    EXPECT_EQ(frame["start"], 1.5);
+    EXPECT_EQ(frame["end"], 3.0);
+    EXPECT_EQ(frame["kind"], "formattedText");
+    const Json& item = frame["items"][0];
+    EXPECT_EQ(item["text"], "plain slanted");
+    EXPECT_EQ(item["runs"][1]["text"], "slanted");
+    EXPECT_EQ(item["runs"][1]["font"]["italic"], true);
+    EXPECT_EQ(item["runs"][1]["color"], "#ff0000ff");
+    EXPECT_EQ(item["style"]["alignment"], "left");
+    EXPECT_EQ(item["style"]["percentOfVideoHeight"], 5.0);
+
+    const auto lost = run("{ " ZELVANE_INSPECT " subtitles '" + script.string() +
+                          "' 2>&1 >/dev/null | grep '^{'; }");
+    EXPECT_EQ(lost.json(),
+              (Json{{"lost", "Invalid data found when processing input"}, {"start", 4.0}}));
+}
+
+TEST(Inspect, subtitlesOfTheNamedTrackOrPictures) {
+    const test::TemporaryFolder folder;
+    for (const std::string name : {"first", "second"}) {
+        std::ofstream(folder.path() / (name + ".srt")) << "1\n00:00:01,000 --> 00:00:02,000\n"
+                                                       << name << "\n";
+    }
+    const auto clip = folder.path() / "two.mkv";
+    run("ffmpeg -v error -i '" + (folder.path() / "first.srt").string() + "' -i '" +
+        (folder.path() / "second.srt").string() + "' -map 0 -map 1 -c copy '" + clip.string() +
+        "'");
+    EXPECT_EQ(inspect("subtitles", clip).json()["items"][0]["text"], "first");
+    EXPECT_EQ(inspect("subtitles", clip, "--track 1").json()["items"][0]["text"], "second");
+    EXPECT_EQ(inspect("subtitles", clip, "--track 2").status, 2);
+
+    ZELVANE_NEEDS_SHARED_MEDIA(media);
+    const auto pictures =
+        inspect("subtitles", media / "subtitles/embedded/subtitleedit_sample_XSUB.avi");
+    ASSERT_FALSE(pictures.lines().empty());
+    for (const Json& frame : pictures.lines()) {
+        EXPECT_EQ(frame["kind"], "images");
+        EXPECT_GT(frame["images"][0]["w"], 0);
+        EXPECT_EQ(frame["images"][0]["sha256"].get<std::string>().size(), 64U);
+    }
+}
+
 TEST(Inspect, playShowsOrDropsEachFrame) {
     const auto played = inspect("play", twoTrackClip(), "--rate 2");
     ASSERT_EQ(played.status, 0);

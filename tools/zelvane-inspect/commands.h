@@ -15,6 +15,9 @@ int runLoad(const Arguments& arguments);
 int runFrames(const Arguments& arguments);
 /// A line for each buffer of the audio track.
 int runAudio(const Arguments& arguments);
+/// A line for each frame of a subtitles track, of a film or of a file of subtitles alone; and on
+/// standard error a line {"lost", "start"} for each that cannot be shown, or for the whole track.
+int runSubtitles(const Arguments& arguments);
 /// Decodes the default video and audio tracks as fast as possible, side by side as in the player,
 /// and reports what it took.
 int runDecode(const Arguments& arguments);

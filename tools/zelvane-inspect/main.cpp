@@ -25,6 +25,7 @@ constexpr const char* kUsage =
     "  load FILE\n"
     "  frames FILE [--track N] [--from S] [--count N]\n"
     "  audio FILE [--track N] [--from S] [--count N] [--pcm OUT]\n"
+    "  subtitles FILE [--track N]\n"
     "  decode FILE\n"
     "  play FILE [--audio null|pulse] [--video null|window] [--rate R] [--for S]\n"
     "  seek FILE --to S [--to S]...\n"
@@ -37,6 +38,7 @@ int run(int argc, char** argv) {
     const std::map<std::string, std::function<int(const Arguments&)>> commands{
         {"load", runLoad},     {"frames", runFrames}, {"audio", runAudio},
         {"decode", runDecode}, {"play", runPlay},     {"seek", runSeek},
+        {"subtitles", runSubtitles},
     };
     try {
         const Arguments arguments(argc, argv);

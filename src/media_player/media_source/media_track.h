@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "core_media/ffmpeg.h"
+#include "core_media/video_dimensions.h"
 #include "foundation/atomic.h"
 #include "media_player/decoders/common/media_decoder.h"
 #include "media_player/decoders/subtitles/subtitles_frame_decoder.h"
 #include "media_player/media_source/media_characteristics.h"
-#include "media_player/media_source/video_dimensions.h"
 
 namespace zelvane {
 

@@ -3,8 +3,8 @@
 
 #include <memory>
 
+#include "core_media/video_dimensions.h"
 #include "media_player/decoders/subtitles/subtitles_frame.h"
-#include "media_player/media_source/video_dimensions.h"
 
 namespace zelvane {
 

@@ -1,192 +1,367 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <fstream>
+#include <array>
+#include <cstring>
 #include <string>
 #include <vector>
 
-#include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "media_player/decoders/subtitles/ass_dialogue_text.h"
+#include "core_media/ffmpeg_pixel_buffer.h"
+#include "media_player/decoders/subtitles/ass_stock_form.h"
 #include "media_player/decoders/subtitles/ffmpeg_subtitles_frame_decoder.h"
 #include "tests/media_player/decoders/demuxed_stream.h"
+#include "tests/media_player/decoders/fake_text_styling.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
 
 namespace zelvane {
 namespace {
 
-namespace fs = std::filesystem;
 using test::DemuxedStream;
 using test::LogCapture;
 
-TEST(ASSDialogueText, isWhatAPersonReads) {
-    struct Case {
-        std::string dialogue;
-        std::string text;
-    };
-    const std::string manyOpen(200000, '{');
-    const std::vector<Case> cases{
-        {"0,0,Default,,0,0,0,,Hello", "Hello"},
-        {"12,3,Sign,Bob,10,20,30,fade,One, two, three", "One, two, three"},
-        {R"(0,0,Default,,0,0,0,,{\i1}slanted{\i0} and {\an8\fs20}high)", "slanted and high"},
-        {R"(0,0,Default,,0,0,0,,first\Nsecond\nthird)", "first\nsecond\nthird"},
-        {R"(0,0,Default,,0,0,0,,no\hbreak)", "no\u00a0break"},
-        {R"(0,0,Default,,0,0,0,,C:\dir\)", R"(C:\dir\)"},
-        {"0,0,Default,,0,0,0,,open {brace", "open {brace"},
-        {"0,0,Default,,0,0,0,,closed} {gone}brace", "closed} brace"},
-        {"0,0,Default,,0,0,0,,ends\r\n", "ends"},
-        {"0,0,Default,,0,0,0,,", ""},
-        {"0,0,Default,,0,0,0", ""},
-        {"", ""},
-        {"0,0,Default,,0,0,0,," + manyOpen, manyOpen},
-    };
-    for (const auto& [dialogue, text] : cases) {
-        EXPECT_EQ(plainTextOfASSDialogue(dialogue), text) << dialogue.substr(0, 80);
-    }
+/// A packet of these bytes.
+Packet packetOf(std::string_view bytes, std::int64_t pts, std::int64_t duration) {
+    ffmpeg::AVPacketHandle packet(av_packet_alloc());
+    av_new_packet(packet.get(), static_cast<int>(bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), packet->data);
+    packet->pts = pts;
+    packet->duration = duration;
+    return Packet(std::move(packet));
 }
 
-std::vector<SubtitlesFrameRef> decodeAll(const DemuxedStream& stream) {
-    FFmpegSubtitlesFrameDecoder decoder(stream.stream());
-    std::vector<SubtitlesFrameRef> frames;
-    auto packets = stream.packets();
-    packets.push_back(std::make_shared<const Packet>());
-    for (const auto& packet : packets) {
-        const auto decoded = decoder.decode(*packet);
-        frames.insert(frames.end(), decoded.begin(), decoded.end());
-    }
-    return frames;
-}
-
-std::string srtTime(const CMTime& time) {
-    const auto total = time.convertScale(1000, CMTimeRoundingMethod::roundTowardZero).value();
-    return fmt::format("{:02}:{:02}:{:02},{:03}", total / 3600000, total / 60000 % 60,
-                       total / 1000 % 60, total % 1000);
-}
-
-std::string asSRT(const std::vector<SubtitlesFrameRef>& frames) {
-    std::string srt;
-    for (std::size_t i = 0; i < frames.size(); ++i) {
-        srt += fmt::format("{}\n{} --> {}\n{}\n\n", i + 1, srtTime(frames[i]->startTime),
-                           srtTime(frames[i]->endTime), frames[i]->text);
-    }
-    return srt;
-}
-
-/// The first subtitles stream as ffmpeg itself writes it without markup.
-std::string srtByFFmpeg(const fs::path& clip) {
-    const auto made = test::madeClip(
-        clip.filename().string() + ".plain.srt",
-        {"-copyts", "-i", clip.string(), "-map", "0:s:0", "-c:s", "text", "-f", "srt"});
-    std::ifstream stream(made);
-    std::string srt{std::istreambuf_iterator<char>(stream), {}};
-    std::erase(srt, '\r');
-    return srt;
-}
-
-TEST(SubtitlesFrameDecoder, givesTheTextsAndTimesThatFFmpegGives) {
-    ZELVANE_NEEDS_SHARED_MEDIA(media);
-    for (const char* name : {"sides/ArtPlayer_subtitle.srt", "sides/ArtPlayer_subtitle.jp.srt",
-                             "embedded/gen_webvtt.webm", "embedded/gen_ass_srt_mixed.mkv",
-                             "embedded/subtitleedit_sample_MP4.mp4",
-                             "embedded/androidx_sample_with_overlapping_srt.mkv"}) {
-        const auto clip = media / "subtitles" / name;
-        EXPECT_EQ(asSRT(decodeAll(DemuxedStream(clip, AVMEDIA_TYPE_SUBTITLE))), srtByFFmpeg(clip))
-            << name;
-    }
-}
-
-TEST(SubtitlesFrameDecoder, picturesGiveNoText) {
-    ZELVANE_NEEDS_SHARED_MEDIA(media);
-    for (const char* name : {"gen_pgs.m2ts", "gen_dvdsub.mkv", "fate_dvbsubtest_filter.ts"}) {
-        const DemuxedStream stream(media / "subtitles" / "embedded" / name, AVMEDIA_TYPE_SUBTITLE);
-        EXPECT_TRUE(decodeAll(stream).empty()) << name;
-    }
-}
-
-TEST(SubtitlesFrameDecoder, aFlushedDecoderGoesOn) {
-    ZELVANE_NEEDS_SHARED_MEDIA(media);
-    const DemuxedStream stream(media / "subtitles" / "embedded" / "gen_ass_srt_mixed.mkv",
-                               AVMEDIA_TYPE_SUBTITLE);
-    FFmpegSubtitlesFrameDecoder decoder(stream.stream());
-    const auto packets = stream.packets();
-    ASSERT_GE(packets.size(), 2U);
-    const auto before = decoder.decode(*packets[0]);
-    decoder.flush();
-    const auto after = decoder.decode(*packets[0]);
-    ASSERT_EQ(before.size(), 1U);
-    ASSERT_EQ(after.size(), 1U);
-    EXPECT_EQ(before[0]->text, after[0]->text);
-}
-
-/// A stream of SubRip without a file.
-class SubRipStream {
+/// A stream of subtitles without a file.
+class BareStream {
   public:
-    explicit SubRipStream(AVRational timeBase) : context_(avformat_alloc_context()) {
-        stream_ = avformat_new_stream(context_.get(), nullptr);
+    explicit BareStream(AVCodecID codecID, AVRational timeBase = {1, 1000})
+        : context_(avformat_alloc_context()),
+          stream_(avformat_new_stream(context_.get(), nullptr)) {
         stream_->time_base = timeBase;
         stream_->codecpar->codec_type = AVMEDIA_TYPE_SUBTITLE;
-        stream_->codecpar->codec_id = AV_CODEC_ID_SUBRIP;
+        stream_->codecpar->codec_id = codecID;
     }
 
     AVStream& stream() { return *stream_; }
 
-    static Packet packet(const std::string& text, std::int64_t pts, std::int64_t duration) {
-        ffmpeg::AVPacketHandle packet(av_packet_alloc());
-        av_new_packet(packet.get(), static_cast<int>(text.size()));
-        std::copy(text.begin(), text.end(), packet->data);
-        packet->pts = pts;
-        packet->duration = duration;
-        return Packet(std::move(packet));
+    void setHeader(std::string_view header) {
+        auto& parameters = *stream_->codecpar;
+        parameters.extradata =
+            static_cast<std::uint8_t*>(av_mallocz(header.size() + AV_INPUT_BUFFER_PADDING_SIZE));
+        std::copy(header.begin(), header.end(), parameters.extradata);
+        parameters.extradata_size = static_cast<int>(header.size());
     }
 
   private:
     std::unique_ptr<AVFormatContext, ffmpeg::FreeObject<avformat_free_context>> context_;
-    AVStream* stream_ = nullptr;
+    AVStream* stream_;
 };
 
+/// The case of the FFmpegError that `call` throws.
+template <class Call>
+std::optional<FFmpegError> thrownBy(const Call& call) {
+    try {
+        call();
+    } catch (const FFmpegError& error) {
+        return error;
+    }
+    return std::nullopt;
+}
+
 TEST(SubtitlesFrameDecoder, timesComeFromThePacketInItsStreamsUnits) {
-    SubRipStream source({1, 90000});
+    BareStream source(AV_CODEC_ID_SUBRIP, {1, 90000});
     FFmpegSubtitlesFrameDecoder decoder(source.stream());
-    const auto timed = decoder.decode(SubRipStream::packet("Hi <b>you</b>", 90000, 225000));
+    const auto timed = decoder.decode(packetOf("Hi <b>you</b>", 90000, 225000));
     ASSERT_EQ(timed.size(), 1U);
-    EXPECT_EQ(timed[0]->text, "Hi you");
+    EXPECT_EQ(plainText(timed[0]->subtitles), "Hi you");
     EXPECT_EQ(timed[0]->startTime, CMTime(1, 1));
     EXPECT_EQ(timed[0]->endTime, CMTime(7, 2));
 
-    const auto endless = decoder.decode(SubRipStream::packet("Stays", 90000, 0));
-    ASSERT_EQ(endless.size(), 1U);
-    EXPECT_EQ(endless[0]->endTime, kCMTimePositiveInfinity);
+    const auto endless = decoder.dequeueFrame(packetOf("Stays", 90000, 0));
+    ASSERT_NE(endless, nullptr);
+    EXPECT_EQ(endless->endTime, endless->startTime);
 
-    EXPECT_TRUE(decoder.decode(SubRipStream::packet("{\\an8}", 0, 90000)).empty());
+    EXPECT_THROW(decoder.dequeueFrame(packetOf("Backwards", 90000, -90000)), SubtitlesTimeError);
+    EXPECT_TRUE(decoder.decode(Packet()).empty());
+    const auto timeless = decoder.dequeueFrame(packetOf("When?", AV_NOPTS_VALUE, 90000));
+    ASSERT_NE(timeless, nullptr);
+    EXPECT_LT(timeless->startTime, CMTime(-1000000000, 1));
+    EXPECT_LE(timeless->startTime, timeless->endTime);
 }
 
-TEST(SubtitlesFrameDecoder, textWithoutATimeFails) {
-    const LogCapture log;
-    SubRipStream source({1, 1000});
+TEST(SubtitlesFrameDecoder, aFlushedDecoderGoesOn) {
+    BareStream source(AV_CODEC_ID_SUBRIP);
     FFmpegSubtitlesFrameDecoder decoder(source.stream());
-    try {
-        decoder.decode(SubRipStream::packet("When?", AV_NOPTS_VALUE, 1000));
-        ADD_FAILURE() << "a frame without a time came out";
-    } catch (const FFmpegError& error) {
-        EXPECT_EQ(error, FFmpegError::simple(FFmpegError::Case::noPresentationTimestamp));
-    }
+    const auto before = decoder.dequeueFrame(packetOf("Hi", 0, 1000));
+    decoder.flush();
+    const auto after = decoder.dequeueFrame(packetOf("Hi", 0, 1000));
+    EXPECT_EQ(plainText(before->subtitles), "Hi");
+    EXPECT_EQ(plainText(after->subtitles), "Hi");
 }
 
 TEST(SubtitlesFrameDecoder, refusesWhatItCannotDecode) {
-    SubRipStream source({1, 1000});
-    source.stream().codecpar->codec_id = AV_CODEC_ID_TTML;
-    try {
-        FFmpegSubtitlesFrameDecoder decoder(source.stream());
-        ADD_FAILURE() << "a decoder was made for TTML";
-    } catch (const FFmpegError& error) {
-        EXPECT_EQ(error, FFmpegError::decoderNotFound(AV_CODEC_ID_TTML));
+    const auto madeFor = [](AVCodecID codecID, AVMediaType mediaType) {
+        BareStream source(codecID);
+        source.stream().codecpar->codec_type = mediaType;
+        return thrownBy([&] { const FFmpegSubtitlesFrameDecoder decoder(source.stream()); });
+    };
+    EXPECT_EQ(madeFor(AV_CODEC_ID_TTML, AVMEDIA_TYPE_SUBTITLE),
+              FFmpegError::decoderNotFound(AV_CODEC_ID_TTML));
+    EXPECT_EQ(madeFor(AV_CODEC_ID_SUBRIP, AVMEDIA_TYPE_DATA),
+              FFmpegError::simple(FFmpegError::Case::unsupportedMediaType));
+    if (avcodec_find_decoder(AV_CODEC_ID_DVB_TELETEXT) != nullptr) {
+        EXPECT_EQ(madeFor(AV_CODEC_ID_DVB_TELETEXT, AVMEDIA_TYPE_SUBTITLE),
+                  FFmpegError::simple(FFmpegError::Case::unknownSubtitleType));
     }
-    source.stream().codecpar->codec_type = AVMEDIA_TYPE_DATA;
-    try {
+}
+
+TEST(SubtitlesFrameDecoder, aScriptWithoutAHeaderHasTheUsualOne) {
+    BareStream source(AV_CODEC_ID_ASS);
+    const auto styling = std::make_shared<test::FakeTextStyling>();
+    FFmpegSubtitlesFrameDecoder decoder(source.stream(), styling);
+    const auto frame = decoder.dequeueFrame(packetOf("0,0,Default,,0,0,0,,{\\i1}Hi", 0, 1000));
+    ASSERT_NE(frame, nullptr);
+    const auto& line = std::get<std::vector<FormattedTextSubtitle>>(frame->subtitles).at(0);
+    EXPECT_EQ(line.formattedText->text(), "Hi");
+    EXPECT_EQ(line.style.scalingInfo.initialBaseFontSize, 16);
+}
+
+TEST(SubtitlesFrameDecoder, onlyFilesThatAreScriptsHaveColumnsOfTheirOwn) {
+    const std::string header = "[Events]\nFormat: Layer, Start, End, Text\n";
+    struct Case {
+        AVRational timeBase;
+        const char* text;
+    };
+    for (const auto& [timeBase, text] :
+         std::vector<Case>{{{1, 100}, "Default,,0,0,0,,Hi"}, {{1, 1000}, "Hi"}}) {
+        BareStream source(AV_CODEC_ID_ASS, timeBase);
+        source.setHeader(header);
         FFmpegSubtitlesFrameDecoder decoder(source.stream());
-        ADD_FAILURE() << "a decoder was made for data";
-    } catch (const FFmpegError& error) {
-        EXPECT_EQ(error, FFmpegError::simple(FFmpegError::Case::unsupportedMediaType));
+        const auto frame = decoder.dequeueFrame(packetOf("0,0,Default,,0,0,0,,Hi", 0, 100));
+        ASSERT_NE(frame, nullptr);
+        EXPECT_EQ(plainText(frame->subtitles), text);
+    }
+}
+
+TEST(SubtitlesFrameDecoder, aMalformedLineLosesItsFrameAndNoOther) {
+    const LogCapture log;
+    BareStream source(AV_CODEC_ID_ASS);
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    EXPECT_EQ(
+        thrownBy([&] { decoder.dequeueFrame(packetOf("0,0,Default,,0,0,0,,{\\b1", 0, 1000)); }),
+        FFmpegError::fromStatus(AVERROR_INVALIDDATA));
+    EXPECT_THROW(decoder.dequeueFrame(packetOf("no event", 0, 1000)), ASSDecodingError);
+    EXPECT_NE(decoder.dequeueFrame(packetOf("0,0,Default,,0,0,0,,x", 0, 1000)), nullptr);
+}
+
+TEST(SubtitlesFrameDecoder, encodingsAreUsedWhereTheyAreKnownAndHarmless) {
+    const LogCapture log;
+    BareStream source(AV_CODEC_ID_SUBRIP);
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    const auto decoded = [&] {
+        return plainText(decoder.dequeueFrame(packetOf("\xc4\xe0", 0, 1000))->subtitles);
+    };
+    EXPECT_EQ(decoder.decoderContext().sub_charenc, nullptr);
+    EXPECT_ANY_THROW(decoded());
+    decoder.setCharacterEncoding("CP1251");
+    EXPECT_EQ(decoder.characterEncoding(), "CP1251");
+    EXPECT_EQ(decoded(), "Да");
+    decoder.setCharacterEncoding("ISO-8859-1");
+    EXPECT_EQ(decoded(), "Äà");
+    for (const std::optional<std::string>& none :
+         std::vector<std::optional<std::string>>{"NO-SUCH-ENCODING", "CP1251", std::nullopt}) {
+        decoder.setCharacterEncoding(none);
+        const bool isKnown = none == "CP1251";
+        EXPECT_EQ(decoder.decoderContext().sub_charenc_mode,
+                  isKnown ? FF_SUB_CHARENC_MODE_PRE_DECODER : FF_SUB_CHARENC_MODE_DO_NOTHING);
+    }
+    EXPECT_EQ(decoder.decoderContext().sub_charenc, nullptr);
+
+    for (const AVCodecID codecID : {AV_CODEC_ID_MOV_TEXT, AV_CODEC_ID_DVD_SUBTITLE}) {
+        BareStream other(codecID);
+        FFmpegSubtitlesFrameDecoder otherDecoder(other.stream());
+        otherDecoder.setCharacterEncoding("CP1251");
+        EXPECT_EQ(otherDecoder.characterEncoding(), std::nullopt);
+    }
+}
+
+TEST(SubtitlesFrameDecoder, theHeaderOfAScriptIsInTheEncodingOfItsLines) {
+    BareStream source(AV_CODEC_ID_ASS);
+    // "Да", as CP1251 has it.
+    source.setHeader("[V4+ Styles]\nFormat: Name, Fontsize, Alignment\nStyle: \xc4\xe0,33,2\n");
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    decoder.setCharacterEncoding("CP1251");
+    const auto frame = decoder.dequeueFrame(packetOf("0,0,\xc4\xe0,,0,0,0,,\xc4\xe0", 0, 1000));
+    ASSERT_NE(frame, nullptr);
+    const auto& line = std::get<std::vector<FormattedTextSubtitle>>(frame->subtitles).at(0);
+    EXPECT_EQ(line.formattedText->text(), "Да");
+    EXPECT_EQ(line.style.scalingInfo.initialBaseFontSize, 33);
+}
+
+/// A picture of DVD, 4 × 2 pixels, shown and taken away after so many units of 1024/90 ms.
+std::string dvdPicture(char start, char end) {
+    const std::array<char, 44> bytes{0,
+                                     44,
+                                     0,
+                                     6,
+                                     0x11,
+                                     0x11, // the size, the first sequence, two rows
+                                     0,
+                                     start,
+                                     0,
+                                     30,
+                                     1, // when, the next sequence: show
+                                     3,
+                                     0x32,
+                                     0x10,
+                                     4,
+                                     static_cast<char>(0xff),
+                                     static_cast<char>(0xff), // colours, opacities
+                                     5,
+                                     0,
+                                     0,
+                                     3,
+                                     0,
+                                     0,
+                                     1, // from 0 to 3, from 0 to 1
+                                     6,
+                                     0,
+                                     4,
+                                     0,
+                                     5,
+                                     static_cast<char>(0xff), // where the rows lie
+                                     0,
+                                     end,
+                                     0,
+                                     30,
+                                     2,
+                                     static_cast<char>(0xff),
+                                     0,
+                                     0, // take away, in a last sequence
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     0,
+                                     0};
+    return {bytes.data(), bytes.size()};
+}
+
+TEST(SubtitlesFrameDecoder, aPictureThatEndsBeforeItStartsIsLost) {
+    BareStream source(AV_CODEC_ID_DVD_SUBTITLE);
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    const auto frame = decoder.dequeueFrame(packetOf(dvdPicture(0, 88), 10000, 0));
+    ASSERT_NE(frame, nullptr);
+    EXPECT_EQ(frame->startTime, CMTime(10, 1));
+    EXPECT_EQ(frame->endTime, CMTime(11001, 1000));
+    EXPECT_EQ(std::get<std::vector<ImageSubtitle>>(frame->subtitles).at(0).imageFrame,
+              (CGRect{0, 0, 4, 2}));
+    EXPECT_THROW(decoder.dequeueFrame(packetOf(dvdPicture(88, 1), 10000, 0)), SubtitlesTimeError);
+}
+
+TEST(SubtitlesFrameDecoder, picturesLieOnThePictureOfTheirFormatAndEmptyOnesClear) {
+    ZELVANE_NEEDS_SHARED_MEDIA(media);
+    const DemuxedStream source(media / "subtitles" / "embedded" / "gen_pgs.m2ts",
+                               AVMEDIA_TYPE_SUBTITLE);
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    std::vector<SubtitlesFrameRef> frames;
+    for (const auto& packet : source.packets()) {
+        if (const auto frame = decoder.dequeueFrame(*packet)) {
+            frames.push_back(frame);
+        }
+    }
+    ASSERT_EQ(frames.size(), 2U);
+    EXPECT_TRUE(std::holds_alternative<ClearPreviousSubtitles>(frames[0]->subtitles));
+    const auto& images = std::get<std::vector<ImageSubtitle>>(frames[1]->subtitles);
+    ASSERT_EQ(images.size(), 2U);
+    EXPECT_EQ(images[0].image->pixelFormat(), kCVPixelFormatType_32BGRA);
+    EXPECT_EQ(images[0].image->width(), 777);
+    EXPECT_EQ(images[0].imageFrame, (CGRect{571, 81, 777, 45}));
+    ASSERT_TRUE(images[0].videoDimensions);
+    EXPECT_EQ(images[0].videoDimensions->squarePixelSize, (CGSize{1920, 1080}));
+    EXPECT_GT(frames[1]->endTime - frames[1]->startTime, CMTime(49LL * 24 * 3600, 1));
+}
+
+TEST(TextSubtitlesDecoder, joinsItsRectanglesByLineFeeds) {
+    std::string a = "a";
+    std::string b = "b <i>";
+    std::array<AVSubtitleRect, 2> rectangles{};
+    rectangles[0].type = rectangles[1].type = SUBTITLE_TEXT;
+    rectangles[0].text = a.data();
+    rectangles[1].text = b.data();
+    const std::array<const AVSubtitleRect*, 2> all{&rectangles[0], &rectangles[1]};
+    EXPECT_EQ(plainText(FFmpegTextSubtitlesDecoder().makeSubtitles(all)), "a\nb <i>");
+    rectangles[1].type = SUBTITLE_ASS;
+    EXPECT_ANY_THROW(FFmpegTextSubtitlesDecoder().makeSubtitles(all));
+}
+
+TEST(FormattedTextSubtitlesDecoder, keepsAFrameWholeOrNotAtAll) {
+    const LogCapture log;
+    FFmpegFormattedTextSubtitlesDecoder decoder(
+        std::make_unique<ASSDecoder>(scriptHeader(kDefaultASSHeader, ASSEventColumns::usual),
+                                     ASSHeaderOrigin::script, sharedSubtitleTextStyling()));
+    std::string good = "0,0,Default,,0,0,0,,one, two";
+    std::string bad = "0,0,Default,,0,0,0,,{\\b1";
+    std::array<AVSubtitleRect, 2> rectangles{};
+    rectangles[0].ass = rectangles[1].ass = good.data();
+    const std::array<const AVSubtitleRect*, 2> all{&rectangles[0], &rectangles[1]};
+    EXPECT_EQ(plainText(decoder.makeSubtitles(all)), "one, two\none, two");
+    rectangles[1].ass = bad.data();
+    EXPECT_TRUE(thrownBy([&] { decoder.makeSubtitles(all); }));
+    rectangles[1].ass = nullptr;
+    EXPECT_TRUE(thrownBy([&] { decoder.makeSubtitles(all); }));
+}
+
+/// A rectangle of two rows whose indices are 0, 1 and 200, with a palette of two colours.
+struct PaletteImage {
+    std::array<std::uint8_t, 8> indices{0, 1, 200, 9, 1, 0, 0, 9};
+    std::array<std::uint32_t, 256> palette{0x80ff0000, 0xff00ff00};
+    AVSubtitleRect rectangle{};
+
+    PaletteImage() {
+        palette[200] = 0xffffffff;
+        rectangle.type = SUBTITLE_BITMAP;
+        rectangle.w = 3;
+        rectangle.h = 2;
+        rectangle.nb_colors = 2;
+        rectangle.data[0] = indices.data();
+        rectangle.data[1] = reinterpret_cast<std::uint8_t*>(palette.data());
+        rectangle.linesize[0] = 4;
+    }
+};
+
+TEST(ImageSubtitlesDecoder, colorsComeFromThePaletteAndFromNowhereElse) {
+    const PaletteImage source;
+    const auto image = makeSubtitleImage(source.rectangle);
+    std::vector<std::uint32_t> pixels;
+    withPointersForFFmpeg(*image, [&](const FFmpegPointers& pointers) {
+        EXPECT_EQ(pointers.linesize[0] % 16, 0);
+        for (int i = 0; i < 6; ++i) {
+            std::uint32_t pixel = 0;
+            const int offset = i / 3 * pointers.linesize[0] + i % 3 * 4;
+            std::memcpy(&pixel, pointers.data[0] + offset, sizeof pixel);
+            pixels.push_back(pixel);
+        }
+    });
+    EXPECT_EQ(pixels, (std::vector<std::uint32_t>{0x80ff0000, 0xff00ff00, 0, 0xff00ff00, 0x80ff0000,
+                                                  0x80ff0000}));
+}
+
+TEST(ImageSubtitlesDecoder, refusesSizesThatNoPictureHas) {
+    const LogCapture log;
+    PaletteImage empty;
+    empty.rectangle.w = empty.rectangle.h = 0;
+    EXPECT_EQ(thrownBy([&] { makeSubtitleImage(empty.rectangle); }),
+              FFmpegError::simple(FFmpegError::Case::allocationFailure));
+    EXPECT_EQ(log.count("sws_getContext failed."), 1U);
+
+    PaletteImage huge;
+    huge.rectangle.w = huge.rectangle.h = huge.rectangle.linesize[0] = 65535;
+    PaletteImage narrow;
+    narrow.rectangle.linesize[0] = 2;
+    PaletteImage rowless;
+    rowless.rectangle.data[0] = nullptr;
+    for (const auto& source : {huge, narrow, rowless}) {
+        EXPECT_THROW(makeSubtitleImage(source.rectangle), SystemError);
     }
 }
 

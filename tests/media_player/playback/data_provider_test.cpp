@@ -263,7 +263,7 @@ TEST_F(DataProviderTest, theEndBringsOutWhatTheSubtitlesDecodersHold) {
         visual_->setSecondarySubtitlesTrack(tracks_.secondary);
         tracks_.primaryDecoder->failsAtEnd = true;
         tracks_.secondaryDecoder->held_ = {
-            std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(7), ms(9), ""})};
+            std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(7), ms(9), {}})};
         visual_->setVideoTrack(tracks_.video);
     });
     main_.settle();
@@ -291,7 +291,7 @@ TEST_F(DataProviderTest, withoutAVideoTrackASeekTouchesNothing) {
     main_.settle();
     dispatch::mainQueue()->async([this] {
         primaryView_->addSubtitlesFrame(
-            std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(1), ms(2), ""}));
+            std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(1), ms(2), {}}));
     });
     main_.settle();
     seek(visual_, 0);

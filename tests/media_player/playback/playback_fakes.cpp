@@ -141,7 +141,7 @@ std::vector<SubtitlesFrameRef> FakeSubtitlesDecoder::decode(const Packet& packet
         return std::exchange(held_, {});
     }
     return {std::make_shared<SubtitlesFrame>(
-        SubtitlesFrame{ms(av.pts), ms(av.pts + av.duration), "text"})};
+        SubtitlesFrame{ms(av.pts), ms(av.pts + av.duration), TextSubtitle{"text"}})};
 }
 
 FakeTracks::FakeTracks(std::size_t videoDelay, std::size_t audioDelay,

@@ -52,7 +52,7 @@ TEST(SeekRelevance, subtitlesAreShownFromTheLatestThatHoldsTheTargetElseFromTheF
         SubtitlesFrames list;
         for (const TimelinePacket& packet : timeline(frames)) {
             list.push_back(std::make_shared<SubtitlesFrame>(
-                SubtitlesFrame{ms(packet.start), ms(packet.start + packet.duration), ""}));
+                SubtitlesFrame{ms(packet.start), ms(packet.start + packet.duration), {}}));
         }
         EXPECT_EQ(firstRelevantFrame(list, ms(100)) - list.begin(), first) << frames;
     }
@@ -60,14 +60,14 @@ TEST(SeekRelevance, subtitlesAreShownFromTheLatestThatHoldsTheTargetElseFromTheF
 
 TEST(SeekRelevance, aFrameWithoutAnEndHoldsAllThatFollows) {
     const SubtitlesFrames list{
-        std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(10), kCMTimePositiveInfinity, ""})};
+        std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(10), kCMTimePositiveInfinity, {}})};
     EXPECT_EQ(firstRelevantFrame(list, ms(1'000'000)), list.begin());
 }
 
 TEST(SeekRelevanceDeathTest, timesThatRunBackwardsStopTheProcess) {
     EXPECT_DEATH(isRelevantForSeeking(*makeSampleBuffer(ms(10), ms(-5)), ms(0)),
                  "ends before it starts");
-    const SubtitlesFrames list{std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(10), ms(5), ""})};
+    const SubtitlesFrames list{std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(10), ms(5), {}})};
     EXPECT_DEATH(firstRelevantFrame(list, ms(0)), "ends before it starts");
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "media_player/media_source/video_dimensions.h"
+#include "core_media/video_dimensions.h"
 
 #include "foundation/log.h"
 
