@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core_media/ffmpeg_error.h"
+#include "foundation/character_encoding.h"
 #include "media_player/decoders/common/ffmpeg_decoding.h"
 #include "media_player/decoders/subtitles/ass_dialogue_text.h"
 
@@ -64,6 +65,20 @@ FFmpegSubtitlesFrameDecoder::FFmpegSubtitlesFrameDecoder(const AVStream& stream)
 
 void FFmpegSubtitlesFrameDecoder::flush() {
     avcodec_flush_buffers(decoderContext_.get());
+}
+
+void FFmpegSubtitlesFrameDecoder::setCharacterEncoding(
+    const std::optional<std::string>& characterEncoding) {
+    characterEncoding_ = characterEncoding;
+    av_freep(&decoderContext_->sub_charenc);
+    // The library stops the process over a name that iconv does not know.
+    if (characterEncoding && isKnownCharacterEncoding(*characterEncoding)) {
+        const std::string name = effectiveCharacterEncoding(*characterEncoding);
+        decoderContext_->sub_charenc = checkedFFmpegAllocation(av_strdup(name.c_str()));
+        decoderContext_->sub_charenc_mode = FF_SUB_CHARENC_MODE_PRE_DECODER;
+    } else {
+        decoderContext_->sub_charenc_mode = FF_SUB_CHARENC_MODE_DO_NOTHING;
+    }
 }
 
 std::vector<SubtitlesFrameRef> FFmpegSubtitlesFrameDecoder::decode(const Packet& packet) {

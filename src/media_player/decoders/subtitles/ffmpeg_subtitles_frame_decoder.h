@@ -16,11 +16,15 @@ class FFmpegSubtitlesFrameDecoder final : public SubtitlesFrameDecoder {
     void flush() override;
     std::vector<SubtitlesFrameRef> decode(const Packet& packet) override;
 
+    std::optional<std::string> characterEncoding() const override { return characterEncoding_; }
+    void setCharacterEncoding(const std::optional<std::string>& characterEncoding) override;
+
     const AVCodecContext& decoderContext() const { return *decoderContext_; }
 
   private:
     SubtitlesFrameRef decodeFrame(const Packet& packet);
 
+    std::optional<std::string> characterEncoding_;
     ffmpeg::CodecContext decoderContext_;
 };
 
