@@ -39,8 +39,11 @@ bool isStream(const std::string& path) {
 
 } // namespace
 
-InputOpening::InputOpening(const URL& url)
-    : path_(inputPath(url)), openStatus_(isStream(url.path()) ? AVERROR(ESPIPE) : 0) {}
+InputOpening::InputOpening(const URL& url, std::unique_ptr<MemoryInput> memoryInput)
+    : path_(inputPath(url)) {
+    openStatus_ = memoryInput == nullptr && isStream(url.path()) ? AVERROR(ESPIPE) : 0;
+    input_.memoryInput_ = std::move(memoryInput);
+}
 
 /// A failed opening frees its context, so each try makes a new one.
 int InputOpening::open() {
@@ -54,6 +57,7 @@ int InputOpening::open() {
     context->probesize = std::numeric_limits<std::int64_t>::max();
     // Probing may read a whole file: without this, all that it reads would stay in memory.
     context->flags |= AVFMT_FLAG_NOBUFFER;
+    context->pb = input_.memoryInput_ ? input_.memoryInput_->context() : nullptr;
     const int status = avformat_open_input(&context, path_.c_str(), nullptr, nullptr);
     input_.context_.reset(context);
     return status;
@@ -77,8 +81,9 @@ InputFormatContext InputOpening::makeInputFormatContext() && {
     return std::move(input_);
 }
 
-InputFormatContext makeInputFormatContext(const URL& url) {
-    InputOpening opening(url);
+InputFormatContext makeInputFormatContext(const URL& url,
+                                          std::unique_ptr<MemoryInput> memoryInput) {
+    InputOpening opening(url, std::move(memoryInput));
     opening.run();
     return std::move(opening).makeInputFormatContext();
 }

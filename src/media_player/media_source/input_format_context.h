@@ -7,6 +7,7 @@
 
 #include "core_media/ffmpeg_handles.h"
 #include "foundation/url.h"
+#include "media_player/media_source/memory_input.h"
 
 namespace zelvane {
 
@@ -15,6 +16,8 @@ class InputFormatContext {
   public:
     AVFormatContext& operator*() const { return *context_; }
     AVFormatContext* operator->() const { return context_.get(); }
+    /// Whether it reads from memory in place of a file.
+    MemoryInput* memoryInput() const { return memoryInput_.get(); }
 
   private:
     friend class InputOpening;
@@ -22,6 +25,7 @@ class InputFormatContext {
 
     // The context and all that reads for it hold the flag's address: it goes after them.
     std::unique_ptr<Flag> isAbandoned_ = std::make_unique<Flag>(false);
+    std::unique_ptr<MemoryInput> memoryInput_;
     ffmpeg::InputContext context_;
 };
 
@@ -29,7 +33,8 @@ class InputFormatContext {
 /// one that counts tells its failure: run() on any thread, then take() or abandon().
 class InputOpening {
   public:
-    explicit InputOpening(const URL& url);
+    /// With a memory input, that one is read and the URL only names it.
+    explicit InputOpening(const URL& url, std::unique_ptr<MemoryInput> memoryInput = nullptr);
 
     /// Opens the file and reads until all of its streams are known, however much that takes. Keeps
     /// what it read nowhere: the context stands at an unknown position afterwards.
@@ -51,7 +56,8 @@ class InputOpening {
 };
 
 /// One opening from start to end. Throws FFmpegError.
-InputFormatContext makeInputFormatContext(const URL& url);
+InputFormatContext makeInputFormatContext(const URL& url,
+                                          std::unique_ptr<MemoryInput> memoryInput = nullptr);
 
 /// Two independent demuxers on the same file.
 struct InputFormatContexts {

@@ -10,6 +10,8 @@
 #include "foundation/log.h"
 #include "foundation/uuid.h"
 #include "media_player/decoders/audio/ffmpeg_audio_decoder.h"
+#include "media_player/media_source/packet_text_encoding.h"
+#include "media_player/media_source/subtitles_text_file.h"
 
 namespace zelvane {
 
@@ -22,11 +24,18 @@ struct MediaSource::Contents {
     std::vector<std::shared_ptr<VideoTrack>> videoTracks{};
     std::vector<std::shared_ptr<AudioTrack>> audioTracks{};
     SubtitlesTracks subtitlesTracks{};
+    std::optional<std::string> textEncoding{};
 };
 
 namespace {
 
 using LoadError = MediaSource::LoadError;
+
+void requireFileURL(const URL& url) {
+    if (!url.isFileURL()) {
+        throw LoadError::unsupportedURLScheme(url.scheme());
+    }
+}
 
 InputFormatContexts openBoth(const URL& url) {
     try {
@@ -110,6 +119,44 @@ void seekBothToStart(const InputFormatContexts& contexts) {
     }
 }
 
+/// Opens a side file for its subtitles. Text is read as UTF-8, whatever it is written in.
+InputFormatContext openSideFile(const URL& url, std::optional<std::string>& textEncoding) {
+    try {
+        auto text = readSubtitlesText(url);
+        if (!text) {
+            return makeInputFormatContext(url);
+        }
+        textEncoding = std::move(text->encoding);
+        auto input = makeInputFormatContext(
+            url, std::make_unique<MemoryInput>(std::exchange(text->text, {})));
+        // A demuxer of text has read it all by now.
+        input.memoryInput()->release();
+        return input;
+    } catch (const Error&) {
+        throw LoadError::failedToOpenURL(url, std::current_exception());
+    }
+}
+
+void seekSideFileToStart(AVFormatContext& context) {
+    try {
+        seekToStart(context);
+    } catch (const Error&) {
+        throw LoadError::failedToSeek(std::current_exception());
+    }
+}
+
+void appendSubtitlesTracks(MediaSource::Contents& contents) {
+    const AVFormatContext& context = *contents.contexts.visual;
+    for (unsigned index = 0; index < context.nb_streams; ++index) {
+        [[maybe_unused]] const bool isTrack = appended(contents.subtitlesTracks, [&] {
+            return std::make_shared<SubtitlesTrack>(contents.id, *context.streams[index], nullptr);
+        });
+    }
+    if (contents.subtitlesTracks.empty()) {
+        throw LoadError::noDecodableTracks({MediaType::subtitles});
+    }
+}
+
 MediaTracks visualTracks(const std::shared_ptr<VideoTrack>& videoTrack,
                          const SubtitlesTracks& subtitlesTracks) {
     MediaTracks tracks(subtitlesTracks.begin(), subtitlesTracks.end());
@@ -132,9 +179,7 @@ StreamIndexes streamIndexes(const MediaTracks& tracks) {
 std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
                                                const std::optional<CMTime>& fallbackDuration,
                                                bool isDurationRequired) {
-    if (!url.isFileURL()) {
-        throw LoadError::unsupportedURLScheme(url.scheme());
-    }
+    requireFileURL(url);
     Contents contents{.url = url, .contexts = openBoth(url)};
     const AVFormatContext& visual = *contents.contexts.visual;
     requireSameContainer(visual, *contents.contexts.audio);
@@ -170,11 +215,107 @@ void MediaSource::load(const URL& url, SuccessHandler successHandler,
     });
 }
 
+MediaSource::ExternalSubtitles MediaSource::openExternalSubtitles(const URL& url,
+                                                                  const CMTime& fallbackDuration) {
+    requireFileURL(url);
+    Contents contents{.url = url, .contexts = {}};
+    contents.contexts.visual = openSideFile(url, contents.textEncoding);
+    const AVFormatContext& context = *contents.contexts.visual;
+    contents.startTime =
+        timeFromStamp(context.start_time, av_get_time_base_q()).value_or(kCMTimeZero);
+    contents.duration = durationOf(context, fallbackDuration, false);
+    appendSubtitlesTracks(contents);
+    seekSideFileToStart(*contents.contexts.visual);
+    ExternalSubtitles external{std::make_shared<MediaSource>(std::move(contents)), {}};
+    for (const auto& track : external.mediaSource->embeddedSubtitlesTracks()) {
+        external.externalSubtitlesTracks.push_back(
+            std::make_shared<ExternalSubtitlesTrack>(external.mediaSource, track));
+    }
+    external.mediaSource->visualTracksQueue()->sync(
+        [&] { external.mediaSource->detectCharacterEncodings(); });
+    return external;
+}
+
+void MediaSource::addExternalSubtitles(const URL& url, ExternalSubtitlesHandler successHandler,
+                                       FailureHandler failureHandler) {
+    const auto queue = dispatch::globalQueue(dispatch::QualityOfService::userInitiated);
+    queue->async([self = shared_from_this(), url, successHandler = std::move(successHandler),
+                  failureHandler = std::move(failureHandler)] {
+        ExternalSubtitlesTracks tracks;
+        try {
+            tracks = self->attach(openExternalSubtitles(url, self->duration()));
+        } catch (const LoadError& error) {
+            failureHandler(error);
+            return;
+        }
+        successHandler(tracks);
+    });
+}
+
+ExternalSubtitlesTracks MediaSource::attach(ExternalSubtitles external) {
+    std::optional<FileResourceIdentifier> identifier;
+    try {
+        identifier = FileResourceIdentifier::of(external.mediaSource->url());
+    } catch (const Error&) {
+        // A file that has gone meanwhile is shown all the same; it cannot be told from another.
+        appendExternalSubtitles(external);
+        return external.externalSubtitlesTracks;
+    }
+    return fileResourceIdentifierToExternalSubtitlesMap_.withLock([&](Attached& attached) {
+        const auto [entry, isNew] = attached.try_emplace(*identifier, std::move(external));
+        if (isNew) {
+            appendExternalSubtitles(entry->second);
+        }
+        return entry->second.externalSubtitlesTracks;
+    });
+}
+
+void MediaSource::appendExternalSubtitles(const ExternalSubtitles& external) {
+    externalSubtitlesTracks_.withLock([&](ExternalSubtitlesTracks& tracks) {
+        tracks.insert(tracks.end(), external.externalSubtitlesTracks.begin(),
+                      external.externalSubtitlesTracks.end());
+    });
+    auto observer = NotificationCenter::shared().addObserver(
+        std::string(kRestorableStateWasInvalidatedNotification), external.mediaSource.get(),
+        nullptr, [weakSelf = weak_from_this()](const Notification&) {
+            if (const auto self = weakSelf.lock()) {
+                self->invalidateRestorableState();
+            }
+        });
+    externalSubtitlesObservers_.withLock(
+        [&](auto& observers) { observers.push_back(std::move(observer)); });
+    invalidateRestorableState();
+}
+
+void MediaSource::invalidateRestorableState() const {
+    NotificationCenter::shared().post(
+        {std::string(kRestorableStateWasInvalidatedNotification), this, {}});
+}
+
+void MediaSource::detectCharacterEncodings() {
+    assert(visualTracksQueue_->isCurrent());
+    // A file of text is UTF-8 by now.
+    if (formatContextForVisualTracks_.memoryInput() != nullptr) {
+        return;
+    }
+    if (detectPacketEncodings(embeddedSubtitlesTracks_, *formatContextForVisualTracks_)) {
+        seekSideFileToStart(*formatContextForVisualTracks_);
+    }
+}
+
+SubtitlesTracks MediaSource::subtitlesTracks() const {
+    SubtitlesTracks tracks = embeddedSubtitlesTracks_;
+    const auto external = externalSubtitlesTracks();
+    tracks.insert(tracks.end(), external.begin(), external.end());
+    return tracks;
+}
+
 MediaSource::MediaSource(Contents contents)
     : id_(std::move(contents.id)), url_(std::move(contents.url)), startTime_(contents.startTime),
       duration_(contents.duration), videoTracks_(std::move(contents.videoTracks)),
       audioTracks_(std::move(contents.audioTracks)),
       embeddedSubtitlesTracks_(std::move(contents.subtitlesTracks)),
+      textEncoding_(std::move(contents.textEncoding)),
       visualTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Visual Tracks)")),
       audioTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Audio Tracks)")),
       formatContextForAudioTracks_(std::move(contents.contexts.audio)),
