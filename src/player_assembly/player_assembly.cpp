@@ -2,6 +2,7 @@
 #include "player_assembly/player_assembly.h"
 
 #include "foundation/locale.h"
+#include "media_player/playback/external_subtitles_data_provider.h"
 #include "platform/pulse_audio/pulse_audio_output.h"
 #include "rendering/fallback_audio_output.h"
 #include "rendering/null_audio_output.h"
@@ -36,6 +37,9 @@ MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts) {
     };
     environment.makeRenderSynchronizer = [synchronizer = parts.renderSynchronizer] {
         return synchronizer;
+    };
+    environment.makeExternalSubtitlesDataProvider = [](const auto& source, const auto& renderer) {
+        return std::make_shared<ExternalSubtitlesDataProvider>(source, renderer);
     };
     return environment;
 }
