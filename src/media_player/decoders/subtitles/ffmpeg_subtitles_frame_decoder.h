@@ -16,7 +16,9 @@ class FFmpegSubtitlesFrameDecoder final : public SubtitlesFrameDecoder {
     void flush() override;
     std::vector<SubtitlesFrameRef> decode(const Packet& packet) override;
 
-    std::optional<std::string> characterEncoding() const override { return characterEncoding_; }
+    const std::optional<std::string>& characterEncoding() const override {
+        return characterEncoding_;
+    }
     void setCharacterEncoding(const std::optional<std::string>& characterEncoding) override;
 
     const AVCodecContext& decoderContext() const { return *decoderContext_; }

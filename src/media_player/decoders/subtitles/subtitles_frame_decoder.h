@@ -19,10 +19,13 @@ class SubtitlesFrameDecoder : public MediaDecoder {
 
     /// The encoding that the text of the packets is in; none for text that needs no conversion,
     /// and for pictures.
-    virtual std::optional<std::string> characterEncoding() const { return std::nullopt; }
+    virtual const std::optional<std::string>& characterEncoding() const {
+        static const std::optional<std::string> none;
+        return none;
+    }
     /// Says what the packets to come are in. A name that iconv does not know is as good as none; a
     /// decoder of pictures takes no heed.
-    virtual void setCharacterEncoding(const std::optional<std::string>& /*characterEncoding*/) {}
+    virtual void setCharacterEncoding(const std::optional<std::string>& /*encoding*/) {}
 };
 
 } // namespace zelvane
