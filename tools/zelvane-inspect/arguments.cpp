@@ -4,6 +4,14 @@
 #include <algorithm>
 
 namespace zelvane::inspect {
+namespace {
+
+/// Options without a value.
+bool isFlag(const std::string& option) {
+    return option == "--user-style";
+}
+
+} // namespace
 
 Arguments::Arguments(int argc, char** argv) {
     const std::vector<std::string> words(argv + 1, argv + argc);
@@ -15,6 +23,11 @@ Arguments::Arguments(int argc, char** argv) {
     for (std::size_t i = 2; i < words.size(); i += 2) {
         if (words[i].rfind("--", 0) != 0) {
             throw UsageError("not an option: " + words[i]);
+        }
+        if (isFlag(words[i])) {
+            options_[words[i].substr(2)] = "";
+            --i;
+            continue;
         }
         if (i + 1 == words.size()) {
             throw UsageError("no value for " + words[i]);

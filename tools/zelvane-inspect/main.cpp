@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kUsage =
     "Usage: zelvane-inspect COMMAND FILE [OPTION VALUE]...\n"
-    "  load FILE\n"
+    "  load FILE [--external SIDE]\n"
     "  frames FILE [--track N] [--from S] [--count N]\n"
     "  audio FILE [--track N] [--from S] [--count N] [--pcm OUT]\n"
     "  decode FILE\n"
