@@ -14,7 +14,10 @@
 namespace zelvane {
 namespace {
 
-constexpr std::size_t kSampleSize = 64 * 1024;
+constexpr std::size_t kSampleSize = std::size_t{64} * 1024;
+/// More than ten films' words, behind which the statistics learn nothing new and take a second for
+/// each few megabytes.
+constexpr std::size_t kStatisticsSize = std::size_t{1024} * 1024;
 
 using Family = std::vector<std::string_view>;
 
@@ -107,6 +110,12 @@ bool TextEncodingEvidence::add(std::string_view bytes) {
     std::string words;
     appendBareWords(bytes, words);
     sample_.append(words, 0, kSampleSize - std::min(kSampleSize, sample_.size()));
+    // What is UTF-8 so far needs no guess; escape sequences hide in plain ASCII.
+    if (isUTF8_ && !isASCII_) {
+        return true;
+    }
+    words.resize(std::min(words.size(), kStatisticsSize - statisticsSize_));
+    statisticsSize_ += words.size();
     return words.empty() || detector_.analyzeNextChunk(words);
 }
 

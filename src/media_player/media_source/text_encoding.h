@@ -16,7 +16,8 @@ namespace zelvane {
 /// 1. Text of ASCII alone is "ASCII", unless its escape sequences tell more.
 /// 2. What is UTF-8 from end to end, or but for one character in eight at most, is "UTF-8": no
 ///    other encoding happens to look like it for long.
-/// 3. Statistics guess by the bare words of the text, without markup, digits and plain lines.
+/// 3. Statistics guess by the bare words of the text, without markup, digits and plain lines, of
+///    which the first megabyte is enough.
 /// 4. The guess is tried against its rivals, the other encodings of its language or alphabet: the
 ///    text is read in each, and a rival in which it is less than half as odd takes the guess's
 ///    place. This finds Mac's encodings, which the statistics take for others, and tells Chinese
@@ -34,6 +35,7 @@ class TextEncodingEvidence {
     bool isNearlyUTF8() const;
 
     CharacterEncodingDetector detector_;
+    std::size_t statisticsSize_ = 0;
     bool isASCII_ = true;
     bool isUTF8_ = true;
     bool isEmpty_ = true;
