@@ -16,8 +16,6 @@ class InputFormatContext {
   public:
     AVFormatContext& operator*() const { return *context_; }
     AVFormatContext* operator->() const { return context_.get(); }
-    /// Whether it reads from memory in place of a file.
-    MemoryInput* memoryInput() const { return memoryInput_.get(); }
 
   private:
     friend class InputOpening;

@@ -11,6 +11,7 @@
 #include "foundation/uuid.h"
 #include "media_player/decoders/audio/ffmpeg_audio_decoder.h"
 #include "media_player/media_source/packet_text_encoding.h"
+#include "media_player/media_source/script_slices.h"
 #include "media_player/media_source/subtitles_text_file.h"
 
 namespace zelvane {
@@ -25,6 +26,7 @@ struct MediaSource::Contents {
     std::vector<std::shared_ptr<AudioTrack>> audioTracks{};
     SubtitlesTracks subtitlesTracks{};
     std::optional<std::string> textEncoding{};
+    std::optional<TextPackets> textPackets{};
 };
 
 namespace {
@@ -119,21 +121,44 @@ void seekBothToStart(const InputFormatContexts& contexts) {
     }
 }
 
-/// Opens a side file for its subtitles. Text is read as UTF-8, whatever it is written in.
-InputFormatContext openSideFile(const URL& url, std::optional<std::string>& textEncoding) {
+void appendPackets(AVFormatContext& context, TextPackets& packets) {
     try {
-        auto text = readSubtitlesText(url);
-        if (!text) {
-            return makeInputFormatContext(url);
+        seekToStart(context);
+        while (const PacketRef packet = readPacket({0}, context)) {
+            packets.append(packet->avPacket());
         }
-        textEncoding = std::move(text->encoding);
-        auto input = makeInputFormatContext(
-            url, std::make_unique<MemoryInput>(std::exchange(text->text, {})));
-        // A demuxer of text has read it all by now.
-        input.memoryInput()->release();
-        return input;
+    } catch (const FFmpegError&) {
+        // A text without events cannot be sought in. Whether all are without, the caller sees.
+    }
+}
+
+/// Takes the packets of a text from its demuxer, and leaves it open, or the first one of several.
+InputFormatContext openText(const URL& url, std::string text, std::optional<TextPackets>& packets) {
+    packets.emplace(text.size());
+    std::optional<InputFormatContext> first;
+    ScriptSlices slices(std::move(text));
+    while (auto slice = slices.next()) {
+        auto input =
+            makeInputFormatContext(url, std::make_unique<MemoryInput>(std::exchange(*slice, {})));
+        appendPackets(*input, *packets);
+        if (!first) {
+            first.emplace(std::move(input));
+        }
+    }
+    packets->finish();
+    return *std::move(first);
+}
+
+/// Opens a side file for its subtitles. Text is read as UTF-8, whatever it is written in.
+void openSideFile(MediaSource::Contents& contents) {
+    try {
+        auto text = readSubtitlesText(contents.url);
+        contents.contexts.visual =
+            text ? openText(contents.url, std::move(text->text), contents.textPackets)
+                 : makeInputFormatContext(contents.url);
+        contents.textEncoding = text ? std::move(text->encoding) : std::nullopt;
     } catch (const Error&) {
-        throw LoadError::failedToOpenURL(url, std::current_exception());
+        throw LoadError::failedToOpenURL(contents.url, std::current_exception());
     }
 }
 
@@ -219,13 +244,18 @@ MediaSource::ExternalSubtitles MediaSource::openExternalSubtitles(const URL& url
                                                                   const CMTime& fallbackDuration) {
     requireFileURL(url);
     Contents contents{.url = url, .contexts = {}};
-    contents.contexts.visual = openSideFile(url, contents.textEncoding);
+    openSideFile(contents);
     const AVFormatContext& context = *contents.contexts.visual;
     contents.startTime =
         timeFromStamp(context.start_time, av_get_time_base_q()).value_or(kCMTimeZero);
     contents.duration = durationOf(context, fallbackDuration, false);
     appendSubtitlesTracks(contents);
-    seekSideFileToStart(*contents.contexts.visual);
+    if (contents.textPackets && !contents.textPackets->isEmpty()) {
+        // The decoders have what they need of it.
+        const InputFormatContext closed = std::exchange(contents.contexts.visual, {});
+    } else {
+        seekSideFileToStart(*contents.contexts.visual);
+    }
     ExternalSubtitles external{std::make_shared<MediaSource>(std::move(contents)), {}};
     for (const auto& track : external.mediaSource->embeddedSubtitlesTracks()) {
         external.externalSubtitlesTracks.push_back(
@@ -295,7 +325,7 @@ void MediaSource::invalidateRestorableState() const {
 void MediaSource::detectCharacterEncodings() {
     assert(visualTracksQueue_->isCurrent());
     // A file of text is UTF-8 by now.
-    if (formatContextForVisualTracks_.memoryInput() != nullptr) {
+    if (textPackets_) {
         return;
     }
     if (detectPacketEncodings(embeddedSubtitlesTracks_, *formatContextForVisualTracks_)) {
@@ -318,6 +348,7 @@ MediaSource::MediaSource(Contents contents)
       textEncoding_(std::move(contents.textEncoding)),
       visualTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Visual Tracks)")),
       audioTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Audio Tracks)")),
+      textPackets_(std::move(contents.textPackets)),
       formatContextForAudioTracks_(std::move(contents.contexts.audio)),
       formatContextForVisualTracks_(std::move(contents.contexts.visual)) {}
 
@@ -343,7 +374,9 @@ MediaSource::readVisualPacket(const std::shared_ptr<VideoTrack>& videoTrack,
     if (tracks.empty()) {
         return std::nullopt;
     }
-    PacketRef packet = readPacket(streamIndexes(tracks), *formatContextForVisualTracks_);
+    PacketRef packet = textPackets_
+                           ? textPackets_->next()
+                           : readPacket(streamIndexes(tracks), *formatContextForVisualTracks_);
     if (!packet) {
         return std::nullopt;
     }
@@ -371,6 +404,9 @@ PacketSource::CollectedPackets
 MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
                         const SubtitlesTracks& subtitlesTracks, const CMTime& time) {
     assert(visualTracksQueue_->isCurrent());
+    if (textPackets_) {
+        return seekText(subtitlesTracks, time);
+    }
     AVFormatContext& context = *formatContextForVisualTracks_;
     const MediaTracks tracks = visualTracks(videoTrack, subtitlesTracks);
     setEnabledStreams(steeringStreams(tracks, time), context);
@@ -381,6 +417,15 @@ MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
     return collectPackets(
         videoTrack, {subtitlesTracks.begin(), subtitlesTracks.end()}, time,
         [&, indexes = streamIndexes(tracks)] { return readPacket(indexes, context); });
+}
+
+PacketSource::CollectedPackets MediaSource::seekText(const SubtitlesTracks& subtitlesTracks,
+                                                     const CMTime& time) {
+    if (subtitlesTracks.empty()) {
+        return {};
+    }
+    const auto& track = subtitlesTracks.front();
+    return {{track, textPackets_->seek(stampFromTime(time, track->streamTimeBase()))}};
 }
 
 StreamIndexes MediaSource::steeringStreams(const MediaTracks& tracks, const CMTime& time) {
@@ -395,7 +440,7 @@ StreamIndexes MediaSource::steeringStreams(const MediaTracks& tracks, const CMTi
 
 std::optional<CMTime> MediaSource::keyframeTimeBefore(const CMTime& time, const MediaTrack& track) {
     assert(visualTracksQueue_->isCurrent());
-    return keyframeTime(time, track, *formatContextForVisualTracks_);
+    return textPackets_ ? std::nullopt : keyframeTime(time, track, *formatContextForVisualTracks_);
 }
 
 } // namespace zelvane

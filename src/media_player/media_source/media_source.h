@@ -19,6 +19,7 @@
 #include "media_player/media_source/media_source_load_error.h"
 #include "media_player/media_source/packet_reading.h"
 #include "media_player/media_source/packet_source.h"
+#include "media_player/media_source/text_packets.h"
 
 namespace zelvane {
 
@@ -128,6 +129,7 @@ class MediaSource final : public PacketSource, public std::enable_shared_from_th
     void appendExternalSubtitles(const ExternalSubtitles& external);
     void invalidateRestorableState() const;
 
+    CollectedPackets seekText(const SubtitlesTracks& subtitlesTracks, const CMTime& time);
     /// What to enable for a seek of these tracks.
     StreamIndexes steeringStreams(const MediaTracks& tracks, const CMTime& time);
 
@@ -144,6 +146,8 @@ class MediaSource final : public PacketSource, public std::enable_shared_from_th
     Atomic<std::vector<NotificationObserver>> externalSubtitlesObservers_;
     const std::shared_ptr<dispatch::Queue> visualTracksQueue_;
     const std::shared_ptr<dispatch::Queue> audioTracksQueue_;
+    /// In place of both contexts, for a side file that is nothing but text. Visual queue.
+    std::optional<TextPackets> textPackets_;
     // Closed in reverse order: the visual context first.
     InputFormatContext formatContextForAudioTracks_;
     InputFormatContext formatContextForVisualTracks_;

@@ -27,10 +27,6 @@ MemoryInput::MemoryInput(std::string bytes) : bytes_(std::move(bytes)) {
     }
 }
 
-void MemoryInput::release() {
-    bytes_ = std::string();
-}
-
 int MemoryInput::read(void* self, std::uint8_t* buffer, int size) {
     auto& input = *static_cast<MemoryInput*>(self);
     const std::size_t left = input.bytes_.size() - std::min(input.position_, input.bytes_.size());

@@ -19,8 +19,6 @@ class MemoryInput {
     MemoryInput& operator=(const MemoryInput&) = delete;
 
     AVIOContext* context() const { return context_.get(); }
-    /// Gives the memory back: for whoever reads on, the file ends.
-    void release();
 
   private:
     static int read(void* self, std::uint8_t* buffer, int size);

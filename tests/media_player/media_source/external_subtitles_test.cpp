@@ -3,6 +3,7 @@
 #include <map>
 #include <mutex>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -221,6 +222,33 @@ TEST(ExternalSubtitles, scriptsAndCuesHaveTheirWordsInEveryFormOfUnicode) {
         if (*line != '\0') {
             EXPECT_EQ(found.front(), line) << name;
         }
+    }
+}
+
+TEST(ExternalSubtitles, aLargeScriptHasAllItsEventsInOrder) {
+    constexpr int kCount = 30'000;
+    const std::string header = "[Script Info]\nScriptType: v4.00+\n\n[V4+ Styles]\n"
+                               "Format: Name, Fontname, Fontsize\nStyle: Default,Arial,20\n\n"
+                               "[Events]\nFormat: Layer, Start, End, Style, Name, MarginL, "
+                               "MarginR, MarginV, Effect, Text\n";
+    const test::TemporaryFolder folder;
+    for (const char* behind : {"", "\n[Fonts]\nfontname: none\n"}) {
+        std::string script = header;
+        for (int i = 0; i < kCount; ++i) {
+            // From the last to the first, so that no slice stands in order.
+            const int second = kCount - 1 - i;
+            script += fmt::format("Dialogue: 0,{0}:{1:02}:{2:02}.00,{0}:{1:02}:{2:02}.90,Default,,"
+                                  "0,0,0,,{3} and as many words as make it long\r\n",
+                                  second / 3600, second / 60 % 60, second % 60, second);
+        }
+        const auto path = test::written(folder.path() / "large.ass", script + behind);
+        const auto found = lines(*attached(film(), path).tracks.front());
+        ASSERT_EQ(found.size(), std::size_t{kCount});
+        for (int i = 0; i < kCount; ++i) {
+            ASSERT_EQ(found[static_cast<std::size_t>(i)].rfind(std::to_string(i) + " and", 0), 0U)
+                << i;
+        }
+        fs::remove(path);
     }
 }
 

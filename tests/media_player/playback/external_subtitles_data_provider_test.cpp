@@ -209,9 +209,10 @@ TEST(ExternalSubtitlesDataProvider, aSeekShowsWhatHoldsTheTargetAndWhatFollows) 
         {1999, {1000, 2000, 3000, 9500, 20'000}},
         {2000, {2000, 3000, 9500, 20'000}},
         {3500, {3000, 9500, 20'000}},
-        {5000, {2000, 3000, 9500, 20'000}},
+        {5000, {2000, 9500, 20'000}},
         {9000, {9500, 20'000}},
         {30'000, {}},
+        {15'000, {20'000}},
         {1500, {1000, 2000, 3000, 9500, 20'000}},
     };
     for (const auto& [target, expected] : cases) {
@@ -220,6 +221,15 @@ TEST(ExternalSubtitlesDataProvider, aSeekShowsWhatHoldsTheTargetAndWhatFollows) 
             EXPECT_EQ(side.renderer->held(), expected) << target;
         }
     }
+}
+
+TEST(ExternalSubtitlesDataProvider, whatBeganLongBeforeATargetIsFoundBehindShorterOnes) {
+    SideFile side({{0, 50'000}, {1000, 2000}, {3000, 3500}, {5000, 6000}, {8000, 9000}});
+    side.select(side.track);
+    side.seek(7000);
+    EXPECT_THAT(side.renderer->held(), ElementsAre(0, 8000));
+    side.seek(5500);
+    EXPECT_THAT(side.renderer->held(), ElementsAre(5000, 8000)) << "the latest one wins";
 }
 
 TEST(ExternalSubtitlesDataProvider, timesCountFromTheStartOfTheMedia) {
