@@ -296,11 +296,14 @@ const std::shared_ptr<Queue>& globalQueue(QualityOfService qos) {
     static const std::shared_ptr<Queue> unspecified = makeGlobalQueue("global");
     static const std::shared_ptr<Queue> interactive = makeGlobalQueue("global-interactive");
     static const std::shared_ptr<Queue> initiated = makeGlobalQueue("global-initiated");
+    static const std::shared_ptr<Queue> utility = makeGlobalQueue("global-utility");
     switch (qos) {
     case QualityOfService::userInteractive:
         return interactive;
     case QualityOfService::userInitiated:
         return initiated;
+    case QualityOfService::utility:
+        return utility;
     case QualityOfService::unspecified:
         break;
     }

@@ -15,7 +15,7 @@ namespace zelvane::dispatch {
 
 using Task = std::function<void()>;
 
-enum class QualityOfService { unspecified, userInteractive, userInitiated };
+enum class QualityOfService { unspecified, userInteractive, userInitiated, utility };
 
 /// Something that runs tasks. Queues are shared by reference: whoever hands work over holds one.
 /// A task must not throw out of async(); what a sync() block throws reaches its caller.

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <cstring>
 
 #include <unicode/unistr.h>
 
@@ -82,10 +84,29 @@ bool isSequence(std::string_view bytes) {
                                              static_cast<unsigned char>(bytes[1]));
 }
 
+/// How many of the first bytes are ASCII, counted by eights.
+std::size_t leadingASCII(std::string_view bytes) {
+    constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+    std::size_t count = 0;
+    std::uint64_t eight = 0;
+    while (bytes.size() - count >= sizeof(eight)) {
+        std::memcpy(&eight, bytes.data() + count, sizeof(eight));
+        if ((eight & kHighBits) != 0) {
+            break;
+        }
+        count += sizeof(eight);
+    }
+    return count;
+}
+
 } // namespace
 
 bool isValidUTF8(std::string_view bytes) {
     while (!bytes.empty()) {
+        bytes.remove_prefix(leadingASCII(bytes));
+        if (bytes.empty()) {
+            break;
+        }
         const std::size_t length = sequenceLength(static_cast<unsigned char>(bytes.front()));
         if (length == 0 || length > bytes.size() || !isSequence(bytes.substr(0, length))) {
             return false;

@@ -1,7 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_assembly/player_assembly.h"
 
-#include "foundation/locale.h"
+#include <algorithm>
+#include <utility>
+
+#include "media_player/decoders/subtitles/caption_appearance.h"
+#include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
+#include "media_player/playback/external_subtitles_data_provider.h"
 #include "platform/pulse_audio/pulse_audio_output.h"
 #include "rendering/fallback_audio_output.h"
 #include "rendering/null_audio_output.h"
@@ -16,6 +21,30 @@ std::unique_ptr<AudioOutput> makeOutput(SoundOutput soundOutput) {
     }
     return std::make_unique<FallbackAudioOutput>(std::make_unique<PulseAudioOutput>(),
                                                  std::move(silence));
+}
+
+bool contains(const std::vector<std::string>& names, std::string_view name) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+TrackPreferences trackPreferences(const CaptionAppearance& appearance) {
+    TrackPreferences preferences;
+    preferences.languages = appearance.selectedLanguages();
+    const auto captioning = appearance.preferredCaptioningCharacteristics();
+    if (contains(captioning, CaptionAppearance::kTranscribesSpokenDialog)) {
+        preferences.captioningCharacteristics.insert(
+            MediaCharacteristics::transcribesSpokenDialogForAccessibility);
+    }
+    if (contains(captioning, CaptionAppearance::kDescribesMusicAndSound)) {
+        preferences.captioningCharacteristics.insert(
+            MediaCharacteristics::describesMusicAndSoundForAccessibility);
+    }
+    if (contains(appearance.preferredAudibleCharacteristics(),
+                 CaptionAppearance::kDescribesVideo)) {
+        preferences.audibleCharacteristics.insert(
+            MediaCharacteristics::describesVideoForAccessibility);
+    }
+    return preferences;
 }
 
 } // namespace
@@ -37,14 +66,19 @@ MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts) {
     environment.makeRenderSynchronizer = [synchronizer = parts.renderSynchronizer] {
         return synchronizer;
     };
+    environment.makeExternalSubtitlesDataProvider = [](const auto& source, const auto& renderer) {
+        return std::make_shared<ExternalSubtitlesDataProvider>(source, renderer);
+    };
+    environment.observeUserSpecifiedTextStyle = [](std::function<void()> observer) {
+        return SubtitleTextStyleUpdateNotifier::shared()->addMediaPlayerObserver(
+            std::move(observer));
+    };
     return environment;
 }
 
 TrackSelection defaultTracks(const MediaSource& source) {
-    TrackPreferences preferences;
-    preferences.languages = preferredLanguagesFromEnvironment();
     return selectDefaultTracks(source.videoTracks(), source.audioTracks(), source.subtitlesTracks(),
-                               preferences);
+                               trackPreferences(CaptionAppearance::shared()));
 }
 
 } // namespace zelvane

@@ -32,7 +32,7 @@ PlayerParts makePlayerParts(SoundOutput soundOutput);
 /// An environment whose factories hand out these parts: good for one player.
 MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts);
 
-/// The tracks that this person would want, by the languages of the environment.
+/// The tracks that this person would want, by what is set about captions.
 TrackSelection defaultTracks(const MediaSource& source);
 
 } // namespace zelvane

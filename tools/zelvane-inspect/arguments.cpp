@@ -19,6 +19,11 @@ double numberFromText(const std::string& option, const std::string& value) {
     throw UsageError("not a number: --" + option + " " + value);
 }
 
+/// Options without a value.
+bool isFlag(const std::string& option) {
+    return option == "--user-style";
+}
+
 } // namespace
 
 Arguments::Arguments(int argc, char** argv) {
@@ -31,6 +36,11 @@ Arguments::Arguments(int argc, char** argv) {
     for (std::size_t i = 2; i < words.size(); i += 2) {
         if (words[i].rfind("--", 0) != 0) {
             throw UsageError("not an option: " + words[i]);
+        }
+        if (isFlag(words[i])) {
+            options_.emplace_back(words[i].substr(2), "");
+            --i;
+            continue;
         }
         if (i + 1 == words.size()) {
             throw UsageError("no value for " + words[i]);

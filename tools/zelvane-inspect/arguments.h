@@ -15,7 +15,7 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// A command line: COMMAND FILE [--option VALUE]...
+/// A command line: COMMAND FILE [--option VALUE]... Few options have no value.
 class Arguments {
   public:
     /// Throws UsageError for a missing file, a word that is no option, or an option without value.

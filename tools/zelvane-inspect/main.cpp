@@ -22,10 +22,10 @@ namespace {
 
 constexpr const char* kUsage =
     "Usage: zelvane-inspect COMMAND FILE [OPTION VALUE]...\n"
-    "  load FILE\n"
+    "  load FILE [--external SIDE]\n"
     "  frames FILE [--track N] [--from S] [--count N]\n"
     "  audio FILE [--track N] [--from S] [--count N] [--pcm OUT]\n"
-    "  subtitles FILE [--track N]\n"
+    "  subtitles FILE [--track N] [--external SIDE] [--user-style]\n"
     "  decode FILE\n"
     "  play FILE [--audio null|pulse] [--video null|window] [--rate R] [--for S]\n"
     "  seek FILE --to S [--to S]...\n"

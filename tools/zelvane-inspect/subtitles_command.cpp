@@ -10,6 +10,7 @@
 #include "core_media/ffmpeg_error.h"
 #include "core_media/ffmpeg_handles.h"
 #include "media_player/decoders/subtitles/ffmpeg_subtitles_frame_decoder.h"
+#include "side_file.h"
 #include "subtitles_json.h"
 
 namespace zelvane::inspect {
@@ -91,15 +92,35 @@ void printFrames(AVFormatContext& context, const AVStream& stream) {
     printFrame(decoder, Packet(), stream.time_base);
 }
 
-} // namespace
+void printExternal(const Arguments& arguments) {
+    readExternalSubtitles(
+        arguments,
+        {[](const SubtitlesFrame& frame) { printLine(subtitlesFrameJson(frame)); },
+         [](const std::exception& error, std::optional<double> start) {
+             printLost(error, start ? Json(*start) : Json(nullptr));
+         }});
+}
 
-int runSubtitles(const Arguments& arguments) {
-    arguments.allow({"track"});
+void printEmbedded(const Arguments& arguments) {
     const auto context = openedFile(arguments.file());
     const AVStream& stream = chosenStream(*context, arguments);
     discardOthers(*context, stream);
+    printFrames(*context, stream);
+}
+
+} // namespace
+
+int runSubtitles(const Arguments& arguments) {
+    arguments.allow({"track", "external", "user-style"});
+    applyUserStyle(arguments);
     try {
-        printFrames(*context, stream);
+        if (arguments.text("external")) {
+            printExternal(arguments);
+        } else {
+            printEmbedded(arguments);
+        }
+    } catch (const MediaSource::LoadError&) {
+        throw;
     } catch (const Error& error) {
         printLost(error, nullptr);
         return kFailed;

@@ -81,9 +81,12 @@ bool isSameContainer(const AVFormatContext& context, const AVFormatContext& othe
            context.nb_streams == other.nb_streams;
 }
 
-InputOpening::InputOpening(const URL& url, Probing probing)
-    : path_(inputPath(url)), probing_(probing),
-      openStatus_(isStream(url.path()) ? AVERROR(ESPIPE) : 0) {}
+InputOpening::InputOpening(const URL& url, Probing probing,
+                           std::unique_ptr<MemoryInput> memoryInput)
+    : path_(inputPath(url)), probing_(probing) {
+    openStatus_ = memoryInput == nullptr && isStream(url.path()) ? AVERROR(ESPIPE) : 0;
+    input_.memoryInput_ = std::move(memoryInput);
+}
 
 /// A failed opening frees its context, so each try makes a new one.
 int InputOpening::open() {
@@ -97,6 +100,7 @@ int InputOpening::open() {
     context->probesize = std::numeric_limits<std::int64_t>::max();
     // Probing may read a whole file: without this, all that it reads would stay in memory.
     context->flags |= AVFMT_FLAG_NOBUFFER;
+    context->pb = input_.memoryInput_ ? input_.memoryInput_->context() : nullptr;
     const int status = avformat_open_input(&context, path_.c_str(), nullptr, nullptr);
     input_.context_.reset(context);
     return status;
@@ -129,8 +133,9 @@ InputFormatContext InputOpening::makeInputFormatContext() && {
     return std::move(input_);
 }
 
-InputFormatContext makeInputFormatContext(const URL& url) {
-    InputOpening opening(url);
+InputFormatContext makeInputFormatContext(const URL& url,
+                                          std::unique_ptr<MemoryInput> memoryInput) {
+    InputOpening opening(url, InputOpening::Probing::everything, std::move(memoryInput));
     opening.run();
     return std::move(opening).makeInputFormatContext();
 }

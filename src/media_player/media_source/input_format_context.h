@@ -7,6 +7,7 @@
 
 #include "core_media/ffmpeg_handles.h"
 #include "foundation/url.h"
+#include "media_player/media_source/memory_input.h"
 
 namespace zelvane {
 
@@ -22,6 +23,7 @@ class InputFormatContext {
 
     // The context and all that reads for it hold the flag's address: it goes after them.
     std::unique_ptr<Flag> isAbandoned_ = std::make_unique<Flag>(false);
+    std::unique_ptr<MemoryInput> memoryInput_;
     ffmpeg::InputContext context_;
 };
 
@@ -37,7 +39,9 @@ class InputOpening {
         withoutPictures,
     };
 
-    explicit InputOpening(const URL& url, Probing probing = Probing::everything);
+    /// With a memory input, that one is read and the URL only names it.
+    explicit InputOpening(const URL& url, Probing probing = Probing::everything,
+                          std::unique_ptr<MemoryInput> memoryInput = nullptr);
 
     /// Opens the file and reads until all of its streams are known, however much that takes. Keeps
     /// what it read nowhere: the context stands at an unknown position afterwards.
@@ -68,7 +72,8 @@ class InputOpening {
 bool isSameContainer(const AVFormatContext& context, const AVFormatContext& other);
 
 /// One opening from start to end. Throws FFmpegError.
-InputFormatContext makeInputFormatContext(const URL& url);
+InputFormatContext makeInputFormatContext(const URL& url,
+                                          std::unique_ptr<MemoryInput> memoryInput = nullptr);
 
 /// Two independent demuxers on the same file.
 struct InputFormatContexts {

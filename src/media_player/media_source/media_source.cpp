@@ -11,6 +11,9 @@
 #include "foundation/uuid.h"
 #include "media_player/decoders/audio/ffmpeg_audio_decoder.h"
 #include "media_player/media_source/stepping_back.h"
+#include "media_player/media_source/packet_text_encoding.h"
+#include "media_player/media_source/script_slices.h"
+#include "media_player/media_source/subtitles_text_file.h"
 
 namespace zelvane {
 
@@ -24,6 +27,8 @@ struct MediaSource::Contents {
     std::vector<std::shared_ptr<AudioTrack>> audioTracks{};
     SubtitlesTracks subtitlesTracks{};
     OptionalMetadata optionalMetadata{};
+    std::optional<std::string> textEncoding{};
+    std::optional<TextPackets> textPackets{};
 };
 
 namespace {
@@ -37,6 +42,12 @@ constexpr CMTime kLongestDecodingDelay(10, 1);
 /// What decoders of overlapping, predicted or pooled bits (MDCT, SBR, MP3's reservoir, Opus) take
 /// to give the samples of a straight decode. Decoding it costs less than a millisecond.
 constexpr CMTime kAudioPreroll(1, 2);
+
+void requireFileURL(const URL& url) {
+    if (!url.isFileURL()) {
+        throw LoadError::unsupportedURLScheme(url.scheme());
+    }
+}
 
 InputFormatContexts openBoth(const URL& url) {
     try {
@@ -127,6 +138,67 @@ void seekBothToStart(const InputFormatContexts& contexts) {
     }
 }
 
+void appendPackets(AVFormatContext& context, TextPackets& packets) {
+    try {
+        seekToStart(context);
+        while (const PacketRef packet = readPacket({0}, context)) {
+            packets.append(packet->avPacket());
+        }
+    } catch (const FFmpegError&) {
+        // A text without events cannot be sought in. Whether all are without, the caller sees.
+    }
+}
+
+/// Takes the packets of a text from its demuxer, and leaves it open, or the first one of several.
+InputFormatContext openText(const URL& url, std::string text, std::optional<TextPackets>& packets) {
+    packets.emplace(text.size());
+    std::optional<InputFormatContext> first;
+    ScriptSlices slices(std::move(text));
+    while (auto slice = slices.next()) {
+        auto input =
+            makeInputFormatContext(url, std::make_unique<MemoryInput>(std::exchange(*slice, {})));
+        appendPackets(*input, *packets);
+        if (!first) {
+            first.emplace(std::move(input));
+        }
+    }
+    packets->finish();
+    return *std::move(first);
+}
+
+/// Opens a side file for its subtitles. Text is read as UTF-8, whatever it is written in.
+void openSideFile(MediaSource::Contents& contents) {
+    try {
+        auto text = readSubtitlesText(contents.url);
+        contents.contexts.visual =
+            text ? openText(contents.url, std::move(text->text), contents.textPackets)
+                 : makeInputFormatContext(contents.url);
+        contents.textEncoding = text ? std::move(text->encoding) : std::nullopt;
+    } catch (const Error&) {
+        throw LoadError::failedToOpenURL(contents.url, std::current_exception());
+    }
+}
+
+void seekSideFileToStart(AVFormatContext& context) {
+    try {
+        seekToStart(context);
+    } catch (const Error&) {
+        throw LoadError::failedToSeek(std::current_exception());
+    }
+}
+
+void appendSubtitlesTracks(MediaSource::Contents& contents) {
+    const AVFormatContext& context = *contents.contexts.visual;
+    for (unsigned index = 0; index < context.nb_streams; ++index) {
+        [[maybe_unused]] const bool isTrack = appended(contents.subtitlesTracks, [&] {
+            return std::make_shared<SubtitlesTrack>(contents.id, *context.streams[index], nullptr);
+        });
+    }
+    if (contents.subtitlesTracks.empty()) {
+        throw LoadError::noDecodableTracks({MediaType::subtitles});
+    }
+}
+
 MediaTracks visualTracks(const std::shared_ptr<VideoTrack>& videoTrack,
                          const SubtitlesTracks& subtitlesTracks) {
     MediaTracks tracks(subtitlesTracks.begin(), subtitlesTracks.end());
@@ -149,9 +221,7 @@ StreamIndexes streamIndexes(const MediaTracks& tracks) {
 std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
                                                const std::optional<CMTime>& fallbackDuration,
                                                bool isDurationRequired) {
-    if (!url.isFileURL()) {
-        throw LoadError::unsupportedURLScheme(url.scheme());
-    }
+    requireFileURL(url);
     return open(url, openBoth(url), fallbackDuration, isDurationRequired);
 }
 
@@ -196,14 +266,116 @@ void MediaSource::load(const URL& url, SuccessHandler successHandler,
     });
 }
 
+MediaSource::ExternalSubtitles MediaSource::openExternalSubtitles(const URL& url,
+                                                                  const CMTime& fallbackDuration) {
+    requireFileURL(url);
+    Contents contents{.url = url, .contexts = {}};
+    openSideFile(contents);
+    const AVFormatContext& context = *contents.contexts.visual;
+    contents.startTime =
+        timeFromStamp(context.start_time, av_get_time_base_q()).value_or(kCMTimeZero);
+    contents.duration = durationOf(context, fallbackDuration, false);
+    appendSubtitlesTracks(contents);
+    if (contents.textPackets && !contents.textPackets->isEmpty()) {
+        // The decoders have what they need of it.
+        const InputFormatContext closed = std::exchange(contents.contexts.visual, {});
+    } else {
+        seekSideFileToStart(*contents.contexts.visual);
+    }
+    ExternalSubtitles external{std::make_shared<MediaSource>(std::move(contents)), {}};
+    for (const auto& track : external.mediaSource->embeddedSubtitlesTracks()) {
+        external.externalSubtitlesTracks.push_back(
+            std::make_shared<ExternalSubtitlesTrack>(external.mediaSource, track));
+    }
+    external.mediaSource->visualTracksQueue()->sync(
+        [&] { external.mediaSource->detectCharacterEncodings(); });
+    return external;
+}
+
+void MediaSource::addExternalSubtitles(const URL& url, ExternalSubtitlesHandler successHandler,
+                                       FailureHandler failureHandler) {
+    const auto queue = dispatch::globalQueue(dispatch::QualityOfService::userInitiated);
+    queue->async([self = shared_from_this(), url, successHandler = std::move(successHandler),
+                  failureHandler = std::move(failureHandler)] {
+        ExternalSubtitlesTracks tracks;
+        try {
+            tracks = self->attach(openExternalSubtitles(url, self->duration()));
+        } catch (const LoadError& error) {
+            failureHandler(error);
+            return;
+        }
+        successHandler(tracks);
+    });
+}
+
+ExternalSubtitlesTracks MediaSource::attach(ExternalSubtitles external) {
+    std::optional<FileResourceIdentifier> identifier;
+    try {
+        identifier = FileResourceIdentifier::of(external.mediaSource->url());
+    } catch (const Error&) {
+        // A file that has gone meanwhile is shown all the same; it cannot be told from another.
+        appendExternalSubtitles(external);
+        return external.externalSubtitlesTracks;
+    }
+    return fileResourceIdentifierToExternalSubtitlesMap_.withLock([&](Attached& attached) {
+        const auto [entry, isNew] = attached.try_emplace(*identifier, std::move(external));
+        if (isNew) {
+            appendExternalSubtitles(entry->second);
+        }
+        return entry->second.externalSubtitlesTracks;
+    });
+}
+
+void MediaSource::appendExternalSubtitles(const ExternalSubtitles& external) {
+    externalSubtitlesTracks_.withLock([&](ExternalSubtitlesTracks& tracks) {
+        tracks.insert(tracks.end(), external.externalSubtitlesTracks.begin(),
+                      external.externalSubtitlesTracks.end());
+    });
+    auto observer = NotificationCenter::shared().addObserver(
+        std::string(kRestorableStateWasInvalidatedNotification), external.mediaSource.get(),
+        nullptr, [weakSelf = weak_from_this()](const Notification&) {
+            if (const auto self = weakSelf.lock()) {
+                self->invalidateRestorableState();
+            }
+        });
+    externalSubtitlesObservers_.withLock(
+        [&](auto& observers) { observers.push_back(std::move(observer)); });
+    invalidateRestorableState();
+}
+
+void MediaSource::invalidateRestorableState() const {
+    NotificationCenter::shared().post(
+        {std::string(kRestorableStateWasInvalidatedNotification), this, {}});
+}
+
+void MediaSource::detectCharacterEncodings() {
+    assert(visualTracksQueue_->isCurrent());
+    // A file of text is UTF-8 by now.
+    if (textPackets_) {
+        return;
+    }
+    if (detectPacketEncodings(embeddedSubtitlesTracks_, *formatContextForVisualTracks_)) {
+        seekSideFileToStart(*formatContextForVisualTracks_);
+    }
+}
+
+SubtitlesTracks MediaSource::subtitlesTracks() const {
+    SubtitlesTracks tracks = embeddedSubtitlesTracks_;
+    const auto external = externalSubtitlesTracks();
+    tracks.insert(tracks.end(), external.begin(), external.end());
+    return tracks;
+}
+
 MediaSource::MediaSource(Contents contents)
     : id_(std::move(contents.id)), url_(std::move(contents.url)), startTime_(contents.startTime),
       duration_(contents.duration), videoTracks_(std::move(contents.videoTracks)),
       audioTracks_(std::move(contents.audioTracks)),
       embeddedSubtitlesTracks_(std::move(contents.subtitlesTracks)),
       optionalMetadata_(std::move(contents.optionalMetadata)),
+      textEncoding_(std::move(contents.textEncoding)),
       visualTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Visual Tracks)")),
       audioTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Audio Tracks)")),
+      textPackets_(std::move(contents.textPackets)),
       formatContextForAudioTracks_(std::move(contents.contexts.audio)),
       formatContextForVisualTracks_(std::move(contents.contexts.visual)) {}
 
@@ -226,7 +398,9 @@ MediaSource::readVisualPacket(const std::shared_ptr<VideoTrack>& videoTrack,
     if (tracks.empty()) {
         return std::nullopt;
     }
-    PacketRef packet = readPacket(streamIndexes(tracks), *formatContextForVisualTracks_);
+    PacketRef packet = textPackets_
+                           ? textPackets_->next()
+                           : readPacket(streamIndexes(tracks), *formatContextForVisualTracks_);
     if (!packet) {
         return std::nullopt;
     }
@@ -260,6 +434,9 @@ PacketSource::CollectedPackets
 MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
                         const SubtitlesTracks& subtitlesTracks, const CMTime& time) {
     assert(visualTracksQueue_->isCurrent());
+    if (textPackets_) {
+        return seekText(subtitlesTracks, time);
+    }
     AVFormatContext& context = *formatContextForVisualTracks_;
     const MediaTracks tracks = visualTracks(videoTrack, subtitlesTracks);
     const StreamIndexes indexes = streamIndexes(tracks);
@@ -281,6 +458,15 @@ CMTime MediaSource::placeOf(const CMTime& time) const {
     return time <= startTime_ ? startTime_ - kLongestDecodingDelay : time;
 }
 
+PacketSource::CollectedPackets MediaSource::seekText(const SubtitlesTracks& subtitlesTracks,
+                                                     const CMTime& time) {
+    if (subtitlesTracks.empty()) {
+        return {};
+    }
+    const auto& track = subtitlesTracks.front();
+    return {{track, textPackets_->seek(stampFromTime(time, track->streamTimeBase()))}};
+}
+
 StreamIndexes MediaSource::steeringStreams(const MediaTracks& tracks, const CMTime& time) {
     std::vector<TrackKeyframe> keyframes;
     for (const auto& track : tracks) {
@@ -293,7 +479,7 @@ StreamIndexes MediaSource::steeringStreams(const MediaTracks& tracks, const CMTi
 
 std::optional<CMTime> MediaSource::keyframeTimeBefore(const CMTime& time, const MediaTrack& track) {
     assert(visualTracksQueue_->isCurrent());
-    return keyframeTime(time, track, *formatContextForVisualTracks_);
+    return textPackets_ ? std::nullopt : keyframeTime(time, track, *formatContextForVisualTracks_);
 }
 
 } // namespace zelvane

@@ -2,19 +2,25 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/atomic.h"
+#include "foundation/file_resource_identifier.h"
+#include "foundation/notification_center.h"
 #include "foundation/url.h"
 #include "media_player/decoders/common/media_type.h"
+#include "media_player/media_source/external_subtitles_track.h"
 #include "media_player/media_source/input_format_context.h"
 #include "media_player/media_source/media_source_load_error.h"
 #include "media_player/media_source/optional_metadata.h"
 #include "media_player/media_source/packet_reading.h"
 #include "media_player/media_source/packet_source.h"
+#include "media_player/media_source/text_packets.h"
 
 namespace zelvane {
 
@@ -24,14 +30,27 @@ namespace zelvane {
 ///     visual queue: the video track and all subtitles tracks in use
 ///     audio queue:  the one audio track in use
 ///
-/// It exists only fully loaded. Its tracks and times never change, and any thread may read them.
-/// Both files are closed when the last reference goes; who reads holds one.
-class MediaSource final : public PacketSource {
+/// It exists only fully loaded. Its own tracks and its times never change, and any thread may read
+/// them; tracks of side files may come to them. Both files are closed when the last reference goes;
+/// who reads holds one.
+class MediaSource final : public PacketSource, public std::enable_shared_from_this<MediaSource> {
   public:
+    /// A side file and the tracks that stand for its own. They keep each other alive.
+    struct ExternalSubtitles {
+        std::shared_ptr<MediaSource> mediaSource;
+        ExternalSubtitlesTracks externalSubtitlesTracks;
+    };
+
+    /// Posted on the shared centre, with the source as object, when what is worth keeping of it
+    /// over a restart has changed.
+    static constexpr std::string_view kRestorableStateWasInvalidatedNotification =
+        "zelvane.MediaSource.restorableStateWasInvalidatedNotification";
+
     using LoadError = MediaSourceLoadError;
     using OptionalMetadata = zelvane::OptionalMetadata;
     using SuccessHandler = std::function<void(const std::shared_ptr<MediaSource>&)>;
     using FailureHandler = std::function<void(const LoadError&)>;
+    using ExternalSubtitlesHandler = std::function<void(const ExternalSubtitlesTracks&)>;
 
     /// Loads on the caller's thread. A file without a duration is refused when one is required;
     /// else it takes the fallback, or an indefinite one. Throws LoadError.
@@ -45,7 +64,17 @@ class MediaSource final : public PacketSource {
     /// the main queue.
     static void load(const URL& url, SuccessHandler successHandler, FailureHandler failureHandler);
 
-    /// What a load has found. Made by open() alone.
+    /// Loads the subtitles of a side file on the caller's thread, ready to be decoded in the
+    /// encoding that their text is in. It is opened once only, as there is no sound to read from
+    /// it. Throws LoadError.
+    static ExternalSubtitles openExternalSubtitles(const URL& url, const CMTime& fallbackDuration);
+    /// Loads a side file in the background, shows its tracks among those of this source, and calls
+    /// one of the handlers, not on the main queue. A file that is here already, under whatever
+    /// name, gives the tracks that it has. Any thread.
+    void addExternalSubtitles(const URL& url, ExternalSubtitlesHandler successHandler,
+                              FailureHandler failureHandler);
+
+    /// What a load has found. Made by the opening functions alone.
     struct Contents;
     explicit MediaSource(Contents contents);
     ~MediaSource() override;
@@ -66,7 +95,16 @@ class MediaSource final : public PacketSource {
     const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const { return videoTracks_; }
     const std::vector<std::shared_ptr<AudioTrack>>& audioTracks() const { return audioTracks_; }
     const SubtitlesTracks& embeddedSubtitlesTracks() const { return embeddedSubtitlesTracks_; }
-    SubtitlesTracks subtitlesTracks() const { return embeddedSubtitlesTracks_; }
+    /// In the order in which they came. Any thread.
+    ExternalSubtitlesTracks externalSubtitlesTracks() const {
+        return externalSubtitlesTracks_.load();
+    }
+    /// The embedded ones and then the external ones. Any thread.
+    SubtitlesTracks subtitlesTracks() const;
+
+    /// What the text of a side file was written in before it was turned into UTF-8, for a file that
+    /// is nothing but text; else none.
+    const std::optional<std::string>& textEncoding() const { return textEncoding_; }
 
     const std::shared_ptr<dispatch::Queue>& visualTracksQueue() const override {
         return visualTracksQueue_;
@@ -90,6 +128,17 @@ class MediaSource final : public PacketSource {
   private:
     /// Where to move for the packets of a time.
     CMTime placeOf(const CMTime& time) const;
+    using Attached = std::map<FileResourceIdentifier, ExternalSubtitles>;
+
+    /// Gives each decoder of undeclared text the encoding that all of its packets tell. Visual
+    /// queue. Throws LoadError.
+    void detectCharacterEncodings();
+    /// The tracks of the file, which are its earlier ones when it is attached already.
+    ExternalSubtitlesTracks attach(ExternalSubtitles external);
+    void appendExternalSubtitles(const ExternalSubtitles& external);
+    void invalidateRestorableState() const;
+
+    CollectedPackets seekText(const SubtitlesTracks& subtitlesTracks, const CMTime& time);
     /// What to enable for a seek of these tracks.
     StreamIndexes steeringStreams(const MediaTracks& tracks, const CMTime& time);
 
@@ -101,8 +150,14 @@ class MediaSource final : public PacketSource {
     const std::vector<std::shared_ptr<AudioTrack>> audioTracks_;
     const SubtitlesTracks embeddedSubtitlesTracks_;
     const OptionalMetadata optionalMetadata_;
+    const std::optional<std::string> textEncoding_;
+    Atomic<ExternalSubtitlesTracks> externalSubtitlesTracks_;
+    Atomic<Attached> fileResourceIdentifierToExternalSubtitlesMap_;
+    Atomic<std::vector<NotificationObserver>> externalSubtitlesObservers_;
     const std::shared_ptr<dispatch::Queue> visualTracksQueue_;
     const std::shared_ptr<dispatch::Queue> audioTracksQueue_;
+    /// In place of both contexts, for a side file that is nothing but text. Visual queue.
+    std::optional<TextPackets> textPackets_;
     // Closed in reverse order: the visual context first.
     InputFormatContext formatContextForAudioTracks_;
     InputFormatContext formatContextForVisualTracks_;

@@ -142,7 +142,7 @@ AudioTrack::AudioTrack(const std::string& mediaSourceID, Facts facts,
 SubtitlesTrack::SubtitlesTrack(const std::string& mediaSourceID, const AVStream& stream,
                                const std::shared_ptr<VideoTrack>& parentVideoTrack)
     : MediaTrack(mediaSourceID, mediaTrackFacts(stream)), parentVideoTrack_(parentVideoTrack),
-      decoder_(std::make_unique<FFmpegSubtitlesFrameDecoder>(stream)) {}
+      decoder_(std::make_shared<FFmpegSubtitlesFrameDecoder>(stream)) {}
 
 SubtitlesTrack::SubtitlesTrack(const std::string& mediaSourceID, Facts facts,
                                std::unique_ptr<SubtitlesFrameDecoder> decoder)

@@ -50,6 +50,8 @@ class MediaTrack {
 
   protected:
     MediaTrack(const std::string& mediaSourceID, Facts facts);
+    /// A track of its own with the id and the facts of another.
+    explicit MediaTrack(const MediaTrack* wrapped) : id_(wrapped->id()), facts_(wrapped->facts_) {}
 
   private:
     Atomic<std::string> id_;
@@ -118,9 +120,14 @@ class SubtitlesTrack : public MediaTrack {
     /// Used by the queue that reads this track's packets only.
     SubtitlesFrameDecoder& decoder() const { return *decoder_; }
 
+  protected:
+    /// Shares the other's decoder.
+    explicit SubtitlesTrack(const SubtitlesTrack* wrapped)
+        : MediaTrack(wrapped), decoder_(wrapped->decoder_) {}
+
   private:
     std::weak_ptr<VideoTrack> parentVideoTrack_;
-    std::unique_ptr<SubtitlesFrameDecoder> decoder_;
+    std::shared_ptr<SubtitlesFrameDecoder> decoder_;
 };
 
 } // namespace zelvane

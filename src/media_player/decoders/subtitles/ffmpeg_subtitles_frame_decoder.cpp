@@ -2,13 +2,10 @@
 #include "media_player/decoders/subtitles/ffmpeg_subtitles_frame_decoder.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <utility>
 
-#include <iconv.h>
-
 #include "core_media/ffmpeg_error.h"
+#include "foundation/character_encoding.h"
 #include "foundation/log.h"
 #include "media_player/decoders/common/ffmpeg_decoding.h"
 #include "media_player/decoders/subtitles/ass_stock_form.h"
@@ -86,41 +83,6 @@ makeSubtitlesDecoder(const AVCodecContext& context,
     throw FFmpegError::simple(FFmpegError::Case::unknownSubtitleType);
 }
 
-struct CloseConverter {
-    void operator()(void* converter) const { iconv_close(converter); }
-};
-using Converter = std::unique_ptr<void, CloseConverter>;
-
-/// Into UTF-8; null for a name that iconv does not know, at which libavcodec stops the process.
-Converter converterFrom(const std::string& encoding) {
-    void* converter = iconv_open("UTF-8", encoding.c_str());
-    return Converter(converter == reinterpret_cast<void*>(-1) ? nullptr : converter);
-}
-
-/// As UTF-8, with a question mark for each byte that means nothing.
-std::string converted(std::string_view bytes, const std::string& encoding) {
-    const Converter converter = converterFrom(encoding);
-    std::string input(bytes);
-    char* rest = input.data();
-    std::size_t restSize = input.size();
-    std::string text;
-    while (converter != nullptr && restSize > 0) {
-        std::array<char, 1024> block{};
-        char* end = block.data();
-        std::size_t room = block.size();
-        const bool isStuck =
-            iconv(converter.get(), &rest, &restSize, &end, &room) == static_cast<std::size_t>(-1) &&
-            errno != E2BIG;
-        text.append(block.data(), block.size() - room);
-        if (isStuck && restSize > 0) {
-            text += '?';
-            ++rest;
-            --restSize;
-        }
-    }
-    return text;
-}
-
 /// The whole packet is converted, which ruins pixels, and the offsets that follow the text in
 /// timed text.
 bool holdsLinesOfText(const AVCodecContext& context) {
@@ -130,7 +92,8 @@ bool holdsLinesOfText(const AVCodecContext& context) {
 void setEncoding(AVCodecContext& context, const std::optional<std::string>& encoding) {
     av_freep(&context.sub_charenc);
     if (encoding) {
-        context.sub_charenc = checkedFFmpegAllocation(av_strdup(encoding->c_str()));
+        const std::string name = effectiveCharacterEncoding(*encoding);
+        context.sub_charenc = checkedFFmpegAllocation(av_strdup(name.c_str()));
     }
     context.sub_charenc_mode =
         encoding ? FF_SUB_CHARENC_MODE_PRE_DECODER : FF_SUB_CHARENC_MODE_DO_NOTHING;
@@ -196,8 +159,9 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet
 
 void FFmpegSubtitlesFrameDecoder::setCharacterEncoding(
     const std::optional<std::string>& characterEncoding) {
+    // libavcodec stops the process over a name that iconv does not know.
     const bool isUsable = characterEncoding && holdsLinesOfText(*decoderContext_) &&
-                          converterFrom(*characterEncoding) != nullptr;
+                          isKnownCharacterEncoding(*characterEncoding);
     characterEncoding_ = isUsable ? characterEncoding : std::nullopt;
     setEncoding(*decoderContext_, characterEncoding_);
     if (isScript(*decoderContext_)) {
@@ -212,7 +176,7 @@ void FFmpegSubtitlesFrameDecoder::readHeaderAnew() {
         return;
     }
     const std::string text =
-        characterEncoding_ ? converted(header, *characterEncoding_) : std::string(header);
+        characterEncoding_ ? decodedText(header, *characterEncoding_).text : std::string(header);
     try {
         subtitlesDecoder_ = makeFormattedTextDecoder(*decoderContext_, text, styling_);
     } catch (const ASSDecodingError& error) {

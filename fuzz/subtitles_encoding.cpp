@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Bytes of any kind as the text of a subtitles file: what comes out is UTF-8.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "foundation/character_encoding.h"
+#include "foundation/text.h"
+#include "media_player/media_source/subtitles_text_file.h"
+#include "media_player/media_source/text_encoding.h"
+
+namespace {
+
+void require(bool holds) {
+    if (!holds) {
+        std::abort();
+    }
+}
+
+/// As the packets of a container: in two pieces, whatever format the bytes are in.
+void detectInPieces(std::string_view bytes) {
+    zelvane::TextEncodingEvidence evidence;
+    evidence.add(bytes.substr(0, bytes.size() / 2));
+    evidence.add(bytes.substr(bytes.size() / 2));
+    if (const auto encoding = evidence.encoding()) {
+        require(zelvane::isKnownCharacterEncoding(*encoding));
+        require(zelvane::isValidUTF8(zelvane::decodedText(bytes, *encoding).text));
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
+    detectInPieces(bytes);
+    for (const char* name : {"side.srt", "side"}) {
+        if (const auto text = zelvane::subtitlesTextOf(bytes, name)) {
+            require(zelvane::isValidUTF8(text->text));
+            require(text->text.find('\0') == std::string::npos);
+        }
+    }
+    return 0;
+}

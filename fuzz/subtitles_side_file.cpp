@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Bytes of any kind as a side file, on the whole road from the disk to frames, with seeks on the
+// way. What cannot be attached or decoded is told by typed errors, and nothing else happens.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include "core_media/ffmpeg_log.h"
+#include "foundation/log.h"
+#include "media_player/media_source/media_source.h"
+
+namespace {
+
+using namespace zelvane;
+
+/// A file in memory, so that a million runs do not wear out a disk.
+class MemoryFile {
+  public:
+    MemoryFile(const std::uint8_t* data, std::size_t size)
+        : descriptor_(memfd_create("side", MFD_CLOEXEC)) {
+        if (descriptor_ < 0 || write(descriptor_, data, size) != static_cast<ssize_t>(size)) {
+            std::abort();
+        }
+    }
+    ~MemoryFile() { close(descriptor_); }
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
+    std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+
+  private:
+    int descriptor_;
+};
+
+void decode(const ExternalSubtitlesTrack& track, const Packet& packet) {
+    try {
+        for (const auto& frame : track.decoder().decode(packet)) {
+            if (frame == nullptr || frame->endTime < frame->startTime) {
+                std::abort();
+            }
+        }
+    } catch (const Error&) { // A lost frame, told by its reason.
+    }
+}
+
+void readSome(const ExternalSubtitlesTrack& track, int count) {
+    const auto& source = track.externalMediaSource();
+    for (int i = 0; i < count; ++i) {
+        const auto packet = source->readVisualPacket(nullptr, {track.externalMediaSourceTrack()});
+        if (!packet) {
+            decode(track, Packet());
+            return;
+        }
+        decode(track, *packet->packet);
+    }
+}
+
+void seek(const ExternalSubtitlesTrack& track, const CMTime& time) {
+    const auto collected =
+        track.externalMediaSource()->seekVisual(nullptr, {track.externalMediaSourceTrack()}, time);
+    for (const auto& [ofTrack, packets] : collected) {
+        for (const PacketRef& packet : packets) {
+            decode(track, *packet);
+        }
+    }
+}
+
+void readWithSeeks(const ExternalSubtitlesTrack& track) {
+    constexpr int kEverything = 10'000;
+    track.externalMediaSource()->visualTracksQueue()->sync([&] {
+        readSome(track, 3);
+        for (const CMTime& time : {CMTime(5, 1), kCMTimeZero, CMTime(100'000, 1)}) {
+            seek(track, time);
+            readSome(track, 2);
+        }
+        seek(track, kCMTimeZero);
+        readSome(track, kEverything);
+    });
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const bool isQuiet = (quietFFmpegLog(), true);
+    static const ScopedLogSink silence([](std::string_view) {});
+    const MemoryFile file(data, isQuiet ? size : 0);
+    try {
+        const auto external =
+            MediaSource::openExternalSubtitles(URL::fromPath(file.path()), CMTime(3600, 1));
+        for (const auto& track : external.externalSubtitlesTracks) {
+            readWithSeeks(*track);
+        }
+    } catch (const Error&) { // Not attached, or not read on.
+    }
+    return 0;
+}

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "foundation/character_encoding.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+
+#include <iconv.h>
+
+#include "foundation/error.h"
+
+namespace zelvane {
+namespace {
+
+constexpr std::string_view kReplacement = "\xef\xbf\xbd";
+
+class Converter {
+  public:
+    explicit Converter(const std::string& from) : handle_(iconv_open("UTF-8", from.c_str())) {}
+    ~Converter() {
+        if (isOpen()) {
+            iconv_close(handle_);
+        }
+    }
+    Converter(const Converter&) = delete;
+    Converter& operator=(const Converter&) = delete;
+
+    bool isOpen() const {
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): iconv's own sign of failure
+        return handle_ != reinterpret_cast<iconv_t>(-1);
+    }
+
+    /// Appends what an encoding with states has held back at the end.
+    void finish(std::string& text) const {
+        std::array<char, 64> buffer; // NOLINT(*-member-init): overwritten
+        char* out = buffer.data();
+        std::size_t outLeft = buffer.size();
+        iconv(handle_, nullptr, nullptr, &out, &outLeft);
+        text.append(buffer.data(), buffer.size() - outLeft);
+    }
+
+    /// Appends what can be read of `bytes` and removes that from them; 0 or an errno.
+    int convert(std::string_view& bytes, std::string& text) const {
+        std::array<char, 16384> buffer; // NOLINT(*-member-init): overwritten
+        int status = E2BIG;
+        while (status == E2BIG) {
+            // iconv reads through this pointer only.
+            char* in = const_cast<char*>(bytes.data());
+            std::size_t inLeft = bytes.size();
+            char* out = buffer.data();
+            std::size_t outLeft = buffer.size();
+            const bool failed = iconv(handle_, &in, &inLeft, &out, &outLeft) == std::size_t(-1);
+            status = failed ? errno : 0;
+            text.append(buffer.data(), buffer.size() - outLeft);
+            bytes.remove_prefix(bytes.size() - inLeft);
+        }
+        return status;
+    }
+
+  private:
+    iconv_t handle_;
+};
+
+/// The bytes of the smallest unit of an encoding: what to skip to get behind one that is malformed.
+std::size_t unitSize(std::string_view encoding) {
+    if (encoding.substr(0, 6) == "UTF-32") {
+        return 4;
+    }
+    return encoding.substr(0, 6) == "UTF-16" ? 2 : 1;
+}
+
+struct EffectiveName {
+    std::string_view name;
+    std::string_view effectiveName;
+};
+
+// Text of the names on the left is written on systems that use the ones on the right, which give
+// meaning to bytes that mean nothing, or a control character, in the standard.
+constexpr std::array<EffectiveName, 10> kEffectiveNames{{
+    {"ISO-8859-1", "WINDOWS-1252"},
+    {"ISO-8859-9", "WINDOWS-1254"},
+    {"ASCII", "WINDOWS-1252"},
+    {"SHIFT_JIS", "CP932"},
+    {"EUC-KR", "UHC"},
+    {"GB2312", "GB18030"},
+    {"GBK", "GB18030"},
+    {"TIS-620", "CP874"},
+    {"ISO-8859-11", "CP874"},
+    {"MACROMAN", "MACINTOSH"},
+}};
+
+} // namespace
+
+std::string effectiveCharacterEncoding(std::string_view encoding) {
+    const auto* const found =
+        std::find_if(kEffectiveNames.begin(), kEffectiveNames.end(),
+                     [&](const EffectiveName& entry) { return entry.name == encoding; });
+    return std::string(found == kEffectiveNames.end() ? encoding : found->effectiveName);
+}
+
+bool isKnownCharacterEncoding(const std::string& encoding) {
+    return Converter(effectiveCharacterEncoding(encoding)).isOpen();
+}
+
+DecodedText decodedText(std::string_view bytes, std::string_view encoding) {
+    const std::string name = effectiveCharacterEncoding(encoding);
+    const Converter converter(name);
+    if (!converter.isOpen()) {
+        throw SystemError(std::string(kPOSIXErrorDomain), EINVAL);
+    }
+    DecodedText decoded;
+    decoded.text.reserve(bytes.size());
+    while (converter.convert(bytes, decoded.text) != 0) {
+        decoded.text += kReplacement;
+        ++decoded.malformedCount;
+        bytes.remove_prefix(std::min(unitSize(name), bytes.size()));
+    }
+    converter.finish(decoded.text);
+    return decoded;
+}
+
+} // namespace zelvane

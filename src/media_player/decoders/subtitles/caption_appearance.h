@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/notification_center.h"
+#include "foundation/user_defaults.h"
+#include "text/string_attributes.h"
+
+namespace zelvane {
+
+/// What sets the letters off from the picture. The numbers are those of the setting.
+enum class CaptionTextEdgeStyle : std::int64_t {
+    undefined = 0,
+    none = 1,
+    raised = 2,
+    depressed = 3,
+    uniform = 4,
+    dropShadow = 5,
+};
+
+/// What a person has set about captions: how they look, in which languages they are wanted, and
+/// what they and the sound shall tell to who does not hear or see all. It reads the settings anew
+/// each time. A setting that is absent, or means nothing, is as in the table:
+///
+/// | Key                                   | Value                       | Without it           |
+/// |---------------------------------------|-----------------------------|----------------------|
+/// | ZLVNCaptionFontFamily                 | a family's name             | the system's font    |
+/// | ZLVNCaptionFontBold                   | boolean                     | false                |
+/// | ZLVNCaptionFontItalic                 | boolean                     | false                |
+/// | ZLVNCaptionForegroundColor            | "#rrggbb"                   | white                |
+/// | ZLVNCaptionForegroundOpacity          | 0 to 1                      | 1                    |
+/// | ZLVNCaptionBackgroundColor            | "#rrggbb"                   | none                 |
+/// | ZLVNCaptionBackgroundOpacity          | 0 to 1                      | 0                    |
+/// | ZLVNCaptionTextEdgeStyle              | CaptionTextEdgeStyle        | dropShadow           |
+/// | ZLVNCaptionWindowColor                | "#rrggbb"                   | black                |
+/// | ZLVNCaptionWindowOpacity              | 0 to 1                      | 0                    |
+/// | ZLVNCaptionWindowRoundedCornerRadius  | 0 to 100, for text of 12    | 0                    |
+/// | ZLVNCaptionRelativeCharacterSize      | 0.25 to 4                   | 1                    |
+/// | ZLVNCaptionLanguages                  | language tags, best first   | the environment's    |
+/// | ZLVNCaptionCharacteristics            | names, see below            | none                 |
+/// | ZLVNAudibleCharacteristics            | names, see below            | none                 |
+///
+/// Without any setting captions are white with a thin dark outline and a soft shadow, which reads
+/// on any picture. Any thread.
+class CaptionAppearance {
+  public:
+    /// Posted on the centre, with the appearance as object, when the settings have changed.
+    static constexpr std::string_view kSettingsChangedNotification =
+        "kMACaptionAppearanceSettingsChangedNotification";
+
+    static constexpr std::string_view kTranscribesSpokenDialog =
+        "MAMediaCharacteristicTranscribesSpokenDialogForAccessibility";
+    static constexpr std::string_view kDescribesMusicAndSound =
+        "MAMediaCharacteristicDescribesMusicAndSoundForAccessibility";
+    static constexpr std::string_view kDescribesVideo =
+        "MAMediaCharacteristicDescribesVideoForAccessibility";
+
+    /// Of the process's settings, on the shared centre.
+    static CaptionAppearance& shared();
+
+    /// Both have to outlive it.
+    CaptionAppearance(const UserDefaults& defaults, NotificationCenter& notificationCenter);
+    CaptionAppearance(const CaptionAppearance&) = delete;
+    CaptionAppearance& operator=(const CaptionAppearance&) = delete;
+
+    /// None on a system without fonts.
+    std::optional<Font> font(double pointSize) const;
+    /// The colours bear no opacity of their own; none when there is none to be made.
+    std::optional<SRGBColor> foregroundColor() const;
+    double foregroundOpacity() const;
+    std::optional<SRGBColor> backgroundColor() const;
+    double backgroundOpacity() const;
+    /// Any number; CaptionTextEdgeStyle has those that mean something.
+    std::int64_t textEdgeStyle() const;
+    std::optional<SRGBColor> windowColor() const;
+    double windowOpacity() const;
+    double windowRoundedCornerRadius() const;
+    double relativeCharacterSize() const;
+
+    /// Canonical, best first.
+    std::vector<std::string> selectedLanguages() const;
+    std::vector<std::string> preferredCaptioningCharacteristics() const;
+    std::vector<std::string> preferredAudibleCharacteristics() const;
+
+    /// For whoever has written these settings: tells everyone.
+    void settingsDidChange() const;
+
+  private:
+    std::optional<SRGBColor> color(std::string_view key) const;
+    double number(std::string_view key, double fallback, double least, double most) const;
+
+    const UserDefaults& defaults_;
+    NotificationCenter& notificationCenter_;
+};
+
+} // namespace zelvane

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct uchardet;
+
+namespace zelvane {
+
+/// Guesses the encoding of text by the statistics of its bytes. Used by one thread at a time.
+class CharacterEncodingDetector {
+  public:
+    CharacterEncodingDetector();
+
+    /// Looks at the next bytes of the text. False when they could not be taken in. Stops the
+    /// process after finish().
+    bool analyzeNextChunk(std::string_view bytes);
+    /// The encoding's name as iconv knows it; none when there was nothing to tell it by.
+    std::optional<std::string> finish();
+
+  private:
+    struct Delete {
+        void operator()(uchardet* handle) const;
+    };
+    std::unique_ptr<uchardet, Delete> uchardet_;
+    bool isFinished_ = false;
+};
+
+} // namespace zelvane

@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "foundation/character_encoding.h"
+
+#include <gtest/gtest.h>
+
+#include "foundation/error.h"
+
+namespace zelvane {
+namespace {
+
+TEST(CharacterEncoding, textIsReadInTheVariantThatPeopleWrite) {
+    struct Case {
+        std::string_view bytes;
+        std::string_view encoding;
+        std::string_view text;
+    };
+    const Case cases[] = {
+        {"\x93quoted\x94", "ISO-8859-1", "“quoted”"},
+        {"\x87\x40", "SHIFT_JIS", "①"},
+        {"\xc5WES\xd8M", "WINDOWS-1252", "ÅWESØM"},
+        {"\x1b$B$3$s\x1b(B!", "ISO-2022-JP", "こん!"},
+        {"", "UTF-16LE", ""},
+    };
+    for (const Case& c : cases) {
+        const DecodedText decoded = decodedText(c.bytes, c.encoding);
+        EXPECT_EQ(decoded.text, c.text) << c.encoding;
+        EXPECT_EQ(decoded.malformedCount, 0U) << c.encoding;
+    }
+}
+
+TEST(CharacterEncoding, whatMeansNothingCostsNoMoreThanItself) {
+    const DecodedText decoded = decodedText("gr\xffn\xc3", "UTF-8");
+    EXPECT_EQ(decoded.text, "gr\xef\xbf\xbdn\xef\xbf\xbd");
+    EXPECT_EQ(decoded.malformedCount, 2U);
+    using namespace std::string_view_literals;
+    EXPECT_EQ(decodedText("a\0\0\xd8z\0"sv, "UTF-16LE").text, "a\xef\xbf\xbdz");
+}
+
+TEST(CharacterEncoding, anUnknownNameIsTold) {
+    EXPECT_FALSE(isKnownCharacterEncoding("no such thing"));
+    EXPECT_TRUE(isKnownCharacterEncoding("SHIFT_JIS"));
+    EXPECT_THROW(decodedText("text", "no such thing"), SystemError);
+}
+
+} // namespace
+} // namespace zelvane
