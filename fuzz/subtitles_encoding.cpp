@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
 // Bytes of any kind as the text of a subtitles file: what comes out is UTF-8.
+// seeds: subtitles/encodings
 
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "foundation/character_encoding.h"
 #include "foundation/text.h"
+#include "fuzz/fuzz_target.h"
 #include "media_player/media_source/subtitles_text_file.h"
 #include "media_player/media_source/text_encoding.h"
 
@@ -34,8 +34,8 @@ void detectInPieces(std::string_view bytes) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string bytes(reinterpret_cast<const char*>(data), size);
+ZELVANE_FUZZ_TARGET(subtitles_encoding, given) {
+    const std::string bytes(reinterpret_cast<const char*>(given.data()), given.size());
     detectInPieces(bytes);
     for (const char* name : {"side.srt", "side"}) {
         if (const auto text = zelvane::subtitlesTextOf(bytes, name)) {
@@ -43,5 +43,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             require(text->text.find('\0') == std::string::npos);
         }
     }
-    return 0;
 }

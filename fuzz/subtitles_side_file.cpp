@@ -2,9 +2,8 @@
 //
 // Bytes of any kind as a side file, on the whole road from the disk to frames, with seeks on the
 // way. What cannot be attached or decoded is told by typed errors, and nothing else happens.
+// seeds: subtitles/sides
 
-#include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <string>
 
@@ -12,8 +11,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include "core_media/ffmpeg_log.h"
-#include "foundation/log.h"
+#include "fuzz/fuzz_target.h"
 #include "media_player/media_source/media_source.h"
 
 namespace {
@@ -23,9 +21,9 @@ using namespace zelvane;
 /// A file in memory, so that a million runs do not wear out a disk.
 class MemoryFile {
   public:
-    MemoryFile(const std::uint8_t* data, std::size_t size)
-        : descriptor_(memfd_create("side", MFD_CLOEXEC)) {
-        if (descriptor_ < 0 || write(descriptor_, data, size) != static_cast<ssize_t>(size)) {
+    explicit MemoryFile(fuzz::Bytes bytes) : descriptor_(memfd_create("side", MFD_CLOEXEC)) {
+        if (descriptor_ < 0 ||
+            write(descriptor_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
             std::abort();
         }
     }
@@ -86,10 +84,8 @@ void readWithSeeks(const ExternalSubtitlesTrack& track) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const bool isQuiet = (quietFFmpegLog(), true);
-    static const ScopedLogSink silence([](std::string_view) {});
-    const MemoryFile file(data, isQuiet ? size : 0);
+ZELVANE_FUZZ_TARGET(subtitles_side_file, bytes) {
+    const MemoryFile file(bytes);
     try {
         const auto external =
             MediaSource::openExternalSubtitles(URL::fromPath(file.path()), CMTime(3600, 1));
@@ -98,5 +94,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         }
     } catch (const Error&) { // Not attached, or not read on.
     }
-    return 0;
 }
