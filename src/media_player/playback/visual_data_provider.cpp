@@ -106,6 +106,8 @@ DataProvider::Feeding VisualDataProvider::provideNext(const FramesReceiver& rece
     } catch (const std::exception& error) {
         logMessage("Failed to read packet from video/subtitles tracks: {}.",
                    errorDescriptionText(error));
+        // What comes next doesn't follow on what came before.
+        forgetRecent();
         return Feeding::isOver;
     }
     if (!packet) {

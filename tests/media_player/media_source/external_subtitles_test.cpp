@@ -228,7 +228,8 @@ TEST(ExternalSubtitles, scriptsAndCuesHaveTheirWordsInEveryFormOfUnicode) {
 TEST(ExternalSubtitles, aLargeScriptHasAllItsEventsInOrder) {
     constexpr int kCount = 30'000;
     const std::string header = "[Script Info]\nScriptType: v4.00+\n\n[V4+ Styles]\n"
-                               "Format: Name, Fontname, Fontsize\nStyle: Default,Arial,20\n\n"
+                               "Format: Name, Fontname, Fontsize, Alignment\n"
+                               "Style: Default,Arial,20,2\n\n"
                                "[Events]\nFormat: Layer, Start, End, Style, Name, MarginL, "
                                "MarginR, MarginV, Effect, Text\n";
     const test::TemporaryFolder folder;
