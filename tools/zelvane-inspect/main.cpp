@@ -36,8 +36,8 @@ constexpr int kMisused = 2;
 
 int run(int argc, char** argv) {
     const std::map<std::string, std::function<int(const Arguments&)>> commands{
-        {"load", runLoad},     {"frames", runFrames}, {"audio", runAudio},
-        {"decode", runDecode}, {"play", runPlay},     {"seek", runSeek},
+        {"load", runLoad},           {"frames", runFrames}, {"audio", runAudio},
+        {"decode", runDecode},       {"play", runPlay},     {"seek", runSeek},
         {"subtitles", runSubtitles},
     };
     try {

@@ -94,11 +94,10 @@ void printFrames(AVFormatContext& context, const AVStream& stream) {
 
 void printExternal(const Arguments& arguments) {
     readExternalSubtitles(
-        arguments,
-        {[](const SubtitlesFrame& frame) { printLine(subtitlesFrameJson(frame)); },
-         [](const std::exception& error, std::optional<double> start) {
-             printLost(error, start ? Json(*start) : Json(nullptr));
-         }});
+        arguments, {[](const SubtitlesFrame& frame) { printLine(subtitlesFrameJson(frame)); },
+                    [](const std::exception& error, std::optional<double> start) {
+                        printLost(error, start ? Json(*start) : Json(nullptr));
+                    }});
 }
 
 void printEmbedded(const Arguments& arguments) {

@@ -10,9 +10,9 @@
 #include "foundation/log.h"
 #include "foundation/uuid.h"
 #include "media_player/decoders/audio/ffmpeg_audio_decoder.h"
-#include "media_player/media_source/stepping_back.h"
 #include "media_player/media_source/packet_text_encoding.h"
 #include "media_player/media_source/script_slices.h"
+#include "media_player/media_source/stepping_back.h"
 #include "media_player/media_source/subtitles_text_file.h"
 
 namespace zelvane {

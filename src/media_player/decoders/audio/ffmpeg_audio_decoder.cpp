@@ -9,7 +9,8 @@
 
 namespace zelvane {
 
-FFmpegAudioDecoder::FFmpegAudioDecoder(const AVStream& stream) : streamTimeBase_(stream.time_base), sampleGrid_(stream) {
+FFmpegAudioDecoder::FFmpegAudioDecoder(const AVStream& stream)
+    : streamTimeBase_(stream.time_base), sampleGrid_(stream) {
     const AVCodec* codec = findDecoder(*stream.codecpar, AVMEDIA_TYPE_AUDIO);
     decoderContext_ = makeDecoderContext(*stream.codecpar, codec, streamTimeBase_);
     openDecoder(codec, *decoderContext_);
