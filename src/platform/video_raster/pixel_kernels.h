@@ -7,7 +7,8 @@
 namespace zelvane::raster::kernels {
 
 /// The loops over pixels, written so that compilers turn them into vector instructions and, on x86,
-/// compiled once more for AVX2 and chosen at run time. Rows never overlap.
+/// compiled once more for AVX2 with fused multiplication and chosen at run time. Rows never
+/// overlap.
 
 /// out = 8-bit sample.
 void widen(const std::uint8_t* in, std::uint16_t* out, std::size_t count);
