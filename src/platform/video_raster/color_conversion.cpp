@@ -150,9 +150,8 @@ void ColorConversion::makeLight(const SourceColor& source, const IccProfile* sou
 
 void ColorConversion::makeScreen(const SourceColor& source, const IccProfile* sourceProfile,
                                  const IccProfile* display) {
-    for (std::size_t i = 0; display != nullptr && i < 3; ++i) {
-        encodeTables_[i] = tabulate<std::uint8_t>(
-            kSteps, [&](double root) { return display->channelFromLight(i, root * root); }, 255);
+    if (display != nullptr) {
+        makeScreenCurve(*display);
     }
     const auto toScreen =
         inverse(display != nullptr ? display->matrixToXYZ() : rgbToXYZD50(kPrimariesBT709));
@@ -161,6 +160,17 @@ void ColorConversion::makeScreen(const SourceColor& source, const IccProfile* so
         for (std::size_t column = 0; column < 3; ++column) {
             mix_.factor[row][column] = static_cast<float>(mix[row][column]);
         }
+    }
+}
+
+void ColorConversion::makeScreenCurve(const IccProfile& display) {
+    if (display.hasOneCurve()) {
+        screenCurve_ = smoothRootCurve(
+            [&](double root) { return display.channelFromLight(0, std::pow(root, 4)); });
+    }
+    for (std::size_t i = 0; !screenCurve_ && i < 3; ++i) {
+        encodeTables_[i] = tabulate<std::uint8_t>(
+            kSteps, [&](double root) { return display.channelFromLight(i, root * root); }, 255);
     }
 }
 
@@ -227,6 +237,10 @@ void ColorConversion::toLight(const kernels::Channels16& in, Scratch& scratch,
 
 void ColorConversion::toScreen(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const {
     const float* const light[3] = {scratch.light[0], scratch.light[1], scratch.light[2]};
+    if (screenCurve_) {
+        kernels::mixToPixelsOfCurve(light, mix_, *screenCurve_, pixels, count);
+        return;
+    }
     if (encodeTables_[0].empty()) {
         kernels::mixToSRGBPixels(light, mix_, pixels, count);
         return;

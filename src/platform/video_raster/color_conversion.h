@@ -58,6 +58,7 @@ class ColorConversion {
     void makeLight(const SourceColor& source, const IccProfile* sourceProfile);
     void makeScreen(const SourceColor& source, const IccProfile* sourceProfile,
                     const IccProfile* display);
+    void makeScreenCurve(const IccProfile& display);
     void makeHLGTables(const SourceColor& source);
     void makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
                      const IccProfile* display);
@@ -77,7 +78,9 @@ class ColorConversion {
     std::optional<kernels::Curve> lightCurve_;
     std::vector<std::vector<float>> lightTables_;
     kernels::Affine mix_{};
-    /// Empty for sRGB, whose curve is calculated.
+    /// Where a screen's profile has one for all channels that is arithmetic.
+    std::optional<kernels::RootCurve> screenCurve_;
+    /// For other profiles. Empty for sRGB, whose curve is calculated.
     std::array<std::vector<std::uint8_t>, 3> encodeTables_;
     /// For HLG: luminance to the factor of the screen's gamma, and screen light to tone-mapped
     /// light.

@@ -140,6 +140,18 @@ double IccProfile::channelToLight(std::size_t channel, double code) const {
     return cmsEvalToneCurveFloat(parts_->curves[channel], static_cast<float>(code));
 }
 
+bool IccProfile::hasOneCurve() const {
+    constexpr int kSteps = 255;
+    for (int i = 0; i <= kSteps; ++i) {
+        const double code = static_cast<double>(i) / kSteps;
+        const double red = channelToLight(0, code);
+        if (channelToLight(1, code) != red || channelToLight(2, code) != red) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// By halving, since curves are given one way only and tables of their inverse are coarse.
 double IccProfile::channelFromLight(std::size_t channel, double light) const {
     double low = 0;

@@ -27,6 +27,8 @@ class IccProfile {
     /// for such a device.
     bool isShaper() const;
     const Matrix3& matrixToXYZ() const;
+    /// Whether the curves of the channels are the same.
+    bool hasOneCurve() const;
     double channelToLight(std::size_t channel, double code) const;
     double channelFromLight(std::size_t channel, double light) const;
 

@@ -155,6 +155,36 @@ ZELVANE_INLINED void mixToSRGB(const float* __restrict first, const float* __res
     }
 }
 
+ZELVANE_INLINED float codeOnCurve(const RootCurve& curve, float root) {
+    float code = curve.factors[RootCurve::kFactors - 1];
+    for (std::size_t power = RootCurve::kFactors - 1; power-- > 0;) {
+        code = code * root + curve.factors[power];
+    }
+    return cut(code, 255.0F);
+}
+
+ZELVANE_INLINED std::int32_t pixelOnCurve(const RootCurve& curve, float light) {
+    const float root = std::sqrt(std::sqrt(cut(light, 1.0F)));
+    return static_cast<std::int32_t>(codeOnCurve(curve, root) + 0.5F);
+}
+
+ZELVANE_INLINED void mixToCurve(const float* __restrict first, const float* __restrict second,
+                                const float* __restrict third, const Affine& mix,
+                                const RootCurve& curve, std::uint8_t* __restrict pixels,
+                                std::size_t count) {
+    const Affine by = mix;
+    const RootCurve along = curve;
+    for (std::size_t i = 0; i < count; ++i) {
+        const float a = first[i];
+        const float b = second[i];
+        const float c = third[i];
+        const auto pixel = pixelOf(pixelOnCurve(along, apply(by.factor[0], 0.0F, a, b, c)),
+                                   pixelOnCurve(along, apply(by.factor[1], 0.0F, a, b, c)),
+                                   pixelOnCurve(along, apply(by.factor[2], 0.0F, a, b, c)));
+        std::memcpy(pixels + 4 * i, &pixel, sizeof pixel);
+    }
+}
+
 /// The square root of a product of light and factor, as a code.
 inline std::uint16_t productRoot(float light, float factor, float steps) {
     const float root = std::sqrt(cut(light * factor, 1.0F)) * steps;
@@ -295,6 +325,16 @@ void affineToCodes(const Channels16& in, const Affine& affine, float limit,
 
 float lightOf(const Curve& curve, float code) {
     return lightOnCurve(curve, code);
+}
+
+float codeOf(const RootCurve& curve, float root) {
+    return codeOnCurve(curve, root);
+}
+
+ZELVANE_VECTORISED
+void mixToPixelsOfCurve(const float* const in[3], const Affine& mix, const RootCurve& curve,
+                        std::uint8_t* pixels, std::size_t count) {
+    mixToCurve(in[0], in[1], in[2], mix, curve, pixels, count);
 }
 
 ZELVANE_VECTORISED

@@ -7,7 +7,8 @@
 namespace zelvane::raster::kernels {
 
 /// The loops over pixels, written so that compilers turn them into vector instructions and, on x86,
-/// compiled once more for AVX2 and chosen at run time. Rows never overlap.
+/// compiled once more for AVX2 with fused multiplication and chosen at run time. Rows never
+/// overlap.
 
 /// out = 8-bit sample.
 void widen(const std::uint8_t* in, std::uint16_t* out, std::size_t count);
@@ -58,6 +59,13 @@ struct Curve {
     float factors[kFactors];
 };
 float lightOf(const Curve& curve, float code);
+/// The way back: the fourth root of light, 0…1, to a code 0…255, by a polynomial.
+struct RootCurve {
+    static constexpr std::size_t kFactors = 6;
+    /// Of the powers from 0 upward.
+    float factors[kFactors];
+};
+float codeOf(const RootCurve& curve, float root);
 
 /// To B, G, R, 255, of results on the scale 0…255.
 void affineToPixels(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
@@ -77,6 +85,9 @@ void lookUp(const std::uint16_t* codes, const float* table, float* out, std::siz
 /// root times `steps`, rounded.
 void mixToRootCodes(const float* const in[3], const Affine& mix, float steps,
                     std::uint16_t* const out[3], std::size_t count);
+/// The same mixture, and then one curve for all channels.
+void mixToPixelsOfCurve(const float* const in[3], const Affine& mix, const RootCurve& curve,
+                        std::uint8_t* pixels, std::size_t count);
 /// The same mixture, and then the curve of sRGB.
 void mixToSRGBPixels(const float* const in[3], const Affine& mix, std::uint8_t* pixels,
                      std::size_t count);

@@ -9,27 +9,26 @@
 namespace zelvane::raster {
 namespace {
 
-constexpr std::size_t kCount = kernels::Curve::kFactors;
-using Polynomial = std::array<double, kCount>;
-
-/// Coefficients of the polynomial through the curve at the Chebyshev nodes between `begin` and 1,
-/// by divided differences.
-Polynomial interpolated(const std::function<double(double)>& light, double begin) {
-    Polynomial nodes{};
-    Polynomial differences{};
-    for (std::size_t i = 0; i < kCount; ++i) {
-        const double angle = std::numbers::pi * (static_cast<double>(i) + 0.5) / kCount;
+/// Coefficients of the polynomial through the function at the Chebyshev nodes between `begin` and
+/// 1, by divided differences.
+template <std::size_t count>
+std::array<double, count> interpolated(const std::function<double(double)>& function,
+                                       double begin) {
+    std::array<double, count> nodes{};
+    std::array<double, count> differences{};
+    for (std::size_t i = 0; i < count; ++i) {
+        const double angle = std::numbers::pi * (static_cast<double>(i) + 0.5) / count;
         nodes[i] = (1 + begin) / 2 + (1 - begin) / 2 * std::cos(angle);
-        differences[i] = light(nodes[i]);
+        differences[i] = function(nodes[i]);
     }
-    for (std::size_t order = 1; order < kCount; ++order) {
-        for (std::size_t i = kCount - 1; i >= order; --i) {
+    for (std::size_t order = 1; order < count; ++order) {
+        for (std::size_t i = count - 1; i >= order; --i) {
             differences[i] = (differences[i] - differences[i - 1]) / (nodes[i] - nodes[i - order]);
         }
     }
-    Polynomial factors{};
-    for (std::size_t i = kCount; i-- > 0;) {
-        for (std::size_t power = kCount - 1; power > 0; --power) {
+    std::array<double, count> factors{};
+    for (std::size_t i = count; i-- > 0;) {
+        for (std::size_t power = count - 1; power > 0; --power) {
             factors[power] = factors[power - 1] - nodes[i] * factors[power];
         }
         factors[0] = differences[i] - nodes[i] * factors[0];
@@ -37,22 +36,27 @@ Polynomial interpolated(const std::function<double(double)>& light, double begin
     return factors;
 }
 
+template <std::size_t count>
+void assign(float (&to)[count], const std::array<double, count>& from, double scale = 1) {
+    std::transform(from.begin(), from.end(), to,
+                   [scale](double factor) { return static_cast<float>(scale * factor); });
+}
+
 kernels::Curve curveWithToe(const std::function<double(double)>& light, double toe) {
     kernels::Curve curve{};
     curve.toe = static_cast<float>(toe);
     curve.toeSlope = toe > 0 ? static_cast<float>(light(toe) / toe) : 0.0F;
-    const auto factors = interpolated(light, toe);
-    std::transform(factors.begin(), factors.end(), curve.factors,
-                   [](double factor) { return static_cast<float>(factor); });
+    assign(curve.factors, interpolated<kernels::Curve::kFactors>(light, toe));
     return curve;
 }
 
-bool isExact(const kernels::Curve& curve, const std::function<double(double)>& light) {
+/// Whether the two are nowhere further apart than `error`.
+bool agree(const std::function<double(double)>& approximation,
+           const std::function<double(double)>& function, double error) {
     constexpr int kSteps = 1000;
     for (int i = 0; i <= kSteps; ++i) {
-        const double code = static_cast<double>(i) / kSteps;
-        const double error = kernels::lightOf(curve, static_cast<float>(code)) - light(code);
-        if (!(std::abs(error) <= kSmoothCurveError)) {
+        const double at = static_cast<double>(i) / kSteps;
+        if (!(std::abs(approximation(at) - function(at)) <= error)) {
             return false;
         }
     }
@@ -65,11 +69,23 @@ std::optional<kernels::Curve> smoothCurve(const std::function<double(double)>& l
     constexpr double kToeOfSRGB = 0.04045;
     for (const double toe : {0.0, kToeOfSRGB}) {
         const auto curve = curveWithToe(light, toe);
-        if (isExact(curve, light)) {
+        const auto approximation = [&](double code) {
+            return kernels::lightOf(curve, static_cast<float>(code));
+        };
+        if (agree(approximation, light, kSmoothCurveError)) {
             return curve;
         }
     }
     return std::nullopt;
+}
+
+std::optional<kernels::RootCurve> smoothRootCurve(const std::function<double(double)>& code) {
+    kernels::RootCurve curve{};
+    assign(curve.factors, interpolated<kernels::RootCurve::kFactors>(code, 0), 255);
+    const auto approximation = [&](double root) {
+        return kernels::codeOf(curve, static_cast<float>(root)) / 255;
+    };
+    return agree(approximation, code, kSmoothCodeError) ? std::optional(curve) : std::nullopt;
 }
 
 } // namespace zelvane::raster

@@ -16,4 +16,11 @@ std::optional<kernels::Curve> smoothCurve(const std::function<double(double)>& l
 /// Of light: 0.16 of a code value where the curve of a screen is at its steepest.
 inline constexpr double kSmoothCurveError = 5e-5;
 
+/// The same for a way back: from the fourth root of light, 0…1, to a code, 0…1. Null for one that
+/// cannot be had within kSmoothCodeError; pure powers can.
+std::optional<kernels::RootCurve> smoothRootCurve(const std::function<double(double)>& code);
+
+/// An eighth of a code value.
+inline constexpr double kSmoothCodeError = 5e-4;
+
 } // namespace zelvane::raster

@@ -31,6 +31,19 @@ TEST(SmoothCurve, theCurvesOfScreensAreArithmetic) {
     }
 }
 
+TEST(SmoothCurve, theWayBackIsArithmeticInTheFourthRootOfLight) {
+    for (const double gamma : {1.8, 2.2, 2.4}) {
+        const auto code = [gamma](double root) { return std::pow(root, 4 / gamma); };
+        const auto curve = smoothRootCurve(code);
+        ASSERT_TRUE(curve) << gamma;
+        for (int i = 0; i <= 65536; ++i) {
+            const double root = i / 65536.0;
+            EXPECT_NEAR(kernels::codeOf(*curve, static_cast<float>(root)), 255 * code(root), 0.15);
+        }
+    }
+    EXPECT_FALSE(smoothRootCurve([](double root) { return root < 0.5 ? 0 : 1; }));
+}
+
 TEST(SmoothCurve, curvesWithAKneeOrWithoutAnEndAreNot) {
     EXPECT_FALSE(smoothCurve(test::hlgScene));
     EXPECT_FALSE(
