@@ -323,7 +323,13 @@ TEST(ExternalSubtitlesDataProvider, aFailedSeekIsLoggedAndAnswered) {
 TEST(ExternalSubtitlesDataProviderDeath, aTrackOfTheMediaItselfIsRefused) {
     FailingFile file("p100+50");
     testing::FLAGS_gtest_death_test_style = "threadsafe";
-    EXPECT_DEATH(file.provider->setSubtitlesTrack(file.tracks.primary), "of the media itself");
+    EXPECT_DEATH(
+        {
+            file.provider->perform(false,
+                                   [&] { file.provider->setSubtitlesTrack(file.tracks.primary); });
+            dispatch::waitForQuiescence(std::chrono::seconds(5));
+        },
+        "of the media itself");
 }
 
 } // namespace
