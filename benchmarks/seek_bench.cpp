@@ -17,6 +17,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "core_media/ffmpeg_log.h"
+#include "foundation/heap.h"
 #include "foundation/notification_center.h"
 #include "main_loop.h"
 #include "media_player/media_source/media_source.h"
@@ -195,6 +197,8 @@ class Bench {
 } // namespace zelvane
 
 int main() {
+    zelvane::keepHeapSmall();
+    zelvane::quietFFmpegLog();
     try {
         zelvane::Bench bench;
         for (std::string line; std::getline(std::cin, line);) {

@@ -75,7 +75,7 @@ int run() {
 } // namespace zelvane
 
 int main(int argc, char** argv) {
-    zelvane::useOneHeap();
+    zelvane::keepHeapSmall();
     zelvane::quietFFmpegLog();
     zelvane::limitFFmpegAllocations();
     zelvane::prepareApplication();

@@ -9,10 +9,17 @@
 
 namespace zelvane {
 
-void useOneHeap() {
+void keepHeapSmall() {
 #ifdef __GLIBC__
     constexpr int kHeaps = 1;
-    mallopt(M_ARENA_MAX, kHeaps); // NOLINT(concurrency-mt-unsafe): no other thread runs yet
+    // Small pictures and most packets stay below; setting it also stops it from growing.
+    constexpr int kLarge = 256 << 10;
+    constexpr int kKeptAtTheEnd = 2 << 20;
+    // NOLINTBEGIN(concurrency-mt-unsafe): no other thread runs yet
+    mallopt(M_ARENA_MAX, kHeaps);
+    mallopt(M_MMAP_THRESHOLD, kLarge);
+    mallopt(M_TRIM_THRESHOLD, kKeptAtTheEnd);
+    // NOLINTEND(concurrency-mt-unsafe)
 #endif
 }
 

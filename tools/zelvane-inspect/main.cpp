@@ -63,7 +63,7 @@ int run(int argc, char** argv) {
 } // namespace zelvane::inspect
 
 int main(int argc, char** argv) {
-    zelvane::useOneHeap();
+    zelvane::keepHeapSmall();
     zelvane::quietFFmpegLog();
     zelvane::limitFFmpegAllocations();
     return zelvane::inspect::run(argc, argv);
