@@ -31,9 +31,9 @@ class FrameSchedule {
     /// that pictures of any size can be decoded while one is shown.
     struct Limits {
         std::size_t frames = 8;
-        std::size_t bytes = std::size_t{16} << 20;
+        std::size_t bytes = std::size_t{12} << 20;
         CMTime span{1, 1};
-        std::size_t minimumFrames = 3;
+        std::size_t minimumFrames = 2;
     };
 
     struct Frame {

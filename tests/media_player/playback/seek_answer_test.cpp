@@ -7,6 +7,7 @@
 
 #include "media_player/playback/recent_frames.h"
 #include "media_player/playback/seek_answer.h"
+#include "rendering/frame_schedule.h"
 #include "tests/media_player/playback/playback_fakes.h"
 
 namespace zelvane::test {
@@ -132,6 +133,22 @@ TEST_F(RecentFramesTest, keepMoreAroundASeekThanInPlayback) {
     EXPECT_EQ(from(240), "");
     EXPECT_EQ(from(280), "280 320 360");
     EXPECT_EQ(recent_.capacityBefore(), 4U);
+}
+
+/// While the clock stands the renderer reads ahead until it is full, and the decoder is a picture
+/// or two further; none of that may cost the frames that the next step back wants.
+TEST(RecentFramesLimits, leaveRoomForStepsBackBesideWhatIsReadAhead) {
+    constexpr std::size_t kBytesOf1080p = std::size_t{1920} * 1080 * 3 / 2;
+    constexpr std::size_t kInFlight = 2;
+    FrameSchedule readAhead;
+    std::size_t framesAhead = 0;
+    for (; readAhead.isReadyForMore(); ++framesAhead) {
+        const auto time = static_cast<std::int64_t>(framesAhead);
+        readAhead.add({CMTime(time, 30), CMTime(1, 30), kBytesOf1080p, nullptr});
+    }
+    const RecentFrames::Limits limits;
+    EXPECT_LE(framesAhead + kInFlight, limits.framesAfterSeek);
+    EXPECT_GE(limits.bytes / kBytesOf1080p, limits.framesAfterSeek + 4);
 }
 
 TEST_F(RecentFramesTest, neverHaveAHole) {
