@@ -151,13 +151,18 @@ class PulseAudioOutput::Connection {
     void setDevice(std::optional<std::string> uniqueID) {
         device_ = std::move(uniqueID);
         if (stream_ && state_ == State::ready) {
-            const char* name = device_ ? device_->c_str() : "@DEFAULT_SINK@";
-            forget(pa_context_move_sink_input_by_name(
-                context_.get(), pa_stream_get_index(stream_.get()), name, nullptr, nullptr));
+            moveToDevice();
         }
     }
 
   private:
+    void moveToDevice() {
+        streamsDevice_ = device_;
+        const char* name = device_ ? device_->c_str() : "@DEFAULT_SINK@";
+        forget(pa_context_move_sink_input_by_name(
+            context_.get(), pa_stream_get_index(stream_.get()), name, nullptr, nullptr));
+    }
+
     std::size_t frameSize() const {
         return static_cast<std::size_t>(format_.channelCount()) * sizeof(float);
     }
@@ -260,6 +265,7 @@ class PulseAudioOutput::Connection {
             return device_ ? sink.device.uniqueID == *device_ : sink.device.isDefault;
         };
         const auto sink = std::find_if(foundSinks_.begin(), foundSinks_.end(), isWanted);
+        streamsDevice_ = device_;
         format_ = sink == foundSinks_.end() ? AudioOutputFormat{} : sink->format;
         const pa_sample_spec specification{PA_SAMPLE_FLOAT32NE,
                                            static_cast<std::uint32_t>(format_.sampleRate),
@@ -313,6 +319,10 @@ class PulseAudioOutput::Connection {
         switch (pa_stream_get_state(stream_.get())) {
         case PA_STREAM_READY:
             state_ = State::ready;
+            // Another may have been chosen while the server made the stream.
+            if (streamsDevice_ != device_) {
+                moveToDevice();
+            }
             tell(Event::settled);
             break;
         case PA_STREAM_FAILED:
@@ -468,6 +478,8 @@ class PulseAudioOutput::Connection {
     bool isFailing_ = false;
 
     std::optional<std::string> device_;
+    /// The one that the stream was last told to play on.
+    std::optional<std::string> streamsDevice_;
     std::string defaultSink_;
     std::vector<Sink> foundSinks_;
     std::vector<AudioDevice> devices_;
