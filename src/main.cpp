@@ -12,12 +12,15 @@
 
 #include "application/media_player_document.h"
 #include "application/qt_main_queue.h"
+#include "application/settings_file_watcher.h"
 #include "application/settings_store.h"
 #include "core_media/ffmpeg_log.h"
 #include "core_media/ffmpeg_memory.h"
 #include "foundation/dispatch.h"
 #include "foundation/heap.h"
 #include "foundation/user_defaults.h"
+#include "media_player/decoders/subtitles/caption_appearance.h"
+#include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
 #include "player_window/video_widget.h"
 
 namespace zelvane {
@@ -36,6 +39,12 @@ std::vector<URL> requestedFiles(const QStringList& arguments) {
         urls.push_back(hasScheme ? URL::parse(text) : URL::fromPath(text));
     }
     return urls;
+}
+
+/// What a person who has set nothing gets.
+void registerDefaults() {
+    UserDefaults::shared().registerDefaults(
+        {{std::string(kUseUserSpecifiedSubtitleTextStyleKey), false}});
 }
 
 /// Lets work that still needs the main queue come to its end after the event loop has.
@@ -85,5 +94,10 @@ int main(int argc, char** argv) {
     QApplication::setQuitOnLastWindowClosed(false);
     zelvane::dispatch::setMainQueue(std::make_shared<zelvane::QtMainQueue>());
     zelvane::UserDefaults::shared().setStore(std::make_unique<zelvane::SettingsStore>());
+    zelvane::registerDefaults();
+    const zelvane::SettingsFileWatcher watcher({
+        [] { zelvane::CaptionAppearance::shared().settingsDidChange(); },
+        [] { zelvane::SubtitleTextStyleManager::shared()->useOfUserSpecifiedStyleDidChange(); },
+    });
     return zelvane::run();
 }

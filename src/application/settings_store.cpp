@@ -50,9 +50,13 @@ DefaultsValue valueOf(const QVariant& variant) {
 
 } // namespace
 
-SettingsStore::SettingsStore()
-    : settings_(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("zelvane"),
-                QStringLiteral("player")) {}
+QString SettingsStore::fileName() {
+    return QSettings(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("zelvane"),
+                     QStringLiteral("player"))
+        .fileName();
+}
+
+SettingsStore::SettingsStore() : settings_(fileName(), QSettings::IniFormat) {}
 
 std::optional<DefaultsValue> SettingsStore::read(std::string_view key) const {
     const std::lock_guard guard(mutex_);

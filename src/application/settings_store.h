@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include <QSettings>
+#include <QString>
 
 #include "foundation/user_defaults.h"
 
@@ -16,6 +17,9 @@ namespace zelvane {
 class SettingsStore final : public UserDefaultsStore {
   public:
     SettingsStore();
+
+    /// Where the settings of this user lie, whether or not there are any.
+    static QString fileName();
 
     std::optional<DefaultsValue> read(std::string_view key) const override;
     void write(std::string_view key, const std::optional<DefaultsValue>& value) override;

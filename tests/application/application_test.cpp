@@ -9,9 +9,11 @@
 #include <QProcess>
 #include <QScreen>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "application/qt_main_queue.h"
+#include "application/settings_file_watcher.h"
 #include "application/settings_store.h"
 #include "tests/player_window/window_test_support.h"
 #include "tests/support/clips.h"
@@ -55,6 +57,43 @@ TEST(SettingsStore, valuesOutliveTheStoreAndCanBeRemoved) {
     EXPECT_EQ(defaults.stringForKey("name"), "Größe, \"quoted\"");
     EXPECT_EQ(defaults.stringsForKey("list"), (std::vector<std::string>{"de", "a, b"}));
     EXPECT_FALSE(defaults.value("gone"));
+}
+
+/// As editors and other processes do it: a new file takes the place of the old one.
+void replaceSettings(const QByteArray& lines) {
+    const QString name = SettingsStore::fileName();
+    QFile next(name + QStringLiteral(".new"));
+    ASSERT_TRUE(next.open(QIODevice::WriteOnly));
+    next.write("[General]\n" + lines);
+    next.close();
+    QFile::remove(name);
+    ASSERT_TRUE(next.rename(name));
+}
+
+TEST(SettingsFileWatcher, whatOthersWriteAboutCaptionsIsReadAndTold) {
+    const test::TemporaryFolder folder;
+    QSettings::setPath(QSettings::IniFormat, QSettings::UserScope,
+                       QString::fromStdString(folder.path().string()));
+    const UserDefaults defaults(std::make_unique<SettingsStore>());
+    std::string told;
+    const SettingsFileWatcher watcher(
+        {[&] {
+             told += fmt::format("captions {} ",
+                                 defaults.doubleForKey("ZLVNCaptionRelativeCharacterSize"));
+         },
+         [&] { told += "style "; }});
+    const auto isTold = [&](const std::string& what) {
+        return test::runUntil([&] { return told == what; });
+    };
+    replaceSettings("ZLVNCaptionRelativeCharacterSize=2\n");
+    EXPECT_TRUE(isTold("captions 2 ")) << told;
+    // What has nothing to do with captions is nobody's business here: the next word is of others.
+    replaceSettings("ZLVNCaptionRelativeCharacterSize=2\nvolume=3\n");
+    replaceSettings("ZLVNCaptionRelativeCharacterSize=2\nvolume=3\n"
+                    "ZLVNUseUserSpecifiedSubtitleTextStyle=true\n");
+    EXPECT_TRUE(isTold("captions 2 style ")) << told;
+    replaceSettings("ZLVNUseUserSpecifiedSubtitleTextStyle=true\n");
+    EXPECT_TRUE(isTold("captions 2 style captions 0 ")) << told;
 }
 
 QImage wholeScreen() {

@@ -138,14 +138,14 @@ void seekBothToStart(const InputFormatContexts& contexts) {
     }
 }
 
+/// A demuxer of text has read it all by now, and stands at its start.
 void appendPackets(AVFormatContext& context, TextPackets& packets) {
     try {
-        seekToStart(context);
         while (const PacketRef packet = readPacket({0}, context)) {
             packets.append(packet->avPacket());
         }
     } catch (const FFmpegError&) {
-        // A text without events cannot be sought in. Whether all are without, the caller sees.
+        // What it cannot read is lost. Whether anything is there, the caller sees.
     }
 }
 
