@@ -454,6 +454,26 @@ MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
     return collected;
 }
 
+std::optional<PacketSource::CollectedPackets>
+MediaSource::readVisualOn(const std::shared_ptr<VideoTrack>& videoTrack,
+                          const SubtitlesTracks& subtitlesTracks, const CMTime& from,
+                          const CMTime& time) {
+    assert(visualTracksQueue_->isCurrent());
+    if (textPackets_ || !videoTrack) {
+        return std::nullopt;
+    }
+    AVFormatContext& context = *formatContextForVisualTracks_;
+    if (!isFreeOfKeyframes(from, time, *videoTrack, context)) {
+        return std::nullopt;
+    }
+    const StreamIndexes indexes = streamIndexes(visualTracks(videoTrack, subtitlesTracks));
+    auto collected = collectPackets(videoTrack, {subtitlesTracks.begin(), subtitlesTracks.end()},
+                                    time, [&] { return readPacket(indexes, context); });
+    // The index may have been wrong.
+    return beginsWithKeyframe(collected, videoTrack) ? std::nullopt
+                                                     : std::optional(std::move(collected));
+}
+
 CMTime MediaSource::placeOf(const CMTime& time) const {
     return time <= startTime_ ? startTime_ - kLongestDecodingDelay : time;
 }

@@ -121,6 +121,9 @@ class MediaSource final : public PacketSource, public std::enable_shared_from_th
     CollectedPackets seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
                                 const SubtitlesTracks& subtitlesTracks,
                                 const CMTime& time) override;
+    std::optional<CollectedPackets> readVisualOn(const std::shared_ptr<VideoTrack>& videoTrack,
+                                                 const SubtitlesTracks& subtitlesTracks,
+                                                 const CMTime& from, const CMTime& time) override;
     /// The last place before `time` where the index says that the track can be read from. Visual
     /// queue.
     std::optional<CMTime> keyframeTimeBefore(const CMTime& time, const MediaTrack& track);

@@ -93,6 +93,32 @@ bool movedToFirstByte(AVFormatContext& context) {
            seekFrame(context, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
+/// The key frame next to a time, by the index of its stream.
+std::optional<CMTime> indexedKeyframe(const CMTime& time, int flags, const MediaTrack& track,
+                                      AVFormatContext& context) {
+    if (track.streamTimeBase().num == 0 || track.streamIndex() >= context.nb_streams) {
+        return std::nullopt;
+    }
+    AVStream* const stream = context.streams[track.streamIndex()];
+    const int index =
+        av_index_search_timestamp(stream, stampFromTime(time, track.streamTimeBase()), flags);
+    const AVIndexEntry* const entry = index < 0 ? nullptr : avformat_index_get_entry(stream, index);
+    if (entry == nullptr || !isUsable(entry->timestamp, track.streamTimeBase())) {
+        return std::nullopt;
+    }
+    return timeFromStamp(entry->timestamp, track.streamTimeBase());
+}
+
+/// Null when there is none.
+const AVPacket* firstPacket(const PacketSource::CollectedPackets& collected,
+                            const std::shared_ptr<MediaTrack>& anchor) {
+    const auto found =
+        std::find_if(collected.begin(), collected.end(),
+                     [&](const auto& trackPackets) { return trackPackets.first == anchor; });
+    return found == collected.end() || found->second.empty() ? nullptr
+                                                             : &found->second.front()->avPacket();
+}
+
 } // namespace
 
 void setEnabledStreams(const StreamIndexes& streamIndexes, AVFormatContext& context) {
@@ -146,17 +172,14 @@ void seekToStart(AVFormatContext& context) {
 
 std::optional<CMTime> keyframeTime(const CMTime& time, const MediaTrack& track,
                                    AVFormatContext& context) {
-    if (track.streamTimeBase().num == 0 || track.streamIndex() >= context.nb_streams) {
-        return std::nullopt;
-    }
-    AVStream* const stream = context.streams[track.streamIndex()];
-    const int index = av_index_search_timestamp(stream, stampFromTime(time, track.streamTimeBase()),
-                                                AVSEEK_FLAG_BACKWARD);
-    const AVIndexEntry* const entry = index < 0 ? nullptr : avformat_index_get_entry(stream, index);
-    if (entry == nullptr || !isUsable(entry->timestamp, track.streamTimeBase())) {
-        return std::nullopt;
-    }
-    return timeFromStamp(entry->timestamp, track.streamTimeBase());
+    return indexedKeyframe(time, AVSEEK_FLAG_BACKWARD, track, context);
+}
+
+bool isFreeOfKeyframes(const CMTime& from, const CMTime& to, const MediaTrack& track,
+                       AVFormatContext& context) {
+    constexpr int kForward = 0;
+    const auto last = indexedKeyframe(to, AVSEEK_FLAG_BACKWARD, track, context);
+    return last && *last <= from && indexedKeyframe(to, kForward, track, context);
 }
 
 std::optional<int> steeringStream(const std::vector<TrackKeyframe>& keyframes,
@@ -206,18 +229,18 @@ PacketSource::CollectedPackets collectPackets(const std::shared_ptr<MediaTrack>&
     return collected;
 }
 
+bool beginsWithKeyframe(const PacketSource::CollectedPackets& collected,
+                        const std::shared_ptr<MediaTrack>& anchor) {
+    const AVPacket* const first = firstPacket(collected, anchor);
+    return first != nullptr && (first->flags & AV_PKT_FLAG_KEY) != 0;
+}
+
 bool beginsInTime(const PacketSource::CollectedPackets& collected,
                   const std::shared_ptr<MediaTrack>& anchor, const CMTime& target) {
-    const auto found =
-        std::find_if(collected.begin(), collected.end(),
-                     [&](const auto& trackPackets) { return trackPackets.first == anchor; });
-    if (found == collected.end() || found->second.empty()) {
+    if (!beginsWithKeyframe(collected, anchor)) {
         return false;
     }
-    const AVPacket& first = found->second.front()->avPacket();
-    if ((first.flags & AV_PKT_FLAG_KEY) == 0) {
-        return false;
-    }
+    const AVPacket& first = *firstPacket(collected, anchor);
     const auto shown = timeFromStamp(first.pts, anchor->streamTimeBase());
     const auto decoded = timeFromStamp(first.dts, anchor->streamTimeBase());
     // What says nothing of its time has to be believed.

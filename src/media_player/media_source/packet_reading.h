@@ -32,6 +32,11 @@ void seekToStart(AVFormatContext& context);
 std::optional<CMTime> keyframeTime(const CMTime& time, const MediaTrack& track,
                                    AVFormatContext& context);
 
+/// Whether the index of a stream knows both sides of `to`, and no key frame after `from` and up to
+/// it.
+bool isFreeOfKeyframes(const CMTime& from, const CMTime& to, const MediaTrack& track,
+                       AVFormatContext& context);
+
 /// Where a track would have to be read from to show a time.
 struct TrackKeyframe {
     int streamIndex = 0;
@@ -58,6 +63,10 @@ PacketSource::CollectedPackets collectPackets(const std::shared_ptr<MediaTrack>&
                                               const MediaTracks& others, const CMTime& target,
                                               const PacketReader& read,
                                               const CMTime& preroll = kCMTimeZero);
+
+/// Whether the anchor's first collected packet is a key packet.
+bool beginsWithKeyframe(const PacketSource::CollectedPackets& collected,
+                        const std::shared_ptr<MediaTrack>& anchor);
 
 /// Whether a decoder that starts with the anchor's first collected packet gives the frame of
 /// `target`, or one before it: whether that is a key packet shown no later.

@@ -51,6 +51,15 @@ class PacketSource {
     virtual CollectedPackets seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
                                         const SubtitlesTracks& subtitlesTracks,
                                         const CMTime& time) = 0;
+    /// Reads on to `time`: what a decoder that stands where reading does, with `from` as its newest
+    /// picture, needs to get there, as seekVisual would return it. None where that is not known to
+    /// be shorter than a seek; the read position may have moved then.
+    virtual std::optional<CollectedPackets>
+    readVisualOn(const std::shared_ptr<VideoTrack>& /*videoTrack*/,
+                 const SubtitlesTracks& /*subtitlesTracks*/, const CMTime& /*from*/,
+                 const CMTime& /*time*/) {
+        return std::nullopt;
+    }
 };
 
 } // namespace zelvane

@@ -22,7 +22,7 @@ namespace zelvane {
 /// for it.
 ///
 /// A seek is answered by the recent frames where they hold its target, by decoding on where it lies
-/// shortly behind them, and else by the file.
+/// shortly behind them or no key frame lies between, and else by the file.
 class VisualDataProvider final : public DataProvider {
   public:
     VisualDataProvider(std::shared_ptr<PacketSource> mediaSource,
@@ -70,6 +70,9 @@ class VisualDataProvider final : public DataProvider {
     /// Has the picture of `time` come out of a decoder that starts at `begin`? True also where an
     /// earlier start would not help.
     bool decodeFrom(const CMTime& begin, const CMTime& time);
+    /// What lies between two times, where no key frame does.
+    std::optional<PacketSource::CollectedPackets> readOn(const CMTime& from,
+                                                         const CMTime& time) const;
     std::optional<PacketSource::CollectedPackets> collectPackets(const CMTime& time) const;
     SeekAnswer makeAnswer(const CMTime& time, bool takesLater);
     void showAlone(const CMSampleBufferRef& picture);

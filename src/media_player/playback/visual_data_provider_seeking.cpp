@@ -113,15 +113,38 @@ bool VisualDataProvider::enqueueRecent(const CMTime& time) {
 
 bool VisualDataProvider::decodeOn(const CMTime& time) {
     const CMSampleBufferRef newest = recent_.newest();
-    if (!newest || feed()->isFinished() || newest->presentationTimeStamp() > time ||
-        time - newest->presentationTimeStamp() > kNear) {
+    if (!newest || feed()->isFinished() || newest->presentationTimeStamp() > time) {
         return false;
+    }
+    PacketSource::CollectedPackets packets;
+    if (time - newest->presentationTimeStamp() > kNear) {
+        auto packetsOnTheWay = readOn(newest->presentationTimeStamp(), time);
+        if (!packetsOnTheWay) {
+            return false;
+        }
+        packets = std::move(*packetsOnTheWay);
+        // Not all on the way are decoded.
+        recent_.clear();
     }
     displayLayer_->flush();
     SeekAnswer answer = makeAnswer(time, true);
     answer.add(newest);
-    decodeUntilAnswered({}, answer);
+    decodeUntilAnswered(packets, answer);
     return true;
+}
+
+std::optional<PacketSource::CollectedPackets> VisualDataProvider::readOn(const CMTime& from,
+                                                                         const CMTime& time) const {
+    try {
+        return mediaSource_->visualTracksQueue()->sync([&] {
+            return mediaSource_->readVisualOn(selectedVideoTrack_, selectedSubtitlesTracks(), from,
+                                              time);
+        });
+    } catch (const std::exception& error) {
+        logMessage("Failed to read packet from video/subtitles tracks: {}.",
+                   errorDescriptionText(error));
+        return std::nullopt;
+    }
 }
 
 void VisualDataProvider::willSeekTracks() {

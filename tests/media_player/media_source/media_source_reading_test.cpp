@@ -163,6 +163,29 @@ TEST(MediaSourceReading, captionsThatBeganShortlyBeforeTheTargetAreReadAgain) {
     EXPECT_EQ(starts, (std::set<double>{29}));
 }
 
+/// A key frame each second.
+TEST(MediaSourceReading, aDecoderGoesOnWhereNoKeyframeLiesBetween) {
+    for (const std::string container : {"mkv", "mp4"}) {
+        const auto source = openSource(minute(container));
+        const auto& video = source->videoTracks().front();
+        soughtVisual(source, CMTime(40'200, 1000));
+        const auto readOn = [&](int from, int to) {
+            return source->visualTracksQueue()->sync([&] {
+                return source->readVisualOn(video, {}, CMTime(from, 1000), CMTime(to, 1000));
+            });
+        };
+        EXPECT_FALSE(readOn(40'200, 41'300)) << "beyond the next key frame";
+        EXPECT_FALSE(readOn(59'100, 59'800)) << "nobody knows what follows the last one";
+        const auto packets = readOn(40'200, 40'700);
+        ASSERT_TRUE(packets);
+        ASSERT_EQ(packets->size(), 1U);
+        const auto& ofVideo = packets->front().second;
+        EXPECT_NEAR(secondsOf(ofVideo.front(), *video), 40.4, 0.3) << container;
+        EXPECT_GE(secondsOf(ofVideo.back(), *video), 40.7);
+        EXPECT_LT(secondsOf(ofVideo.back(), *video), 41.05);
+    }
+}
+
 TEST(MediaSourceReading, aSeekPastTheEndIsNoError) {
     const auto source = openSource(minute("mkv"));
     EXPECT_LE(soughtVisual(source, CMTime(1000, 1)).size(), 1U);
