@@ -59,6 +59,7 @@ void drainMainQueue() {
 int run() {
     const auto urls = requestedFiles(QApplication::arguments());
     std::vector<std::shared_ptr<MediaPlayerDocument>> documents;
+    documents.reserve(urls.size());
     auto open = urls.size();
     int status = EXIT_SUCCESS;
     const auto didClose = [&](bool didFail) {

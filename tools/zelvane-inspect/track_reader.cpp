@@ -42,7 +42,7 @@ void TrackReader::seek(const CMTime& target) {
 CMSampleBufferRef TrackReader::next() {
     for (;;) {
         while (!decoded_.empty()) {
-            const auto buffer = std::move(decoded_.front());
+            auto buffer = std::move(decoded_.front());
             decoded_.pop_front();
             if (!dropsBeforeTarget(*buffer)) {
                 return buffer;
