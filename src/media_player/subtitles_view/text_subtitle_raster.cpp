@@ -217,9 +217,10 @@ class Drawing {
             return *known;
         }
         const double deviation = look.blurRadius * place_.blurUnit / 2;
+        const auto finite = [](double value) { return std::isfinite(value) ? value : 0; };
         return shadows_.emplace_back(
             Shadow{look,
-                   place_.unit * QPointF(look.offset.width, -look.offset.height),
+                   place_.unit * QPointF(finite(look.offset.width), -finite(look.offset.height)),
                    deviation > 0 ? std::min(deviation, kMaximumBlurDeviation) : 0,
                    {}});
     }
