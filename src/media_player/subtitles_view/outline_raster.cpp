@@ -10,15 +10,15 @@
 namespace zelvane {
 namespace {
 
-/// How far a line may lie from its curve, in pixels: less than a step of 8-bit coverage would show.
-constexpr double kFlatness = 0.08;
+/// How far a line may lie from its curve, in pixels: a fortieth of black and white's distance.
+constexpr double kFlatness = 0.025;
 constexpr int kMaximumLinesOfCurve = 64;
 
 double length(QPointF vector) {
     return std::hypot(vector.x(), vector.y());
 }
 
-/// By the second differences of the control points, which bound the distance.
+/// By the second differences of the control points, which bound the distance from the curve.
 int linesOfCurve(QPointF p0, QPointF p1, QPointF p2, QPointF p3) {
     const double bend = std::max(length(p0 - 2 * p1 + p2), length(p1 - 2 * p2 + p3));
     const double lines = std::ceil(std::sqrt(0.75 * bend / kFlatness));
