@@ -12,7 +12,7 @@
 
 namespace zelvane::test {
 
-/// What the view shows over a ground of one colour.
+/// What the view shows over a ground of one colour, in 32 bits a pixel.
 inline QImage pictureOf(SubtitleView& view, QSizeF size, QColor ground = Qt::black,
                         qreal devicePixelRatio = 1) {
     view.setSize(size, devicePixelRatio);
@@ -51,16 +51,33 @@ struct Ink {
     int bottom() const { return bounds.y() + bounds.height(); }
 };
 
-inline Ink inkOf(const QImage& image, const ColorTest& passes, const QRect& within) {
-    Ink ink;
+/// Calls `found(x, y, pixel)` for all pixels that pass.
+template <class Found>
+void forEachPixel(const QImage& image, const ColorTest& passes, const QRect& within,
+                  Found&& found) {
+    QRgb last = 0;
+    bool lastPasses = passes(QColor(last));
     for (int y = within.top(); y <= within.bottom(); ++y) {
+        const auto* row = reinterpret_cast<const QRgb*>(image.constScanLine(y));
         for (int x = within.left(); x <= within.right(); ++x) {
-            if (passes(image.pixelColor(x, y))) {
-                ink.bounds |= QRect(x, y, 1, 1);
-                ++ink.count;
+            // Most pixels are like their neighbour.
+            if (row[x] != last) {
+                last = row[x];
+                lastPasses = passes(QColor(last));
+            }
+            if (lastPasses) {
+                found(x, y, last);
             }
         }
     }
+}
+
+inline Ink inkOf(const QImage& image, const ColorTest& passes, const QRect& within) {
+    Ink ink;
+    forEachPixel(image, passes, within, [&](int x, int y, QRgb) {
+        ink.bounds |= QRect(x, y, 1, 1);
+        ++ink.count;
+    });
     return ink;
 }
 
