@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <functional>
 #include <limits>
 
 #include <gtest/gtest.h>
@@ -461,6 +462,72 @@ TEST(FormattedTextSubtitleView, noStyleIsTooStrange) {
             EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1))
                 << &strange - subtitles.data() << " with " << odd;
         }
+    }
+}
+
+TEST(FormattedTextSubtitleView, noTextIsTooStrange) {
+    constexpr int kRuns = 4096;
+    struct Case {
+        const char* name;
+        std::function<void(AttributedString& text, StringAttributes look)> write;
+    };
+    const Case cases[] = {
+        {"a megabyte", [](auto& text, auto look) { text.append(std::string(1 << 20, 'm'), look); }},
+        {"runs of their own size",
+         [](auto& text, auto look) {
+             for (int i = 0; i < kRuns; ++i) {
+                 look.font = look.font->ofSize(1 + i * 0.01);
+                 text.append("m ", look);
+             }
+         }},
+        {"runs of their own shadow",
+         [](auto& text, auto look) {
+             look.font = look.font->ofSize(5);
+             for (int i = 0; i < kRuns; ++i) {
+                 look.shadow = TextShadow{{0.01 * i, 1}, 4, kBlue};
+                 text.append("m ", look);
+             }
+         }},
+        {"runs of outlines as wide as the picture",
+         [](auto& text, auto look) {
+             look.font = look.font->ofSize(1);
+             look.strokeWidth = -1e6;
+             for (int i = 0; i < kRuns; ++i) {
+                 look.foregroundColor = SRGBColor{i / 4096.0, 1, 1, 1};
+                 text.append("m", look);
+             }
+         }},
+        {"letters upon each other",
+         [](auto& text, auto look) {
+             look.font = look.font->ofSize(900);
+             look.kern = -500;
+             text.append(std::string(8000, 'l'), look);
+         }},
+        {"nothing but embeddings",
+         [](auto& text, auto look) {
+             for (int i = 0; i < 2000; ++i) {
+                 text.append("\u202b\u202a", look);
+             }
+         }},
+        {"marks upon one letter",
+         [](auto& text, auto look) {
+             for (int i = 0; i < 4000; ++i) {
+                 text.append("\u0301", look);
+             }
+         }},
+        {"bytes that are no text",
+         [](auto& text, auto look) { text.append("a\xff\xc0\x80\xed\xa0\x80\xf4z", look); }},
+    };
+    for (const Case& c : cases) {
+        AttributedString text;
+        c.write(text, attributes());
+        const auto begin = std::chrono::steady_clock::now();
+        FormattedTextSubtitleView view(subtitle(text), true);
+        pictureOf(view, QSizeF(1280, 720));
+        EXPECT_TRUE(QRectF(0, 0, 1280, 720).contains(view.paintedRect()) ||
+                    view.paintedRect().isEmpty())
+            << c.name;
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3)) << c.name;
     }
 }
 

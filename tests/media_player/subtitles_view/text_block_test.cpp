@@ -129,9 +129,11 @@ TEST(TextBlock, linesAreBrokenBetweenWordsElseAnywhere) {
 }
 
 TEST(TextBlock, blanksAtABreakTakeNoRoom) {
-    const TextBlock result = block("HHH HHH", {4.5 * kWidthOfH, 1e5, 1e4, false});
-    ASSERT_EQ(result.lines.size(), 2U);
-    EXPECT_NEAR(result.size.width, 3 * kWidthOfH, 0.1);
+    for (const char* text : {"HHH HHH", "HHH  \nHHH", "HHH\t\nHHH "}) {
+        const TextBlock result = block(text, {4.5 * kWidthOfH, 1e5, 1e4, false});
+        ASSERT_EQ(result.lines.size(), 2U) << text;
+        EXPECT_NEAR(result.size.width, 3 * kWidthOfH, 0.1) << text;
+    }
 }
 
 TEST(TextBlock, textThatIsTooHighEndsInAnEllipsis) {
