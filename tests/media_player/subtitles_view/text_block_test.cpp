@@ -180,7 +180,7 @@ TEST(TextBlock, noLengthOfTextTakesLong) {
         const TextBlock result = block(text, {2000, 1000, 1e4, true});
         EXPECT_TRUE(result.isTruncated);
         EXPECT_LE(result.lines.size(), 9U);
-        EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+        EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
     }
     // Cut off although there is room.
     EXPECT_TRUE(block(std::string(100000, 'x'), {1e7, 1e7, 1e4, true}).isTruncated);
