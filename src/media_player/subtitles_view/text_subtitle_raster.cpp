@@ -64,7 +64,7 @@ class ShapePen {
         const double width = attributes_.strokeWidth.value_or(0);
         const SRGBColor color = attributes_.strokeColor.value_or(foreground(attributes_));
         if (width != 0 && isVisible(color)) {
-            drawLetters(&GlyphOutlines::stroke, color);
+            drawLetters(&DrawnGlyph::stroke, color);
         }
     }
 
@@ -75,7 +75,7 @@ class ShapePen {
         // A width above 0 asks for hollow letters.
         const bool isFilled = !(attributes_.strokeWidth.value_or(0) > 0);
         if (isFilled && isVisible(color)) {
-            drawLetters(&GlyphOutlines::letter, color);
+            drawLetters(&DrawnGlyph::letter, color);
         }
         drawPictures(color.alpha);
         drawLine(shape_.strikethrough, attributes_.strikethroughColor.value_or(color));
@@ -84,10 +84,10 @@ class ShapePen {
   private:
     bool isVisible(const SRGBColor& color) const { return color.alpha > 0 && !area_.isEmpty(); }
 
-    void drawLetters(Outline GlyphOutlines::*part, const SRGBColor& color) {
+    void drawLetters(Outline DrawnGlyph::*part, const SRGBColor& color) {
         Coverage coverage(area_);
         for (const PlacedGlyph& glyph : shape_.glyphs) {
-            coverage.add(*glyph.outlines.*part, glyph.position + offset_);
+            coverage.add(*glyph.glyph.*part, glyph.position + offset_);
         }
         coverage.draw(color, canvas_.image, canvas_.origin);
     }
@@ -101,20 +101,21 @@ class ShapePen {
         }
     }
 
+    /// On whole pixels, as they were drawn.
     void drawPictures(double opacity) {
-        if (shape_.pictures.empty()) {
+        const bool hasPictures =
+            std::any_of(shape_.glyphs.begin(), shape_.glyphs.end(),
+                        [](const PlacedGlyph& placed) { return !placed.glyph->picture.isNull(); });
+        if (!hasPictures) {
             return;
         }
         QPainter painter(&canvas_.image);
-        painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.setOpacity(opacity);
-        painter.translate(offset_ - canvas_.origin);
-        for (const GlyphPicture& picture : shape_.pictures) {
-            QGlyphRun run;
-            run.setRawFont(picture.font);
-            run.setGlyphIndexes({picture.glyph});
-            run.setPositions({QPointF()});
-            painter.drawGlyphRun(picture.position, run);
+        for (const PlacedGlyph& placed : shape_.glyphs) {
+            const QPointF position = placed.position + offset_ - canvas_.origin;
+            painter.drawImage(placed.glyph->pictureRect.translated(position.toPoint()),
+                              placed.glyph->picture);
         }
     }
 
