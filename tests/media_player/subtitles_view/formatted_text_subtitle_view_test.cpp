@@ -614,9 +614,13 @@ TEST(FormattedTextSubtitleView, noSizeIsTooStrange) {
 }
 
 TEST(FormattedTextSubtitleView, anEmptyTextShowsNothing) {
-    FormattedTextSubtitleView empty(subtitle("", style()), true);
-    empty.setSize(kSize, 1);
-    EXPECT_TRUE(empty.paintedRect().isEmpty());
+    SubtitleTextStyle boxed = style();
+    boxed.overlayStyle = {{10, 10}, 0, kGreen};
+    for (const char* text : {"", "\n", " ", "\u200b"}) {
+        FormattedTextSubtitleView empty(subtitle(text, boxed), true);
+        empty.setSize(kSize, 1);
+        EXPECT_TRUE(empty.paintedRect().isEmpty()) << text;
+    }
     FormattedTextSubtitleView none({nullptr, style()}, true);
     none.setSize(kSize, 1);
     EXPECT_TRUE(none.paintedRect().isEmpty());
