@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "media_player/subtitles_view/formatted_text_subtitle_view.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include <QPainter>
+
+#include "media_player/subtitles_view/text_block.h"
+#include "media_player/subtitles_view/text_subtitle_layout.h"
+
+namespace zelvane {
+namespace {
+
+/// In pixels of the screen; beyond it lies what images cannot hold.
+constexpr double kMaximumSide = 16384;
+/// Letters this many times as high as the picture are no letters any more.
+constexpr double kMaximumFontHeights = 4;
+
+bool canBeDrawn(const QSizeF& size, qreal devicePixelRatio) {
+    const auto isSide = [&](double side) {
+        const double pixels = side * devicePixelRatio;
+        return pixels >= 1 && pixels <= kMaximumSide;
+    };
+    return isSide(size.width()) && isSide(size.height());
+}
+
+/// On the screen's pixels, so that all edges of a block are equally sharp.
+CGRect onPixels(const CGRect& frame, double devicePixelRatio) {
+    const auto snapped = [&](double value) {
+        return std::round(value * devicePixelRatio) / devicePixelRatio;
+    };
+    return {snapped(frame.x), snapped(frame.y), frame.width, frame.height};
+}
+
+QRectF scaled(const CGRect& rect, double factor) {
+    return {rect.x * factor, rect.y * factor, rect.width * factor, rect.height * factor};
+}
+
+} // namespace
+
+FormattedTextSubtitleView::FormattedTextSubtitleView(FormattedTextSubtitle subtitle,
+                                                     bool isPrimarySubtitle)
+    : subtitle_(std::move(subtitle)), isPrimarySubtitle_(isPrimarySubtitle) {}
+
+void FormattedTextSubtitleView::setSize(const QSizeF& size, qreal devicePixelRatio) {
+    if (size == size_ && devicePixelRatio == devicePixelRatio_) {
+        return;
+    }
+    size_ = size;
+    devicePixelRatio_ = devicePixelRatio;
+    raster_ = drawn();
+}
+
+TextSubtitleRaster FormattedTextSubtitleView::drawn() const {
+    if (!canBeDrawn(size_, devicePixelRatio_) || subtitle_.formattedText == nullptr) {
+        return {};
+    }
+    const SubtitleTextStyle& style = subtitle_.style;
+    const CGSize viewSize{size_.width(), size_.height()};
+    const TextSubtitleSpace space = textSubtitleSpace(style, viewSize);
+    if (!(space.unit > 0) || !std::isfinite(space.unit)) {
+        return {};
+    }
+    const CGSize limits = textSubtitleLimits(space, viewSize);
+    const bool isCentered = style.alignmentInContainer == SubtitleTextStyle::Alignment::center;
+    const double maximumFontSize = kMaximumFontHeights * viewSize.height / space.unit;
+    const TextBlock block = layOutText(*subtitle_.formattedText,
+                                       {limits.width, limits.height, maximumFontSize, isCentered});
+    const double pixel = devicePixelRatio_;
+    const CGRect frame = onPixels(
+        textSubtitleFrame(space, style.alignmentInContainer, isPrimarySubtitle_, block.size),
+        pixel);
+    TextSubtitlePlace place;
+    place.pictureSize = (size_ * pixel).toSize();
+    place.origin = QPointF(frame.x, frame.y) * pixel;
+    place.unit = space.unit * pixel;
+    place.maximumFontSize = maximumFontSize;
+    place.blurUnit = pixel;
+    place.box = scaled(textSubtitleBox(space, frame), pixel);
+    place.boxCornerRadius = style.overlayStyle.cornerRadius * pixel;
+    place.boxColor = style.overlayStyle.backgroundColor;
+    return drawTextSubtitle(block, place);
+}
+
+QRectF FormattedTextSubtitleView::paintedRect() const {
+    return QRectF(QPointF(raster_.origin) / devicePixelRatio_,
+                  QSizeF(raster_.image.size()) / devicePixelRatio_);
+}
+
+void FormattedTextSubtitleView::paint(QPainter& painter) const {
+    if (raster_.image.isNull()) {
+        return;
+    }
+    const QRectF rect = paintedRect();
+    painter.drawImage(rect, raster_.image);
+}
+
+} // namespace zelvane

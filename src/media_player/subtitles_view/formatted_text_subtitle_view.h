@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "media_player/decoders/subtitles/subtitles_frame.h"
+#include "media_player/subtitles_view/subtitle_view.h"
+#include "media_player/subtitles_view/text_subtitle_raster.h"
+
+namespace zelvane {
+
+/// Shows one subtitle of text: on the bottom of the picture when it is of the primary track, at the
+/// top when it is of the other, whatever its own style says. Main thread.
+class FormattedTextSubtitleView final : public SubtitleView {
+  public:
+    FormattedTextSubtitleView(FormattedTextSubtitle subtitle, bool isPrimarySubtitle);
+
+    void setSize(const QSizeF& size, qreal devicePixelRatio) override;
+    QRectF paintedRect() const override;
+    void paint(QPainter& painter) const override;
+
+  private:
+    TextSubtitleRaster drawn() const;
+
+    const FormattedTextSubtitle subtitle_;
+    const bool isPrimarySubtitle_;
+    QSizeF size_;
+    qreal devicePixelRatio_ = 1;
+    TextSubtitleRaster raster_;
+};
+
+} // namespace zelvane

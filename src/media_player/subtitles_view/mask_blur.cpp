@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "media_player/subtitles_view/mask_blur.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <vector>
+
+namespace zelvane {
+namespace {
+
+/// The mean of the pixels from `before` on one side to `after` on the other.
+struct Box {
+    int before = 0;
+    int after = 0;
+};
+
+/// The side of the box that makes a Gaussian when it is applied three times, as the filter effects
+/// of SVG 1.1, 15.17, have it.
+int boxSide(double deviation) {
+    return static_cast<int>(std::floor(deviation * 3 * std::sqrt(2 * std::numbers::pi) / 4 + 0.5));
+}
+
+/// Boxes of an even side lie half a pixel off, one to each side.
+std::array<Box, 3> boxes(int side) {
+    const int half = side / 2;
+    if (side % 2 == 1) {
+        return {{{half, half}, {half, half}, {half, half}}};
+    }
+    return {{{half, half - 1}, {half - 1, half}, {half, half}}};
+}
+
+/// Sums of a box's pixels to their mean.
+class Mean {
+  public:
+    explicit Mean(const Box& box)
+        : factor_((1U << kShift) / static_cast<unsigned>(box.before + box.after + 1)) {}
+    std::uint8_t operator()(std::uint32_t sum) const {
+        return static_cast<std::uint8_t>((sum * factor_ + (1U << (kShift - 1))) >> kShift);
+    }
+
+  private:
+    // The sum of a box times the factor is at most 255 << kShift, whatever the side.
+    static constexpr unsigned kShift = 23;
+    std::uint32_t factor_;
+};
+
+/// `source` has `width` pixels.
+void boxRow(const std::uint8_t* source, std::uint8_t* target, int width, const Box& box) {
+    const Mean mean(box);
+    std::uint32_t sum = 0;
+    for (int x = 0; x < std::min(box.after, width); ++x) {
+        sum += source[x];
+    }
+    for (int x = 0; x < width; ++x) {
+        sum += x + box.after < width ? source[x + box.after] : 0U;
+        target[x] = mean(sum);
+        sum -= x - box.before >= 0 ? source[x - box.before] : 0U;
+    }
+}
+
+class Columns {
+  public:
+    Columns(int width, int height, std::size_t stride)
+        : width_(static_cast<std::size_t>(width)), height_(height), stride_(stride) {}
+
+    void blur(const std::uint8_t* source, std::uint8_t* target, const Box& box) {
+        const Mean mean(box);
+        sums_.assign(width_, 0);
+        for (int y = 0; y < std::min(box.after, height_); ++y) {
+            add(row(source, y));
+        }
+        for (int y = 0; y < height_; ++y) {
+            if (y + box.after < height_) {
+                add(row(source, y + box.after));
+            }
+            std::uint8_t* out = target + static_cast<std::size_t>(y) * stride_;
+            for (std::size_t x = 0; x < width_; ++x) {
+                out[x] = mean(sums_[x]);
+            }
+            if (y - box.before >= 0) {
+                subtract(row(source, y - box.before));
+            }
+        }
+    }
+
+  private:
+    const std::uint8_t* row(const std::uint8_t* pixels, int y) const {
+        return pixels + static_cast<std::size_t>(y) * stride_;
+    }
+    void add(const std::uint8_t* pixels) {
+        for (std::size_t x = 0; x < width_; ++x) {
+            sums_[x] += pixels[x];
+        }
+    }
+    void subtract(const std::uint8_t* pixels) {
+        for (std::size_t x = 0; x < width_; ++x) {
+            sums_[x] -= pixels[x];
+        }
+    }
+
+    std::size_t width_;
+    int height_;
+    std::size_t stride_;
+    std::vector<std::uint32_t> sums_;
+};
+
+} // namespace
+
+int blurReach(double deviation) {
+    const int side = boxSide(deviation);
+    return side < 2 ? 0 : 3 * (side / 2 + 1);
+}
+
+void blurMask(std::span<std::uint8_t> pixels, int width, int height, std::size_t stride,
+              double deviation) {
+    const int side = boxSide(deviation);
+    if (side < 2 || width < 1 || height < 1) {
+        return;
+    }
+    std::vector<std::uint8_t> other(pixels.size());
+    Columns columns(width, height, stride);
+    for (const Box& box : boxes(side)) {
+        for (int y = 0; y < height; ++y) {
+            const auto offset = static_cast<std::size_t>(y) * stride;
+            boxRow(pixels.data() + offset, other.data() + offset, width, box);
+        }
+        columns.blur(other.data(), pixels.data(), box);
+    }
+}
+
+} // namespace zelvane
