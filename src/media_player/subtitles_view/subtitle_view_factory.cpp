@@ -4,13 +4,16 @@
 #include <utility>
 
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
+#include "media_player/subtitles_view/formatted_text_subtitle_view.h"
 #include "media_player/subtitles_view/image_subtitle_view.h"
 
 namespace zelvane {
 
 SubtitleViewFactory SubtitleViewFactory::standard() {
     SubtitleViewFactory factory;
-    factory.makeTextView = [](const FormattedTextSubtitle&, bool) { return nullptr; };
+    factory.makeTextView = [](FormattedTextSubtitle subtitle, bool isPrimarySubtitle) {
+        return std::make_unique<FormattedTextSubtitleView>(std::move(subtitle), isPrimarySubtitle);
+    };
     factory.makeImageView = [](ImageSubtitle subtitle, bool isPrimarySubtitle,
                                const std::optional<VideoDimensions>& videoDimensions) {
         return std::make_unique<ImageSubtitleView>(std::move(subtitle), isPrimarySubtitle,

@@ -10,7 +10,7 @@
 
 namespace zelvane {
 
-/// What a SubtitlesView makes its views with. Called on the main queue. A null view shows nothing.
+/// What a SubtitlesView makes its views with. Called on the main queue.
 struct SubtitleViewFactory {
     using TextViewMaker = std::function<std::unique_ptr<SubtitleView>(
         FormattedTextSubtitle subtitle, bool isPrimarySubtitle)>;

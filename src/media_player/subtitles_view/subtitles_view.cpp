@@ -95,7 +95,6 @@ SubtitlesView::Views SubtitlesView::makeViews(const Subtitles& subtitles) const 
                 factory_.makeImageView(image, isPrimarySubtitlesView_, currentVideoDimensions_));
         }
     }
-    std::erase(views, nullptr);
     return views;
 }
 
