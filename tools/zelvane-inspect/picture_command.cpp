@@ -167,10 +167,6 @@ class PicturePlayer {
         pictureView_->resize(size);
         pictureView_->show();
         seek(seconds);
-        // The seek ends with its first frame. Stamps are rounded in many files, and then the next
-        // one may be due too.
-        parts_.displayLayer->service();
-        loop_->drain();
         parts_.displayLayer->service();
         return pictureView_->grab().toImage();
     }
