@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <QPainter>
+#include <QTransform>
 
 #include "media_player/subtitles_view/text_block.h"
 #include "media_player/subtitles_view/text_subtitle_layout.h"
@@ -89,12 +90,18 @@ QRectF FormattedTextSubtitleView::paintedRect() const {
                   QSizeF(raster_.image.size()) / devicePixelRatio_);
 }
 
+/// Onto the nearest pixels: where the painter's origin lies between two, all would be blurred.
 void FormattedTextSubtitleView::paint(QPainter& painter) const {
     if (raster_.image.isNull()) {
         return;
     }
     const QRectF rect = paintedRect();
-    painter.drawImage(rect, raster_.image);
+    const QTransform toDevice = painter.deviceTransform();
+    const bool isInvertible = toDevice.type() <= QTransform::TxScale && toDevice.isInvertible();
+    const QPointF exact = toDevice.map(rect.topLeft());
+    const QPointF topLeft =
+        isInvertible ? toDevice.inverted().map(QPointF(exact.toPoint())) : rect.topLeft();
+    painter.drawImage(QRectF(topLeft, rect.size()), raster_.image);
 }
 
 } // namespace zelvane

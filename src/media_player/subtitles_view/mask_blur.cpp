@@ -5,6 +5,7 @@
 #include <array>
 #include <cmath>
 #include <numbers>
+#include <numeric>
 #include <vector>
 
 namespace zelvane {
@@ -46,19 +47,38 @@ class Mean {
     std::uint32_t factor_;
 };
 
-/// `source` has `width` pixels.
-void boxRow(const std::uint8_t* source, std::uint8_t* target, int width, const Box& box) {
-    const Mean mean(box);
-    std::uint32_t sum = 0;
-    for (int x = 0; x < std::min(box.after, width); ++x) {
-        sum += source[x];
+/// Blurs a row after the other, each of them through all boxes while it is at hand.
+class Rows {
+  public:
+    Rows(int width, const std::array<Box, 3>& boxes)
+        : width_(static_cast<std::size_t>(width)), boxes_(boxes) {}
+
+    void blur(std::uint8_t* row) {
+        for (const Box& box : boxes_) {
+            const auto before = static_cast<std::size_t>(box.before);
+            const auto after = static_cast<std::size_t>(box.after);
+            // With nothing on both sides, so that no pixel is a special case.
+            padded_.assign(before + width_ + after + 1, 0);
+            std::copy_n(row, width_, padded_.data() + before);
+            sumUp(row, before + after, Mean(box));
+        }
     }
-    for (int x = 0; x < width; ++x) {
-        sum += x + box.after < width ? source[x + box.after] : 0U;
-        target[x] = mean(sum);
-        sum -= x - box.before >= 0 ? source[x - box.before] : 0U;
+
+  private:
+    void sumUp(std::uint8_t* row, std::size_t others, const Mean& mean) const {
+        const std::uint8_t* source = padded_.data();
+        std::uint32_t sum = std::accumulate(source, source + others, 0U);
+        for (std::size_t x = 0; x < width_; ++x) {
+            sum += source[x + others];
+            row[x] = mean(sum);
+            sum -= source[x];
+        }
     }
-}
+
+    const std::size_t width_;
+    const std::array<Box, 3>& boxes_;
+    std::vector<std::uint8_t> padded_;
+};
 
 class Columns {
   public:
@@ -119,14 +139,16 @@ void blurMask(std::span<std::uint8_t> pixels, int width, int height, std::size_t
     if (side < 2 || width < 1 || height < 1) {
         return;
     }
-    std::vector<std::uint8_t> other(pixels.size());
+    const auto threeBoxes = boxes(side);
+    Rows rows(width, threeBoxes);
+    for (int y = 0; y < height; ++y) {
+        rows.blur(pixels.data() + static_cast<std::size_t>(y) * stride);
+    }
+    std::vector<std::uint8_t> source;
     Columns columns(width, height, stride);
-    for (const Box& box : boxes(side)) {
-        for (int y = 0; y < height; ++y) {
-            const auto offset = static_cast<std::size_t>(y) * stride;
-            boxRow(pixels.data() + offset, other.data() + offset, width, box);
-        }
-        columns.blur(other.data(), pixels.data(), box);
+    for (const Box& box : threeBoxes) {
+        source.assign(pixels.begin(), pixels.end());
+        columns.blur(source.data(), pixels.data(), box);
     }
 }
 

@@ -9,6 +9,8 @@
 #include <QTextBoundaryFinder>
 #include <QTextLayout>
 
+#include <unicode/uchar.h>
+
 #include "text/font_catalog.h"
 
 namespace zelvane {
@@ -27,12 +29,18 @@ constexpr double kTabInterval = 28;
 constexpr double kMaximumKernInEms = 20;
 constexpr QChar kEllipsis(0x2026);
 constexpr QChar kNothing(0x200B);
+constexpr QChar kTextSelector(0xFE0E);
+constexpr QChar kEmojiSelector(0xFE0F);
+/// The name by which the system's font configuration knows its font of emoji.
+constexpr std::string_view kEmojiFamily = "emoji";
 
 /// Characters with one set of attributes.
 struct Piece {
     qsizetype start = 0;
     qsizetype length = 0;
     const StringAttributes* attributes = nullptr;
+    /// They are pictures, and not letters of the font.
+    bool isEmoji = false;
 };
 
 struct Characters {
@@ -42,8 +50,8 @@ struct Characters {
 
     qsizetype length() const { return text.size(); }
 
-    void append(QStringView more, const StringAttributes* attributes) {
-        pieces.push_back({text.size(), more.size(), attributes});
+    void append(QStringView more, const StringAttributes* attributes, bool isEmoji = false) {
+        pieces.push_back({text.size(), more.size(), attributes, isEmoji});
         text += more;
     }
 
@@ -53,7 +61,8 @@ struct Characters {
             const qsizetype from = std::max(piece.start, start);
             const qsizetype to = std::min(piece.start + piece.length, start + count);
             if (from < to) {
-                result.append(QStringView(text).mid(from, to - from), piece.attributes);
+                result.append(QStringView(text).mid(from, to - from), piece.attributes,
+                              piece.isEmoji);
             }
         }
         return result;
@@ -73,6 +82,47 @@ void removeControls(QString& text) {
     }
 }
 
+/// Whether emoji may be among them: the usual text is done with this look.
+bool mayHaveEmoji(QStringView text) {
+    return std::any_of(text.begin(), text.end(), [](QChar c) {
+        return c.isHighSurrogate() || (c >= u'\u2000' && c <= u'\u32ff') || c == kEmojiSelector;
+    });
+}
+
+/// By the rules of UTS #51: what is a picture by itself, and what a selector makes one.
+bool isEmoji(QStringView grapheme) {
+    const QList<uint> codePoints = grapheme.toUcs4();
+    const auto first = static_cast<UChar32>(codePoints.front());
+    if (codePoints.contains(kEmojiSelector.unicode())) {
+        return u_hasBinaryProperty(first, UCHAR_EMOJI) != 0;
+    }
+    return u_hasBinaryProperty(first, UCHAR_EMOJI_PRESENTATION) != 0 &&
+           !codePoints.contains(kTextSelector.unicode());
+}
+
+/// Emoji become pieces of their own, so that they come from a font of pictures even where the
+/// text's font has signs for some of them.
+void appendWithEmoji(QStringView text, const StringAttributes* attributes, Characters& result) {
+    if (!mayHaveEmoji(text)) {
+        result.append(text, attributes);
+        return;
+    }
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());
+    qsizetype start = 0;
+    bool wasEmoji = false;
+    for (qsizetype from = 0, to = 0; from < text.size(); from = to) {
+        to = finder.toNextBoundary();
+        to = to < 0 ? text.size() : to;
+        const bool isEmojiNow = isEmoji(text.mid(from, to - from));
+        if (isEmojiNow != wasEmoji && from > start) {
+            result.append(text.mid(start, from - start), attributes, wasEmoji);
+            start = from;
+        }
+        wasEmoji = isEmojiNow;
+    }
+    result.append(text.mid(start), attributes, wasEmoji);
+}
+
 Characters charactersOf(const AttributedString& string) {
     Characters result;
     for (const AttributedString::Run& run : string.runs()) {
@@ -86,7 +136,7 @@ Characters charactersOf(const AttributedString& string) {
             result.isCut = true;
             text.truncate(room > 0 && text.at(room - 1).isHighSurrogate() ? room - 1 : room);
         }
-        result.append(text, &run.attributes);
+        appendWithEmoji(text, &run.attributes, result);
         if (result.isCut) {
             break;
         }
@@ -105,8 +155,9 @@ Font fontOf(const StringAttributes& attributes) {
 }
 
 /// Whether both are shaped as one, so that letters join across a change of colour.
-bool areShapedAlike(const StringAttributes& a, const StringAttributes& b) {
-    return a.font == b.font && a.kern == b.kern;
+bool areShapedAlike(const Piece& a, const Piece& b) {
+    return a.isEmoji == b.isEmoji && a.attributes->font == b.attributes->font &&
+           a.attributes->kern == b.attributes->kern;
 }
 
 /// Lays out lines of one block.
@@ -127,11 +178,18 @@ class Typesetter {
     class Paragraph;
 
   private:
-    QFont fontFor(const StringAttributes& attributes) const {
+    QFont fontFor(const Piece& piece) const {
+        const StringAttributes& attributes = *piece.attributes;
         const Font font = fontOf(attributes);
         const double size = effectiveFontSize(attributes, limits_.fontSize);
         QFont result;
-        result.setFamilies({QString::fromStdString(font.familyName)});
+        QStringList families{QString::fromStdString(font.familyName)};
+        const auto emoji =
+            piece.isEmoji ? FontCatalog::shared().font(kEmojiFamily, size) : std::nullopt;
+        if (emoji) {
+            families.prepend(QString::fromStdString(emoji->familyName));
+        }
+        result.setFamilies(families);
         result.setStyleHint(QFont::SansSerif);
         result.setBold((font.traits & kBoldFontMask) != 0);
         result.setItalic((font.traits & kItalicFontMask) != 0);
@@ -143,15 +201,15 @@ class Typesetter {
 
     QList<QTextLayout::FormatRange> formatsOf(const Characters& characters) const {
         QList<QTextLayout::FormatRange> formats;
-        const StringAttributes* last = nullptr;
+        const Piece* last = nullptr;
         for (const Piece& piece : characters.pieces) {
-            if (last != nullptr && areShapedAlike(*last, *piece.attributes)) {
+            if (last != nullptr && areShapedAlike(*last, piece)) {
                 formats.back().length += static_cast<int>(piece.length);
                 continue;
             }
-            last = piece.attributes;
+            last = &piece;
             QTextCharFormat format;
-            format.setFont(fontFor(*last));
+            format.setFont(fontFor(piece));
             formats.push_back(
                 {static_cast<int>(piece.start), static_cast<int>(piece.length), format});
         }

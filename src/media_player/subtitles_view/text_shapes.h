@@ -1,69 +1,93 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <compare>
+#include <cstddef>
+#include <map>
+#include <memory>
 #include <vector>
 
 #include <QGlyphRun>
-#include <QPainterPath>
 #include <QRawFont>
 #include <QTransform>
 
+#include "media_player/subtitles_view/outline_raster.h"
 #include "media_player/subtitles_view/text_block.h"
 #include "text/string_attributes.h"
 
-class QPainter;
-
 namespace zelvane {
 
-/// Components beyond their range are the nearest within.
-QColor qColor(const SRGBColor& color);
+/// A letter as it is drawn at one size, from its origin on the baseline.
+struct GlyphOutlines {
+    Outline letter;
+    /// Of the pen that follows the letter.
+    Outline stroke;
+};
 
-struct TextShapeLimits {
-    /// That the text was laid out with, in its units.
-    double fontSize = 0;
-    /// Of the pen that draws outlines, in pixels of the picture.
-    double length = 0;
+/// Letters that were drawn before: to read one from its font takes longer than to draw it, and
+/// subtitles of one track look alike. It holds some megabytes at most. Main thread.
+class GlyphOutlineCache {
+  public:
+    /// The process's cache.
+    static GlyphOutlineCache& shared();
+
+    /// `scale` takes the pixels of the font to those of the picture, in which the pen is
+    /// `penWidth` wide, or 0 where there is none.
+    std::shared_ptr<const GlyphOutlines> outlines(const QRawFont& font, quint32 glyph, double scale,
+                                                  double penWidth);
+
+  private:
+    struct Key {
+        int font = 0;
+        quint32 glyph = 0;
+        double scale = 0;
+        double penWidth = 0;
+        friend auto operator<=>(const Key&, const Key&) = default;
+    };
+
+    int numberOf(const QRawFont& font);
+
+    std::vector<QRawFont> fonts_;
+    std::map<Key, std::shared_ptr<const GlyphOutlines>> outlines_;
+    std::size_t pointCount_ = 0;
+};
+
+/// A letter in its place.
+struct PlacedGlyph {
+    std::shared_ptr<const GlyphOutlines> outlines;
+    QPointF position;
+};
+
+/// A letter with colours of its own, which no outline describes.
+struct GlyphPicture {
+    QRawFont font;
+    quint32 glyph = 0;
+    QPointF position;
 };
 
 /// What a piece of a line looks like, in pixels of the picture.
-class TextShape {
-  public:
-    /// `toPicture` takes the pixels of the layout, from the left end of the line's baseline, to
-    /// those of the picture, in which a unit of the text is `unit` long.
-    TextShape(const TextSegment& segment, const QTransform& toPicture, double unit,
-              const TextShapeLimits& limits);
-
-    const StringAttributes& attributes() const { return *attributes_; }
-    /// What the two below reach.
-    const QRectF& reach() const { return reach_; }
-
-    /// The outlines of the letters.
-    void drawStroke(QPainter& painter) const;
-    /// The letters, and the lines under and through them.
-    void drawFill(QPainter& painter) const;
-
-  private:
-    /// A letter with colours of its own, which no path describes.
-    struct Picture {
-        QRawFont font;
-        quint32 glyph = 0;
-        QPointF position;
-    };
-
-    void addGlyphs(const QGlyphRun& run, const QTransform& toPicture);
-    void addPictures(QRawFont font, const QList<quint32>& glyphs, const QList<QPointF>& positions,
-                     const QTransform& toPicture);
-    void addStroke(double fontSize, double longest);
-    void addLines(const TextSegment& segment, const QTransform& toPicture, double unit);
-    void drawPictures(QPainter& painter) const;
-
-    const StringAttributes* attributes_;
-    QPainterPath letters_;
-    QPainterPath stroke_;
-    QPainterPath underline_;
-    QPainterPath strikethrough_;
-    std::vector<Picture> pictures_;
-    QRectF reach_;
+struct TextShape {
+    const StringAttributes* attributes = nullptr;
+    std::vector<PlacedGlyph> glyphs;
+    std::vector<GlyphPicture> pictures;
+    Outline underline;
+    Outline strikethrough;
+    /// What all of it reaches.
+    QRectF reach;
 };
+
+struct TextShapeSizes {
+    /// Takes the pixels of the layout, from the left end of the line's baseline, to those of the
+    /// picture.
+    QTransform toPicture;
+    /// How many pixels of the picture a unit of the text is long.
+    double unit = 1;
+    /// That the text was laid out with, in its units.
+    double maximumFontSize = 0;
+    /// In pixels of the picture.
+    double maximumPenWidth = 0;
+};
+
+TextShape makeTextShape(const TextSegment& segment, const TextShapeSizes& sizes);
 
 } // namespace zelvane

@@ -8,6 +8,8 @@
 #include <QPainter>
 
 #include "media_player/subtitles_view/mask_blur.h"
+#include "media_player/subtitles_view/outline_raster.h"
+#include "media_player/subtitles_view/subtitle_colors.h"
 #include "media_player/subtitles_view/text_shapes.h"
 
 namespace zelvane {
@@ -18,7 +20,109 @@ constexpr SRGBColor kDefaultShadowColor{0, 0, 0, 1.0 / 3.0};
 /// A blur this wide leaves nothing to be seen of letters.
 constexpr double kMaximumBlurDeviation = 200;
 
-/// A run's background on one line, on whole pixels, so that neighbours meet and do not overlap.
+SRGBColor foreground(const StringAttributes& attributes) {
+    return attributes.foregroundColor.value_or(kBlackColor);
+}
+
+/// The nearest pixels, so that neighbours meet and do not overlap.
+QRect nearestPixels(const QRectF& rect) {
+    const auto edge = [](double value) {
+        return static_cast<int>(std::lround(std::clamp(value, -1e6, 1e6)));
+    };
+    const int left = edge(rect.left());
+    const int top = edge(rect.top());
+    return {left, top, edge(rect.right()) - left, edge(rect.bottom()) - top};
+}
+
+/// Those of `picture` that the rectangle, which may be larger than whole numbers are, touches.
+QRect pixelsTouched(const QRectF& rect, const QRect& picture) {
+    return (rect & QRectF(picture)).toAlignedRect() & picture;
+}
+
+QRect areaOf(const TextSubtitleRaster& canvas) {
+    return {canvas.origin, canvas.image.size()};
+}
+
+TextSubtitleRaster clearCanvas(const QRect& area, QImage::Format format) {
+    TextSubtitleRaster canvas{QImage(area.size(), format), area.topLeft()};
+    canvas.image.fill(Qt::transparent);
+    return canvas;
+}
+
+/// Draws the parts of one shape, moved by an offset.
+class ShapePen {
+  public:
+    ShapePen(const TextShape& shape, QPointF offset, TextSubtitleRaster& canvas)
+        : shape_(shape), attributes_(*shape.attributes), offset_(offset), canvas_(canvas),
+          area_(pixelsTouched(shape.reach.translated(offset), areaOf(canvas))) {}
+
+    /// The outlines of the letters.
+    void drawStroke() {
+        const double width = attributes_.strokeWidth.value_or(0);
+        const SRGBColor color = attributes_.strokeColor.value_or(foreground(attributes_));
+        if (width != 0 && isVisible(color)) {
+            drawLetters(&GlyphOutlines::stroke, color);
+        }
+    }
+
+    /// The letters, and the lines under and through them.
+    void drawFill() {
+        const SRGBColor color = foreground(attributes_);
+        drawLine(shape_.underline, attributes_.underlineColor.value_or(color));
+        // A width above 0 asks for hollow letters.
+        const bool isFilled = !(attributes_.strokeWidth.value_or(0) > 0);
+        if (isFilled && isVisible(color)) {
+            drawLetters(&GlyphOutlines::letter, color);
+        }
+        drawPictures(color.alpha);
+        drawLine(shape_.strikethrough, attributes_.strikethroughColor.value_or(color));
+    }
+
+  private:
+    bool isVisible(const SRGBColor& color) const { return color.alpha > 0 && !area_.isEmpty(); }
+
+    void drawLetters(Outline GlyphOutlines::*part, const SRGBColor& color) {
+        Coverage coverage(area_);
+        for (const PlacedGlyph& glyph : shape_.glyphs) {
+            coverage.add(*glyph.outlines.*part, glyph.position + offset_);
+        }
+        coverage.draw(color, canvas_.image, canvas_.origin);
+    }
+
+    void drawLine(const Outline& line, const SRGBColor& color) {
+        const QRect area = pixelsTouched(line.bounds().translated(offset_), area_);
+        if (!area.isEmpty() && isVisible(color)) {
+            Coverage coverage(area);
+            coverage.add(line, offset_);
+            coverage.draw(color, canvas_.image, canvas_.origin);
+        }
+    }
+
+    void drawPictures(double opacity) {
+        if (shape_.pictures.empty()) {
+            return;
+        }
+        QPainter painter(&canvas_.image);
+        painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+        painter.setOpacity(opacity);
+        painter.translate(offset_ - canvas_.origin);
+        for (const GlyphPicture& picture : shape_.pictures) {
+            QGlyphRun run;
+            run.setRawFont(picture.font);
+            run.setGlyphIndexes({picture.glyph});
+            run.setPositions({QPointF()});
+            painter.drawGlyphRun(picture.position, run);
+        }
+    }
+
+    const TextShape& shape_;
+    const StringAttributes& attributes_;
+    const QPointF offset_;
+    TextSubtitleRaster& canvas_;
+    const QRect area_;
+};
+
+/// A run's background on one line.
 struct Background {
     QRect rect;
     QColor color;
@@ -31,29 +135,23 @@ struct Shadow {
     double deviation = 0;
     std::vector<const TextShape*> shapes;
 
-    int reach() const { return blurReach(deviation) + 1; }
+    int reachOfBlur() const { return blurReach(deviation) + 1; }
+
+    QRectF reach() const {
+        QRectF result;
+        for (const TextShape* shape : shapes) {
+            result |= shape->reach;
+        }
+        const int more = reachOfBlur();
+        return result.translated(offset).adjusted(-more, -more, more, more);
+    }
 };
-
-QRect pixels(const QRectF& rect) {
-    const auto edge = [](double value) {
-        return static_cast<int>(std::lround(std::clamp(value, -1e6, 1e6)));
-    };
-    const int left = edge(rect.left());
-    const int top = edge(rect.top());
-    return {left, top, edge(rect.right()) - left, edge(rect.bottom()) - top};
-}
-
-QRect pixelsTouched(const QRectF& rect, const QRect& picture) {
-    // Intersected first: a rectangle of whole numbers has no room for what letters may reach.
-    return (rect & QRectF(picture)).toAlignedRect() & picture;
-}
 
 /// Draws one subtitle.
 class Drawing {
   public:
     Drawing(const TextBlock& block, const TextSubtitlePlace& place)
         : place_(place), picture_(QPoint(), place.pictureSize) {
-        shapes_.reserve(block.lines.size());
         for (const TextLine& line : block.lines) {
             addLine(line, block.unitsPerPixel);
         }
@@ -65,157 +163,129 @@ class Drawing {
         if (reach.isEmpty()) {
             return {};
         }
-        QImage image(reach.size(), QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::transparent);
-        QPainter painter(&image);
-        painter.translate(-reach.topLeft());
-        painter.setPen(Qt::NoPen);
-        drawBox(painter);
-        for (const Background& background : backgrounds_) {
-            painter.fillRect(background.rect, background.color);
-        }
-        painter.setRenderHint(QPainter::Antialiasing);
+        TextSubtitleRaster canvas = clearCanvas(reach, QImage::Format_ARGB32_Premultiplied);
+        drawGround(canvas);
         for (const Shadow& shadow : shadows_) {
-            drawShadow(painter, shadow, reach);
+            drawShadow(shadow, canvas);
         }
         for (const TextShape& shape : shapes_) {
-            shape.drawStroke(painter);
+            ShapePen(shape, {}, canvas).drawStroke();
         }
         for (const TextShape& shape : shapes_) {
-            shape.drawFill(painter);
+            ShapePen(shape, {}, canvas).drawFill();
         }
-        painter.end();
-        return {image, reach.topLeft()};
+        return canvas;
     }
 
   private:
     void addLine(const TextLine& line, double unitsPerPixel) {
         const QPointF origin = place_.origin + place_.unit * QPointF(line.left, line.top);
         const double scale = place_.unit * unitsPerPixel;
-        const QTransform toPicture(scale, 0, 0, scale, origin.x(),
-                                   origin.y() + line.baseline * place_.unit);
-        const double longest = std::hypot(picture_.width(), picture_.height());
+        TextShapeSizes sizes;
+        sizes.toPicture =
+            QTransform(scale, 0, 0, scale, origin.x(), origin.y() + line.baseline * place_.unit);
+        sizes.unit = place_.unit;
+        sizes.maximumFontSize = place_.maximumFontSize;
+        sizes.maximumPenWidth = std::hypot(picture_.width(), picture_.height());
         for (const TextSegment& segment : line.segments) {
-            addBackground(segment, QRectF(origin.x() + segment.left * place_.unit, origin.y(),
-                                          segment.width * place_.unit, line.height * place_.unit));
-            shapes_.emplace_back(segment, toPicture, place_.unit,
-                                 TextShapeLimits{place_.maximumFontSize, longest});
+            addBackground(*segment.attributes,
+                          QRectF(origin.x() + segment.left * place_.unit, origin.y(),
+                                 segment.width * place_.unit, line.height * place_.unit));
+            shapes_.push_back(makeTextShape(segment, sizes));
         }
     }
 
-    void addBackground(const TextSegment& segment, const QRectF& rect) {
-        const auto& color = segment.attributes->backgroundColor;
+    void addBackground(const StringAttributes& attributes, const QRectF& rect) {
+        const auto& color = attributes.backgroundColor;
         if (color && color->alpha > 0) {
-            backgrounds_.push_back({pixels(rect) & picture_, qColor(*color)});
+            backgrounds_.push_back({nearestPixels(rect) & picture_, qColor(*color)});
         }
     }
 
     void addShadows() {
         for (const TextShape& shape : shapes_) {
-            const auto& look = shape.attributes().shadow;
-            if (!look) {
-                continue;
+            if (shape.attributes->shadow) {
+                shadowOf(*shape.attributes->shadow).shapes.push_back(&shape);
             }
-            const auto known = std::find_if(shadows_.begin(), shadows_.end(),
-                                            [&](const Shadow& s) { return s.look == *look; });
-            Shadow& shadow = known == shadows_.end() ? shadows_.emplace_back(made(*look)) : *known;
-            shadow.shapes.push_back(&shape);
         }
     }
 
-    Shadow made(const TextShadow& look) const {
+    Shadow& shadowOf(const TextShadow& look) {
+        const auto known = std::find_if(shadows_.begin(), shadows_.end(),
+                                        [&](const Shadow& shadow) { return shadow.look == look; });
+        if (known != shadows_.end()) {
+            return *known;
+        }
         const double deviation = look.blurRadius * place_.blurUnit / 2;
-        return {look,
-                place_.unit * QPointF(look.offset.width, -look.offset.height),
-                deviation > 0 ? std::min(deviation, kMaximumBlurDeviation) : 0,
-                {}};
-    }
-
-    QRectF reachOf(const Shadow& shadow) const {
-        QRectF result;
-        for (const TextShape* shape : shadow.shapes) {
-            result |= shape->reach();
-        }
-        const int more = shadow.reach();
-        return result.translated(shadow.offset).adjusted(-more, -more, more, more);
+        const auto finite = [](double value) { return std::isfinite(value) ? value : 0; };
+        return shadows_.emplace_back(
+            Shadow{look,
+                   place_.unit * QPointF(finite(look.offset.width), -finite(look.offset.height)),
+                   deviation > 0 ? std::min(deviation, kMaximumBlurDeviation) : 0,
+                   {}});
     }
 
     QRect reach() const {
         QRect result;
         if (place_.boxColor.alpha > 0) {
-            result |= pixels(place_.box) & picture_;
+            result |= nearestPixels(place_.box) & picture_;
         }
         for (const Background& background : backgrounds_) {
             result |= background.rect;
         }
         for (const Shadow& shadow : shadows_) {
-            result |= pixelsTouched(reachOf(shadow), picture_);
+            result |= pixelsTouched(shadow.reach(), picture_);
         }
         for (const TextShape& shape : shapes_) {
-            result |= pixelsTouched(shape.reach(), picture_);
+            result |= pixelsTouched(shape.reach, picture_);
         }
         return result;
     }
 
-    void drawBox(QPainter& painter) const {
-        if (!(place_.boxColor.alpha > 0)) {
-            return;
+    void drawGround(TextSubtitleRaster& canvas) const {
+        QPainter painter(&canvas.image);
+        painter.translate(-canvas.origin);
+        if (place_.boxColor.alpha > 0) {
+            drawBox(painter);
         }
-        const QRect box = pixels(place_.box);
+        for (const Background& background : backgrounds_) {
+            painter.fillRect(background.rect, background.color);
+        }
+    }
+
+    void drawBox(QPainter& painter) const {
+        const QRect box = nearestPixels(place_.box);
         const double radius = place_.boxCornerRadius;
         if (!(radius > 0)) {
             painter.fillRect(box, qColor(place_.boxColor));
             return;
         }
-        painter.save();
         painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
         painter.setBrush(qColor(place_.boxColor));
         painter.drawRoundedRect(box, radius, radius);
-        painter.restore();
     }
 
-    /// The part of the shadow that falls into `visible` is drawn as a mask, with what lies a blur
-    /// beyond it.
-    void drawShadow(QPainter& painter, const Shadow& shadow, const QRect& visible) const {
-        const int beyond = shadow.reach();
-        const QRect around = visible.adjusted(-beyond, -beyond, beyond, beyond);
-        const QRect area = pixelsTouched(reachOf(shadow), around);
+    /// What falls into the canvas, and what lies a blur beyond it, is drawn as a mask, since its
+    /// alpha is all that casts a shadow.
+    void drawShadow(const Shadow& shadow, TextSubtitleRaster& canvas) const {
+        const int beyond = shadow.reachOfBlur();
+        const QRect around = areaOf(canvas).adjusted(-beyond, -beyond, beyond, beyond);
+        const QRect area = pixelsTouched(shadow.reach(), around);
         if (area.isEmpty()) {
             return;
         }
-        QImage mask = maskOf(shadow, area);
+        TextSubtitleRaster caster = clearCanvas(area, QImage::Format_Alpha8);
+        for (const TextShape* shape : shadow.shapes) {
+            ShapePen pen(*shape, shadow.offset, caster);
+            pen.drawStroke();
+            pen.drawFill();
+        }
+        QImage& mask = caster.image;
         blurMask({mask.bits(), static_cast<std::size_t>(mask.sizeInBytes())}, mask.width(),
                  mask.height(), static_cast<std::size_t>(mask.bytesPerLine()), shadow.deviation);
-        painter.drawImage(area.topLeft(),
-                          tinted(mask, shadow.look.color.value_or(kDefaultShadowColor)));
-    }
-
-    static QImage maskOf(const Shadow& shadow, const QRect& area) {
-        QImage mask(area.size(), QImage::Format_Alpha8);
-        mask.fill(Qt::transparent);
-        QPainter painter(&mask);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.translate(shadow.offset - area.topLeft());
-        for (const TextShape* shape : shadow.shapes) {
-            shape->drawStroke(painter);
-            shape->drawFill(painter);
-        }
-        return mask;
-    }
-
-    static QImage tinted(const QImage& mask, const SRGBColor& color) {
-        QList<QRgb> premultiplied(256);
-        for (int i = 0; i < 256; ++i) {
-            premultiplied[i] = qPremultiply(qColor(color.withAlpha(color.alpha * i / 255)).rgba());
-        }
-        QImage result(mask.size(), QImage::Format_ARGB32_Premultiplied);
-        for (int y = 0; y < mask.height(); ++y) {
-            const uchar* from = mask.constScanLine(y);
-            auto* to = reinterpret_cast<QRgb*>(result.scanLine(y));
-            std::transform(from, from + mask.width(), to,
-                           [&](uchar coverage) { return premultiplied[coverage]; });
-        }
-        return result;
+        drawThrough(mask, area.topLeft(), shadow.look.color.value_or(kDefaultShadowColor),
+                    canvas.image, canvas.origin);
     }
 
     const TextSubtitlePlace& place_;
