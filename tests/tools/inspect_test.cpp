@@ -320,6 +320,7 @@ TEST(Inspect, pictureShowsWhatTheWindowWould) {
         const auto answer = inspect("picture", film, options + " -o '" + out.string() + "'");
         ASSERT_EQ(answer.status, 0) << options;
         const Json json = answer.json();
+        SCOPED_TRACE(json.dump());
         EXPECT_EQ(fmt::format("{}x{}:", json["width"].get<int>(), json["height"].get<int>()) +
                       whereItIsWritten(out),
                   written)

@@ -178,11 +178,21 @@ class PicturePlayer {
   private:
     void seek(double seconds) {
         bool isThere = false;
-        player_->seekSynchronouslyTo(targetFromSeconds(seconds), dispatch::mainQueue(), [&] {
-            // Behind the calls that show subtitles which have begun before.
-            dispatch::mainQueue()->async([&] { isThere = true; });
-        });
+        player_->seekSynchronouslyTo(targetFromSeconds(seconds), dispatch::mainQueue(),
+                                     [&] { isThere = true; });
         runUntil([&] { return isThere; });
+        // The person's text style becomes known about now, and then all is sought once more.
+        loop_->drain();
+        letPassWhatWaits();
+    }
+    /// A subtitle that comes and has begun before is shown by a call that it leaves behind.
+    void letPassWhatWaits() {
+        constexpr int kCallsLeftBehind = 2;
+        int passed = 0;
+        for (int i = 0; i < kCallsLeftBehind; ++i) {
+            dispatch::mainQueue()->async([&] { ++passed; });
+            runUntil([&] { return passed > i; });
+        }
     }
     void runUntil(const std::function<bool()>& done) {
         loop_->runUntil(done, MainLoop::Deadline::max());
