@@ -130,9 +130,12 @@ void MediaPlayerDocument::cycleSubtitles(SubtitlesPosition position) const {
     if (window_->pictureView() == nullptr) {
         return;
     }
+    const auto other = position == SubtitlesPosition::primary ? SubtitlesPosition::secondary
+                                                              : SubtitlesPosition::primary;
     const auto track = nextSubtitlesTrack(mediaSource_->subtitlesTracks(),
-                                          player_->selectedSubtitlesTrack(position));
-    selectSubtitlesTrack(*player_, position, track);
+                                          player_->selectedSubtitlesTrack(position),
+                                          player_->selectedSubtitlesTrack(other));
+    player_->setSelectedSubtitlesTrack(position, track);
     window_->showNotice(noticeOfTrack(position, track));
 }
 
@@ -157,7 +160,7 @@ void MediaPlayerDocument::didAddSubtitles(const ExternalSubtitlesTracks& tracks)
         freePositionFor(track, player_->selectedSubtitlesTrack(SubtitlesPosition::primary),
                         player_->selectedSubtitlesTrack(SubtitlesPosition::secondary));
     if (position) {
-        selectSubtitlesTrack(*player_, *position, track);
+        player_->setSelectedSubtitlesTrack(*position, track);
         window_->showNotice(noticeOfTrack(*position, track));
     } else {
         window_->showNotice(QStringLiteral("Added: %1").arg(nameOfTrack(track)));

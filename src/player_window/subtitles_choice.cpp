@@ -27,8 +27,9 @@ QString languageNames(const SubtitlesTrack& track) {
 
 } // namespace
 
-SubtitlesTrackRef nextSubtitlesTrack(const SubtitlesTracks& tracks,
-                                     const SubtitlesTrackRef& current) {
+SubtitlesTrackRef nextSubtitlesTrack(SubtitlesTracks tracks, const SubtitlesTrackRef& current,
+                                     const SubtitlesTrackRef& shownElsewhere) {
+    std::erase(tracks, shownElsewhere);
     auto next = tracks.begin();
     if (current) {
         next = std::find(tracks.begin(), tracks.end(), current);
@@ -44,16 +45,6 @@ std::optional<SubtitlesPosition> freePositionFor(const SubtitlesTrackRef& track,
         return std::nullopt;
     }
     return primary ? SubtitlesPosition::secondary : SubtitlesPosition::primary;
-}
-
-void selectSubtitlesTrack(MediaPlayer& player, SubtitlesPosition position,
-                          const SubtitlesTrackRef& track) {
-    const auto other = position == SubtitlesPosition::primary ? SubtitlesPosition::secondary
-                                                              : SubtitlesPosition::primary;
-    if (track && player.selectedSubtitlesTrack(other) == track) {
-        player.setSelectedSubtitlesTrack(other, nullptr);
-    }
-    player.setSelectedSubtitlesTrack(position, track);
 }
 
 QString subtitlesTrackName(const SubtitlesTrack& track) {

@@ -10,7 +10,7 @@ namespace {
 
 class NoDecoder final : public SubtitlesFrameDecoder {
   public:
-    SubtitlesFrames decode(const Packet& /*packet*/) override { return {}; }
+    std::vector<SubtitlesFrameRef> decode(const Packet& /*packet*/) override { return {}; }
     void flush() override {}
 };
 
@@ -28,11 +28,19 @@ TEST(NextSubtitlesTrack, goesThroughAllAndThenNone) {
     SubtitlesTrackRef current;
     for (const SubtitlesTrackRef& expected :
          {tracks[0], tracks[1], tracks[2], SubtitlesTrackRef(), tracks[0]}) {
-        current = nextSubtitlesTrack(tracks, current);
+        current = nextSubtitlesTrack(tracks, current, nullptr);
         EXPECT_EQ(current, expected);
     }
-    EXPECT_EQ(nextSubtitlesTrack({}, nullptr), nullptr);
-    EXPECT_EQ(nextSubtitlesTrack(tracks, makeTrack()), nullptr);
+    EXPECT_EQ(nextSubtitlesTrack({}, nullptr, nullptr), nullptr);
+    EXPECT_EQ(nextSubtitlesTrack(tracks, makeTrack(), nullptr), nullptr);
+}
+
+TEST(NextSubtitlesTrack, leavesOutWhatIsShownAtTheOtherPosition) {
+    const SubtitlesTracks tracks{makeTrack(), makeTrack(), makeTrack()};
+    EXPECT_EQ(nextSubtitlesTrack(tracks, nullptr, tracks[0]), tracks[1]);
+    EXPECT_EQ(nextSubtitlesTrack(tracks, tracks[0], tracks[1]), tracks[2]);
+    EXPECT_EQ(nextSubtitlesTrack(tracks, tracks[1], tracks[2]), nullptr);
+    EXPECT_EQ(nextSubtitlesTrack({tracks[0]}, nullptr, tracks[0]), nullptr);
 }
 
 TEST(FreePosition, anAddedTrackNeverTakesThePlaceOfAnother) {
