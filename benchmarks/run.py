@@ -258,6 +258,14 @@ def bench_color(_):
                    check=True)
 
 
+def bench_subtitles(_):
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
+                    "subtitle-drawing"], check=True, stdout=subprocess.DEVNULL)
+    print("\nA subtitle of two lines\n", flush=True)
+    subprocess.run([str(ROOT / "build" / "release" / "benchmarks" / "subtitle-drawing")],
+                   check=True)
+
+
 def bench_seek(_):
     subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
                     "seek-bench"], check=True, stdout=subprocess.DEVNULL)
@@ -269,7 +277,7 @@ def bench_seek(_):
 
 
 SECTIONS = dict(color=bench_color, decode=bench_decode, memory=bench_memory, open=bench_open,
-                play=bench_play, seek=bench_seek, sound=bench_sound)
+                play=bench_play, seek=bench_seek, sound=bench_sound, subtitles=bench_subtitles)
 
 
 def main():

@@ -86,6 +86,9 @@ TextSubtitleRaster FormattedTextSubtitleView::drawn() const {
 }
 
 QRectF FormattedTextSubtitleView::paintedRect() const {
+    if (raster_.image.isNull()) {
+        return {};
+    }
     return QRectF(QPointF(raster_.origin) / devicePixelRatio_,
                   QSizeF(raster_.image.size()) / devicePixelRatio_);
 }

@@ -10,15 +10,15 @@
 namespace zelvane {
 namespace {
 
-/// How far a line may lie from its curve, in pixels: less than a step of 8-bit coverage would show.
-constexpr double kFlatness = 0.08;
+/// How far a line may lie from its curve, in pixels: a fortieth of black and white's distance.
+constexpr double kFlatness = 0.025;
 constexpr int kMaximumLinesOfCurve = 64;
 
 double length(QPointF vector) {
     return std::hypot(vector.x(), vector.y());
 }
 
-/// By the second differences of the control points, which bound the distance.
+/// By the second differences of the control points, which bound the distance from the curve.
 int linesOfCurve(QPointF p0, QPointF p1, QPointF p2, QPointF p3) {
     const double bend = std::max(length(p0 - 2 * p1 + p2), length(p1 - 2 * p2 + p3));
     const double lines = std::ceil(std::sqrt(0.75 * bend / kFlatness));
@@ -124,17 +124,19 @@ void Coverage::addLine(QPointF from, QPointF to) {
     if (!(top < bottom)) {
         return;
     }
+    const double sign = isDownward ? 1 : -1;
+    auto row = static_cast<int>(top);
+    // As most lines of curves do.
+    if (top == from.y() && bottom == to.y() && bottom <= row + 1) {
+        addToRow(row, from.x(), to.x(), sign * (bottom - top));
+        return;
+    }
     const double slope = (to.x() - from.x()) / (to.y() - from.y());
-    const double width = area_.width();
     double x = from.x() + (top - from.y()) * slope;
-    double y = top;
-    for (auto row = static_cast<int>(top); y < bottom; ++row) {
+    for (double y = top; y < bottom; ++row) {
         const double nextY = std::min<double>(row + 1, bottom);
         const double nextX = from.x() + (nextY - from.y()) * slope;
-        const double left = std::clamp(std::min(x, nextX), 0.0, width);
-        const double right = std::clamp(std::max(x, nextX), 0.0, width);
-        addToRow(changes_.data() + static_cast<std::size_t>(row) * stride_, left, right,
-                 isDownward ? nextY - y : y - nextY);
+        addToRow(row, x, nextX, sign * (nextY - y));
         x = nextX;
         y = nextY;
     }
@@ -142,7 +144,11 @@ void Coverage::addLine(QPointF from, QPointF to) {
 
 /// A line that crosses a part of a row covers what lies to its right. Of the pixels that it crosses
 /// it covers the trapezoid or triangle to its right.
-void Coverage::addToRow(float* row, double left, double right, double height) {
+void Coverage::addToRow(int y, double from, double to, double height) {
+    const double width = area_.width();
+    const double left = std::clamp(std::min(from, to), 0.0, width);
+    const double right = std::clamp(std::max(from, to), 0.0, width);
+    float* row = changes_.data() + static_cast<std::size_t>(y) * stride_;
     const int first = static_cast<int>(left);
     if (right <= first + 1) {
         const double uncovered = (left + right) / 2 - first;
@@ -183,15 +189,16 @@ void Coverage::drawRows(const Colors& colors, QImage& picture, QPoint position) 
         const float* changes = changes_.data() + static_cast<std::size_t>(y) * stride_;
         auto* pixels = reinterpret_cast<Pixel*>(picture.scanLine(y + offset.y())) + offset.x();
         float sum = 0;
-        int covered = 0;
+        Pixel color = colors[0];
         for (int x = 0; x < area_.width(); ++x) {
             // Most pixels are as much covered as their neighbour.
             if (changes[x] != 0) {
                 sum += changes[x];
-                covered = static_cast<int>(std::min(std::abs(sum), 1.0F) * 255 + 0.5F);
+                color = colors[static_cast<std::size_t>(
+                    static_cast<int>(std::min(std::abs(sum), 1.0F) * 255 + 0.5F))];
             }
-            if (covered != 0) {
-                pixels[x] = sourceOver(colors[static_cast<std::size_t>(covered)], pixels[x]);
+            if (color != 0) {
+                pixels[x] = sourceOver(color, pixels[x]);
             }
         }
     }

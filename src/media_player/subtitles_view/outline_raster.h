@@ -62,7 +62,7 @@ class Coverage {
 
   private:
     void addLine(QPointF from, QPointF to);
-    static void addToRow(float* row, double left, double right, double height);
+    void addToRow(int y, double from, double to, double height);
     template <class Pixel, class Colors>
     void drawRows(const Colors& colors, QImage& picture, QPoint position) const;
 

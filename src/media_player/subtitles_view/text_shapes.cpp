@@ -12,6 +12,8 @@ namespace zelvane {
 namespace {
 
 /// Of OpenType's table "OS/2".
+constexpr qsizetype kWeightClassOffset = 4;
+constexpr int kSemiBold = 600;
 constexpr qsizetype kStrikeoutSizeOffset = 26;
 constexpr qsizetype kStrikeoutPositionOffset = 28;
 /// How exactly a pen follows a curve, in pixels.
@@ -20,6 +22,8 @@ constexpr double kPenFlatness = 0.1;
 constexpr std::size_t kMaximumCachedPoints = 250000;
 /// Fonts stay open while they are remembered.
 constexpr std::size_t kMaximumCachedFonts = 32;
+/// The pen that makes letters bold, in ems.
+constexpr double kBoldPenWidth = 1.0 / 24;
 
 bool hasColors(const QRawFont& font) {
     return !font.fontTable("CBDT").isEmpty() || !font.fontTable("sbix").isEmpty();
@@ -60,6 +64,39 @@ Outline strokeOf(const QPainterPath& letter, double penWidth) {
     return Outline(stroker.createStroke(letter));
 }
 
+bool isBold(const StringAttributes& attributes) {
+    return attributes.font && (attributes.font->traits & kBoldFontMask) != 0;
+}
+
+double signedArea(const Outline& outline) {
+    double sum = 0;
+    outline.forEachLine(
+        [&](QPointF from, QPointF to) { sum += from.x() * to.y() - to.x() * from.y(); });
+    return sum / 2;
+}
+
+/// Whether the face, which may complete the one that was asked for, is of letters that are bold.
+/// Variable faces tell one weight and draw another.
+bool isBoldFace(const QRawFont& font) {
+    const QByteArray table = font.fontTable("OS/2");
+    return table.size() < kWeightClassOffset + 2 || !font.fontTable("fvar").isEmpty() ||
+           qFromBigEndian<quint16>(table.constData() + kWeightClassOffset) >= kSemiBold;
+}
+
+/// The letter with all that a pen along its edge covers.
+QPainterPath madeBold(const QPainterPath& letter, double penWidth) {
+    QPainterPathStroker stroker;
+    stroker.setWidth(penWidth);
+    stroker.setJoinStyle(Qt::MiterJoin);
+    stroker.setCurveThreshold(kPenFlatness);
+    QPainterPath result = stroker.createStroke(letter);
+    // Of what runs in opposite directions, one would take away the other.
+    const bool runAlike = signedArea(Outline(letter)) * signedArea(Outline(result)) >= 0;
+    result.addPath(runAlike ? letter : letter.toReversed());
+    result.setFillRule(Qt::WindingFill);
+    return result.simplified();
+}
+
 double penWidth(const StringAttributes& attributes, const TextShapeSizes& sizes) {
     const double size = effectiveFontSize(attributes, sizes.maximumFontSize) * sizes.unit;
     const double width = std::abs(attributes.strokeWidth.value_or(0)) / 100 * size;
@@ -96,8 +133,10 @@ class Shaping {
     void addOutlines(const QGlyphRun& run, const QRawFont& font) {
         const QList<quint32> glyphs = run.glyphIndexes();
         const QList<QPointF> positions = run.positions();
+        const bool isMadeBold = isBold(*shape_.attributes) && !isBoldFace(font);
+        const GlyphOutlineCache::Drawing drawing{sizes_.toPicture.m11(), penWidth_};
         for (qsizetype i = 0; i < glyphs.size(); ++i) {
-            auto outlines = cache_.outlines(font, glyphs[i], sizes_.toPicture.m11(), penWidth_);
+            auto outlines = cache_.outlines({font, glyphs[i], isMadeBold}, drawing);
             const QPointF position = sizes_.toPicture.map(positions[i]);
             shape_.reach |=
                 (outlines->letter.bounds() | outlines->stroke.bounds()).translated(position);
@@ -131,16 +170,20 @@ GlyphOutlineCache& GlyphOutlineCache::shared() {
     return cache;
 }
 
-std::shared_ptr<const GlyphOutlines>
-GlyphOutlineCache::outlines(const QRawFont& font, quint32 glyph, double scale, double penWidth) {
-    const Key key{numberOf(font), glyph, scale, penWidth};
+std::shared_ptr<const GlyphOutlines> GlyphOutlineCache::outlines(const Glyph& glyph,
+                                                                 const Drawing& drawing) {
+    const Key key{numberOf(glyph.font), glyph.index, glyph.isMadeBold, drawing};
     const auto known = outlines_.find(key);
     if (known != outlines_.end()) {
         return known->second;
     }
-    const QPainterPath path = QTransform::fromScale(scale, scale).map(font.pathForGlyph(glyph));
-    auto made = std::make_shared<const GlyphOutlines>(
-        GlyphOutlines{Outline(path), penWidth > 0 ? strokeOf(path, penWidth) : Outline()});
+    QPainterPath path = QTransform::fromScale(drawing.scale, drawing.scale)
+                            .map(glyph.font.pathForGlyph(glyph.index));
+    if (glyph.isMadeBold) {
+        path = madeBold(path, glyph.font.pixelSize() * drawing.scale * kBoldPenWidth);
+    }
+    auto made = std::make_shared<const GlyphOutlines>(GlyphOutlines{
+        Outline(path), drawing.penWidth > 0 ? strokeOf(path, drawing.penWidth) : Outline()});
     pointCount_ += made->letter.pointCount() + made->stroke.pointCount();
     outlines_.emplace(key, made);
     return made;

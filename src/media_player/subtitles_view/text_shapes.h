@@ -31,17 +31,27 @@ class GlyphOutlineCache {
     /// The process's cache.
     static GlyphOutlineCache& shared();
 
-    /// `scale` takes the pixels of the font to those of the picture, in which the pen is
-    /// `penWidth` wide, or 0 where there is none.
-    std::shared_ptr<const GlyphOutlines> outlines(const QRawFont& font, quint32 glyph, double scale,
-                                                  double penWidth);
+    struct Glyph {
+        QRawFont font;
+        quint32 index = 0;
+        /// The font has no bold face, so its letters are made thicker.
+        bool isMadeBold = false;
+    };
+    struct Drawing {
+        /// Takes the pixels of the font to those of the picture.
+        double scale = 1;
+        /// In the pixels of the picture; 0 for no outline.
+        double penWidth = 0;
+        friend auto operator<=>(const Drawing&, const Drawing&) = default;
+    };
+    std::shared_ptr<const GlyphOutlines> outlines(const Glyph& glyph, const Drawing& drawing);
 
   private:
     struct Key {
         int font = 0;
         quint32 glyph = 0;
-        double scale = 0;
-        double penWidth = 0;
+        bool isMadeBold = false;
+        Drawing drawing;
         friend auto operator<=>(const Key&, const Key&) = default;
     };
 

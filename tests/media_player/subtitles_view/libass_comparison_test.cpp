@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+//
+// Real scripts as this player and libass draw them, side by side. Where ZELVANE_COMPARISON_FOLDER
+// names a folder, the pictures are written there, and a table of what was measured is printed.
+
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "media_player/decoders/subtitles/ffmpeg_subtitles_frame_decoder.h"
+#include "media_player/subtitles_view/formatted_text_subtitle_view.h"
+#include "tests/media_player/decoders/demuxed_stream.h"
+#include "tests/media_player/subtitles_view/picture_meter.h"
+#include "tests/support/clips.h"
+
+namespace zelvane {
+namespace {
+
+namespace fs = std::filesystem;
+using test::Ink;
+using test::inkOf;
+
+constexpr QSize kSize(1280, 720);
+/// Neither light as letters nor dark as outlines are.
+const QColor kGround(0, 0, 120);
+/// libass makes what a font calls its ascent and descent together as high as the size says, and not
+/// the em. Of DejaVu Sans, which all these scripts fall back on:
+constexpr double kSizeInLibass = 2048.0 / (1901 + 483);
+/// Of the picture's height.
+constexpr double kTolerance = 0.02;
+constexpr double kToleranceOfOutline = 1.5;
+
+struct Script {
+    const char* name;
+    double time;
+};
+
+/// Of each what both keep: one line or two at the bottom, in the colours of its style.
+constexpr std::array kScripts{
+    Script{"Prass_test_script.ass", 5.0},
+    Script{"Prass_cleanup_script.ass", 8.0},
+    Script{"FontCollector_sample.ass", 2.0},
+    Script{"FontCollector_WrapStyle.ass", 2.0},
+    Script{"FontCollector_Usage_Data_Test.ass", 2.0},
+    Script{"Aegisub_raytracer-test1.ass", 2.0},
+    Script{"Aegisub_furi-test.ass", 42.0},
+    Script{"Aegisub_template-scripting-ideas.ass", 97.0},
+    Script{"ArtPlayer_style-test.ass", 41.0},
+    Script{"libasstests_aegisub-format-tests.ass", 1.0},
+};
+
+/// Where the two differ on purpose; drawn for whoever wants to look.
+constexpr std::array kDifferentScripts{
+    Script{"libasstests_trimming.ass", 2.0},
+    Script{"Aegisub_kara-templater-retime.ass", 10.5},
+    Script{"mantas_ass_different_format2.ass", 138.0},
+    Script{"PyonFX_in.ass", 42.0},
+    Script{"pythonass_test.ass", 2.0},
+    Script{"pysubs2_ttml_example.ass", 6.0},
+    Script{"libasstests_not-ffmpeg.ass", 8.0},
+    Script{"libasstests_bordercollision.ass", 2.0},
+};
+
+double seconds(const CMTime& time) {
+    return static_cast<double>(time.value()) / time.timescale();
+}
+
+std::vector<FormattedTextSubtitle> subtitlesAt(const fs::path& path, double time) {
+    const test::DemuxedStream source(path, AVMEDIA_TYPE_SUBTITLE);
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    std::vector<FormattedTextSubtitle> result;
+    for (const auto& packet : source.packets()) {
+        const auto frame = decoder.dequeueFrame(*packet);
+        if (frame && seconds(frame->startTime) <= time && time < seconds(frame->endTime)) {
+            const auto& lines = std::get<std::vector<FormattedTextSubtitle>>(frame->subtitles);
+            result.insert(result.end(), lines.begin(), lines.end());
+        }
+    }
+    return result;
+}
+
+QImage ourPicture(const fs::path& path, double time) {
+    QImage image(kSize, QImage::Format_RGB32);
+    image.fill(kGround);
+    QPainter painter(&image);
+    for (const FormattedTextSubtitle& subtitle : subtitlesAt(path, time)) {
+        FormattedTextSubtitleView view(subtitle, true);
+        view.setSize(kSize, 1);
+        view.paint(painter);
+    }
+    return image;
+}
+
+QImage pictureOfLibass(const fs::path& path, double time) {
+    const std::string ground =
+        fmt::format("color=0x{:02x}{:02x}{:02x}:s={}x{}:r=10,format=bgr0", kGround.red(),
+                    kGround.green(), kGround.blue(), kSize.width(), kSize.height());
+    const std::string filter =
+        fmt::format("setpts=PTS+{}/TB,subtitles=filename='{}'", time, path.string());
+    const fs::path picture =
+        test::madeClip("libass-" + path.stem().string() + ".png",
+                       {"-f", "lavfi", "-i", ground, "-vf", filter, "-frames:v", "1"});
+    return QImage(QString::fromStdString(picture.string())).convertToFormat(QImage::Format_RGB32);
+}
+
+int difference(QColor a, QColor b) {
+    return std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()),
+                     std::abs(a.blue() - b.blue())});
+}
+
+QColor commonest(const QImage& image, const test::ColorTest& passes) {
+    std::map<QRgb, int> counts;
+    std::pair<QRgb, int> best{0, 0};
+    test::forEachPixel(image, passes, image.rect(), [&](int, int, QRgb pixel) {
+        const int count = ++counts[pixel];
+        best = count > best.second ? std::pair(pixel, count) : best;
+    });
+    return QColor(best.first);
+}
+
+bool isLetter(QColor color) {
+    return std::max(color.red(), color.green()) > 160;
+}
+bool isOutline(QColor color) {
+    return std::max({color.red(), color.green(), color.blue()}) < 60;
+}
+
+struct Measures {
+    Ink letters;
+    QColor letterColor;
+    QColor outlineColor;
+    /// The mean width of the outline on the left and above, where no shadow lies.
+    double outline = 0;
+
+    double middle() const { return (letters.left() + letters.right()) / 2.0; }
+};
+
+Measures measured(const QImage& image) {
+    Measures measures;
+    measures.letters = inkOf(image, isLetter);
+    const Ink all = inkOf(image, [](QColor c) { return difference(c, kGround) > 60; });
+    measures.outline =
+        (measures.letters.left() - all.left() + measures.letters.top() - all.top()) / 2.0;
+    measures.letterColor = commonest(image, isLetter);
+    measures.outlineColor = commonest(image, isOutline);
+    return measures;
+}
+
+std::optional<fs::path> comparisonFolder() {
+    const char* folder = std::getenv("ZELVANE_COMPARISON_FOLDER"); // NOLINT(concurrency-mt-unsafe)
+    return folder == nullptr ? std::nullopt : std::optional<fs::path>(folder);
+}
+
+void keep(const Script& script, const QImage& ours, const QImage& theirs) {
+    const auto folder = comparisonFolder();
+    if (!folder) {
+        return;
+    }
+    fs::create_directories(*folder);
+    const auto save = [&](const QImage& image, const char* who) {
+        image.save(QString::fromStdString(*folder / fmt::format("{}-{}.png", script.name, who)));
+    };
+    save(ours, "ours");
+    save(theirs, "libass");
+    const auto row = [](const Measures& m) {
+        return fmt::format("{}..{} | {} | {} | {} | {}", m.letters.left(), m.letters.right(),
+                           m.letters.bottom(), m.outline, m.letterColor.name().toStdString(),
+                           m.outlineColor.name().toStdString());
+    };
+    fmt::print("| {} at {} s | ours | {} |\n| | libass | {} |\n", script.name, script.time,
+               row(measured(ours)), row(measured(theirs)));
+}
+
+TEST(LibassComparison, scriptsLookAlikeWhereBothKeepWhatTheySay) {
+    ZELVANE_NEEDS_SHARED_MEDIA(media);
+    const double tolerance = kTolerance * kSize.height();
+    for (const Script& script : kScripts) {
+        SCOPED_TRACE(script.name);
+        const fs::path path = media / "ass-scripts" / script.name;
+        const QImage ourImage = ourPicture(path, script.time);
+        const QImage theirImage = pictureOfLibass(path, script.time);
+        keep(script, ourImage, theirImage);
+        const Measures ours = measured(ourImage);
+        const Measures theirs = measured(theirImage);
+        ASSERT_GT(theirs.letters.count, 100);
+        EXPECT_NEAR(ours.middle(), theirs.middle(), tolerance);
+        EXPECT_NEAR(ours.letters.bottom(), theirs.letters.bottom(), tolerance);
+        EXPECT_NEAR(ours.letters.bounds.width() * kSizeInLibass, theirs.letters.bounds.width(),
+                    tolerance);
+        EXPECT_NEAR(ours.outline, theirs.outline, kToleranceOfOutline);
+        EXPECT_LE(difference(ours.letterColor, theirs.letterColor), 6);
+        EXPECT_LE(difference(ours.outlineColor, theirs.outlineColor), 6);
+    }
+}
+
+TEST(LibassComparison, scriptsThatAskForMoreAreDrawnAllTheSame) {
+    ZELVANE_NEEDS_SHARED_MEDIA(media);
+    for (const Script& script : kDifferentScripts) {
+        SCOPED_TRACE(script.name);
+        const fs::path path = media / "ass-scripts" / script.name;
+        const QImage ourImage = ourPicture(path, script.time);
+        if (comparisonFolder()) {
+            keep(script, ourImage, pictureOfLibass(path, script.time));
+        }
+        // At the bottom, whatever place it asks for.
+        const Measures ours = measured(ourImage);
+        EXPECT_GT(ours.letters.count, 100);
+        EXPECT_GT(ours.letters.bottom(), 0.5 * kSize.height());
+    }
+}
+
+} // namespace
+} // namespace zelvane
