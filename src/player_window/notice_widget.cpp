@@ -46,8 +46,8 @@ void NoticeWidget::fitToParent() {
     const QFontMetrics metrics = fontMetrics();
     const int width = metrics.horizontalAdvance(text_) + 2 * kPaddingX;
     const int available = parentWidget()->width() - 2 * kMargin;
-    setGeometry(kMargin, kMargin, std::clamp(width, 0, std::max(available, 0)),
-                metrics.height() + 2 * kPaddingY);
+    setGeometry(kMargin, std::max(kMargin, parentWidget()->height() / 4),
+                std::clamp(width, 0, std::max(available, 0)), metrics.height() + 2 * kPaddingY);
 }
 
 void NoticeWidget::paintEvent(QPaintEvent* /*event*/) {

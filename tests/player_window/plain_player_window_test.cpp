@@ -145,7 +145,7 @@ TEST_F(PlainPlayerWindowTest, aNoticeLiesOverThePictureForAMoment) {
     ASSERT_NE(notice, nullptr);
     EXPECT_TRUE(notice->isVisible());
     EXPECT_TRUE(test::runUntil([&] {
-        return !test::isNear(test::screenshot(*window).pixel(30, 30), test::kRed, 60);
+        return !test::isNear(test::screenshot(*window).pixel(30, 105), test::kRed, 60);
     })) << "dark, over red";
     window->resize(200, 120);
     EXPECT_LE(notice->geometry().right(), 200);
