@@ -167,7 +167,7 @@ class PicturePlayer {
         pictureView_->resize(size);
         pictureView_->show();
         seek(seconds);
-        parts_.displayLayer->service();
+        settle();
         return pictureView_->grab().toImage();
     }
 
@@ -181,18 +181,21 @@ class PicturePlayer {
         player_->seekSynchronouslyTo(targetFromSeconds(seconds), dispatch::mainQueue(),
                                      [&] { isThere = true; });
         runUntil([&] { return isThere; });
-        // The person's text style becomes known about now, and then all is sought once more.
-        loop_->drain();
-        letPassWhatWaits();
     }
-    /// A subtitle that comes and has begun before is shown by a call that it leaves behind.
-    void letPassWhatWaits() {
-        constexpr int kCallsLeftBehind = 2;
-        int passed = 0;
-        for (int i = 0; i < kCallsLeftBehind; ++i) {
-            dispatch::mainQueue()->async([&] { ++passed; });
-            runUntil([&] { return passed > i; });
+    /// Shows all that is due. A subtitle that begins with the picture is read right behind it, and
+    /// the person's text style, which becomes known about now, has all sought once more.
+    void settle() {
+        constexpr int kRounds = 3;
+        for (int i = 0; i < kRounds; ++i) {
+            parts_.displayLayer->service();
+            loop_->drain();
+            letPassWhatWaits();
         }
+    }
+    void letPassWhatWaits() {
+        bool hasPassed = false;
+        dispatch::mainQueue()->async([&] { hasPassed = true; });
+        runUntil([&] { return hasPassed; });
     }
     void runUntil(const std::function<bool()>& done) {
         loop_->runUntil(done, MainLoop::Deadline::max());
