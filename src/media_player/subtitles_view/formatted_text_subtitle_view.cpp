@@ -14,17 +14,17 @@
 namespace zelvane {
 namespace {
 
-/// In pixels of the screen; beyond it lies what images cannot hold.
+/// In pixels of the screen: what images can hold, and twice the largest screens.
 constexpr double kMaximumSide = 16384;
+constexpr double kMaximumArea = 8192.0 * 8192.0;
 /// Letters this many times as high as the picture are no letters any more.
 constexpr double kMaximumFontHeights = 4;
 
 bool canBeDrawn(const QSizeF& size, qreal devicePixelRatio) {
-    const auto isSide = [&](double side) {
-        const double pixels = side * devicePixelRatio;
-        return pixels >= 1 && pixels <= kMaximumSide;
-    };
-    return isSide(size.width()) && isSide(size.height());
+    const QSizeF pixels = size * devicePixelRatio;
+    const auto isSide = [](double side) { return side >= 1 && side <= kMaximumSide; };
+    return isSide(pixels.width()) && isSide(pixels.height()) &&
+           pixels.width() * pixels.height() <= kMaximumArea;
 }
 
 /// On the screen's pixels, so that all edges of a block are equally sharp.

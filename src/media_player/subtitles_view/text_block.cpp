@@ -23,6 +23,8 @@ constexpr qsizetype kMaximumTextLength = 8192;
 constexpr double kLayoutFontSize = 1024;
 /// The widest line that the toolkit's 26.6 numbers hold with room to spare.
 constexpr double kMaximumLineWidth = 4e6;
+/// To open a font takes the better part of a millisecond.
+constexpr std::size_t kMaximumFontCount = 128;
 /// Of the platform whose text system the looks are those of.
 constexpr double kTabInterval = 28;
 /// Further apart, or closer, letters are no words.
@@ -69,14 +71,19 @@ struct Characters {
     }
 };
 
-bool isParagraphBreak(QChar c) {
-    return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c == u'\u0085';
+bool isLineBreak(QChar c) {
+    return c == u'\n' || c == u'\r' || c == QChar::LineSeparator ||
+           c == QChar::ParagraphSeparator || c == u'\u0085';
+}
+
+bool isBlank(QChar c) {
+    return c == u' ' || c == u'\t';
 }
 
 /// What would show as a box, or end a text early.
 void removeControls(QString& text) {
     for (QChar& c : text) {
-        if (c.category() == QChar::Other_Control && c != u'\t' && !isParagraphBreak(c)) {
+        if (c.category() == QChar::Other_Control && c != u'\t' && !isLineBreak(c)) {
             c = kNothing;
         }
     }
@@ -154,12 +161,6 @@ Font fontOf(const StringAttributes& attributes) {
     return attributes.font ? *attributes.font : FontCatalog::shared().helvetica(kDefaultFontSize);
 }
 
-/// Whether both are shaped as one, so that letters join across a change of colour.
-bool areShapedAlike(const Piece& a, const Piece& b) {
-    return a.isEmoji == b.isEmoji && a.attributes->font == b.attributes->font &&
-           a.attributes->kern == b.attributes->kern;
-}
-
 /// Lays out lines of one block.
 class Typesetter {
   public:
@@ -178,7 +179,21 @@ class Typesetter {
     class Paragraph;
 
   private:
-    QFont fontFor(const Piece& piece) const {
+    /// Where there are too many fonts, the last of them serves for the rest.
+    std::size_t fontFor(const Piece& piece) {
+        const FontKey key{fontOf(*piece.attributes), piece.attributes->kern, piece.isEmoji};
+        const auto known = std::find_if(fonts_.begin(), fonts_.end(),
+                                        [&](const auto& font) { return font.first == key; });
+        if (known != fonts_.end()) {
+            return static_cast<std::size_t>(known - fonts_.begin());
+        }
+        if (fonts_.size() < kMaximumFontCount) {
+            fonts_.emplace_back(key, makeFont(piece));
+        }
+        return fonts_.size() - 1;
+    }
+
+    QFont makeFont(const Piece& piece) const {
         const StringAttributes& attributes = *piece.attributes;
         const Font font = fontOf(attributes);
         const double size = effectiveFontSize(attributes, limits_.fontSize);
@@ -199,30 +214,40 @@ class Typesetter {
         return result;
     }
 
-    QList<QTextLayout::FormatRange> formatsOf(const Characters& characters) const {
+    /// Pieces that differ in their colours alone are shaped as one, so that letters join.
+    QList<QTextLayout::FormatRange> formatsOf(const Characters& characters) {
         QList<QTextLayout::FormatRange> formats;
-        const Piece* last = nullptr;
+        std::optional<std::size_t> last;
         for (const Piece& piece : characters.pieces) {
-            if (last != nullptr && areShapedAlike(*last, piece)) {
+            const std::size_t font = fontFor(piece);
+            if (font == last) {
                 formats.back().length += static_cast<int>(piece.length);
                 continue;
             }
-            last = &piece;
+            last = font;
             QTextCharFormat format;
-            format.setFont(fontFor(piece));
+            format.setFont(fonts_[font].second);
             formats.push_back(
                 {static_cast<int>(piece.start), static_cast<int>(piece.length), format});
         }
         return formats;
     }
 
+    struct FontKey {
+        Font font;
+        std::optional<double> kern;
+        bool isEmoji = false;
+        friend bool operator==(const FontKey&, const FontKey&) = default;
+    };
+
     TextBlockLimits limits_;
     double pixelsPerUnit_ = 1;
+    std::vector<std::pair<FontKey, QFont>> fonts_;
 };
 
 class Typesetter::Paragraph {
   public:
-    Paragraph(const Typesetter& typesetter, const Characters& characters, bool isRightToLeft,
+    Paragraph(Typesetter& typesetter, const Characters& characters, bool isRightToLeft,
               QTextOption::WrapMode wrapMode)
         : typesetter_(typesetter), characters_(characters), isRightToLeft_(isRightToLeft),
           layout_(characters.text) {
@@ -290,11 +315,13 @@ class Typesetter::Paragraph {
                      const StringAttributes& attributes, std::vector<TextSegment>& segments) const {
         const QPointF origin(line.naturalTextRect().left(), line.y() + line.ascent());
         const double scale = typesetter_.pixelsPerUnit_;
+        const std::size_t first = segments.size();
         QRectF lastExtent;
         for (QGlyphRun& run : line.glyphRuns(static_cast<int>(start), static_cast<int>(length))) {
             // Faces that complete each other are told with the extent of the whole.
             const QRectF extent = run.boundingRect();
-            if (extent.left() != lastExtent.left() || extent.width() != lastExtent.width()) {
+            if (segments.size() == first || extent.left() != lastExtent.left() ||
+                extent.width() != lastExtent.width()) {
                 segments.push_back({(extent.left() - origin.x()) / scale,
                                     extent.width() / scale,
                                     {},
@@ -331,10 +358,15 @@ class ParagraphReader {
     Characters next() {
         const QString& text = characters_.text;
         qsizetype end = position_;
-        while (end < text.size() && !isParagraphBreak(text.at(end))) {
+        while (end < text.size() && !isLineBreak(text.at(end))) {
             ++end;
         }
-        Characters paragraph = characters_.middle(position_, end - position_);
+        // Blanks at the end would move a centred line to the side.
+        qsizetype last = end;
+        while (last > position_ && isBlank(text.at(last - 1))) {
+            --last;
+        }
+        Characters paragraph = characters_.middle(position_, last - position_);
         if (paragraph.pieces.empty()) {
             paragraph.pieces.push_back({0, 0, attributesAt(end)});
         }
@@ -401,7 +433,6 @@ class BlockBuilder {
         if (rest_.pieces.empty()) {
             return;
         }
-        rest_ = rest_.middle(0, firstHardBreak(rest_.text));
         qsizetype length = lengthThatFits(last.isRightToLeft);
         TextLine line = elidedLine(length, last.isRightToLeft);
         while (line.width > limits_.width && length > 0) {
@@ -432,12 +463,7 @@ class BlockBuilder {
         block_.lines.push_back(std::move(line));
     }
 
-    static qsizetype firstHardBreak(const QString& text) {
-        const qsizetype index = text.indexOf(QChar::LineSeparator);
-        return index < 0 ? text.size() : index;
-    }
-
-    qsizetype lengthThatFits(bool isRightToLeft) const {
+    qsizetype lengthThatFits(bool isRightToLeft) {
         Typesetter::Paragraph paragraph(typesetter_, rest_, isRightToLeft,
                                         QTextOption::WrapAnywhere);
         return paragraph.nextLine(limits_.width) ? paragraph.lineLength() : 0;
@@ -449,7 +475,7 @@ class BlockBuilder {
         return std::max<qsizetype>(0, finder.toPreviousBoundary());
     }
 
-    TextLine elidedLine(qsizetype length, bool isRightToLeft) const {
+    TextLine elidedLine(qsizetype length, bool isRightToLeft) {
         while (length > 0 && rest_.text.at(length - 1).isSpace()) {
             --length;
         }
@@ -487,7 +513,7 @@ class BlockBuilder {
     }
 
     const TextBlockLimits limits_;
-    const Typesetter typesetter_;
+    Typesetter typesetter_;
     TextBlock block_;
     double top_ = 0;
     /// From the last line's start to the end of its paragraph.

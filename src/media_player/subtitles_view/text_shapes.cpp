@@ -24,6 +24,8 @@ constexpr std::size_t kMaximumCachedPoints = 250000;
 constexpr std::size_t kMaximumCachedFonts = 32;
 /// The pen that makes letters bold, in ems.
 constexpr double kBoldPenWidth = 1.0 / 24;
+/// In ems: with half of it beyond the letter on each side, there is nothing more to recognise.
+constexpr double kMaximumPenWidth = 2;
 
 bool hasColors(const QRawFont& font) {
     return !font.fontTable("CBDT").isEmpty() || !font.fontTable("sbix").isEmpty();
@@ -100,14 +102,15 @@ QPainterPath madeBold(const QPainterPath& letter, double penWidth) {
 double penWidth(const StringAttributes& attributes, const TextShapeSizes& sizes) {
     const double size = effectiveFontSize(attributes, sizes.maximumFontSize) * sizes.unit;
     const double width = std::abs(attributes.strokeWidth.value_or(0)) / 100 * size;
-    return width > 0 ? std::min(width, sizes.maximumPenWidth) : 0;
+    return width > 0 ? std::min(width, kMaximumPenWidth * size) : 0;
 }
 
 /// Puts the glyphs of one segment into their places.
 class Shaping {
   public:
-    Shaping(TextShape& shape, const TextShapeSizes& sizes)
-        : shape_(shape), sizes_(sizes), penWidth_(penWidth(*shape.attributes, sizes)) {}
+    Shaping(TextShape& shape, const TextShapeSizes& sizes, InkBudget& budget)
+        : shape_(shape), sizes_(sizes), budget_(budget),
+          penWidth_(penWidth(*shape.attributes, sizes)) {}
 
     void add(const QGlyphRun& run) {
         const QRawFont font = run.rawFont();
@@ -138,9 +141,12 @@ class Shaping {
         for (qsizetype i = 0; i < glyphs.size(); ++i) {
             auto outlines = cache_.outlines({font, glyphs[i], isMadeBold}, drawing);
             const QPointF position = sizes_.toPicture.map(positions[i]);
-            shape_.reach |=
+            const QRectF bounds =
                 (outlines->letter.bounds() | outlines->stroke.bounds()).translated(position);
-            shape_.glyphs.push_back({std::move(outlines), position});
+            if (budget_.spend(bounds)) {
+                shape_.reach |= bounds;
+                shape_.glyphs.push_back({std::move(outlines), position});
+            }
         }
     }
 
@@ -150,14 +156,18 @@ class Shaping {
         font.setPixelSize(font.pixelSize() * sizes_.toPicture.m11());
         for (qsizetype i = 0; i < glyphs.size(); ++i) {
             const QPointF position = sizes_.toPicture.map(positions[i]);
-            shape_.reach |=
+            const QRectF bounds =
                 font.boundingRect(glyphs[i]).translated(position).adjusted(-1, -1, 1, 1);
-            shape_.pictures.push_back({font, glyphs[i], position});
+            if (budget_.spend(bounds)) {
+                shape_.reach |= bounds;
+                shape_.pictures.push_back({font, glyphs[i], position});
+            }
         }
     }
 
     TextShape& shape_;
     const TextShapeSizes& sizes_;
+    InkBudget& budget_;
     GlyphOutlineCache& cache_ = GlyphOutlineCache::shared();
     const double penWidth_;
 };
@@ -203,14 +213,17 @@ int GlyphOutlineCache::numberOf(const QRawFont& font) {
     return static_cast<int>(fonts_.size()) - 1;
 }
 
-TextShape makeTextShape(const TextSegment& segment, const TextShapeSizes& sizes) {
+TextShape makeTextShape(const TextSegment& segment, const TextShapeSizes& sizes,
+                        InkBudget& budget) {
     TextShape shape;
     shape.attributes = segment.attributes;
-    Shaping shaping(shape, sizes);
+    Shaping shaping(shape, sizes, budget);
     for (const QGlyphRun& run : segment.glyphs) {
         shaping.add(run);
     }
     shaping.addLines(segment);
+    // The whole of it is gone through, for every pass.
+    budget.spend(shape.reach);
     return shape;
 }
 

@@ -75,6 +75,25 @@ struct GlyphPicture {
     QPointF position;
 };
 
+/// How many pixels may still be drawn in all, of letters piled upon each other too: a bound for
+/// what is no text that anyone reads.
+class InkBudget {
+  public:
+    InkBudget(const QRectF& picture, double pixels) : picture_(picture), left_(pixels) {}
+
+    /// Whether there was any left before.
+    bool spend(const QRectF& bounds) {
+        const bool isLeft = left_ > 0;
+        const QRectF visible = bounds & picture_;
+        left_ -= visible.width() * visible.height();
+        return isLeft;
+    }
+
+  private:
+    QRectF picture_;
+    double left_;
+};
+
 /// What a piece of a line looks like, in pixels of the picture.
 struct TextShape {
     const StringAttributes* attributes = nullptr;
@@ -94,10 +113,9 @@ struct TextShapeSizes {
     double unit = 1;
     /// That the text was laid out with, in its units.
     double maximumFontSize = 0;
-    /// In pixels of the picture.
-    double maximumPenWidth = 0;
 };
 
-TextShape makeTextShape(const TextSegment& segment, const TextShapeSizes& sizes);
+/// Without the letters for which there is no budget left.
+TextShape makeTextShape(const TextSegment& segment, const TextShapeSizes& sizes, InkBudget& budget);
 
 } // namespace zelvane

@@ -20,6 +20,9 @@ constexpr SRGBColor kDefaultShadowColor{0, 0, 0, 1.0 / 3.0};
 /// A blur this wide leaves nothing to be seen of letters.
 constexpr double kMaximumBlurDeviation = 200;
 
+/// So many times letters may cover all of the picture.
+constexpr double kMaximumCoverings = 32;
+
 SRGBColor foreground(const StringAttributes& attributes) {
     return attributes.foregroundColor.value_or(kBlackColor);
 }
@@ -151,7 +154,8 @@ struct Shadow {
 class Drawing {
   public:
     Drawing(const TextBlock& block, const TextSubtitlePlace& place)
-        : place_(place), picture_(QPoint(), place.pictureSize) {
+        : place_(place), picture_(QPoint(), place.pictureSize),
+          budget_(picture_, kMaximumCoverings * picture_.width() * picture_.height()) {
         for (const TextLine& line : block.lines) {
             addLine(line, block.unitsPerPixel);
         }
@@ -186,12 +190,11 @@ class Drawing {
             QTransform(scale, 0, 0, scale, origin.x(), origin.y() + line.baseline * place_.unit);
         sizes.unit = place_.unit;
         sizes.maximumFontSize = place_.maximumFontSize;
-        sizes.maximumPenWidth = std::hypot(picture_.width(), picture_.height());
         for (const TextSegment& segment : line.segments) {
             addBackground(*segment.attributes,
                           QRectF(origin.x() + segment.left * place_.unit, origin.y(),
                                  segment.width * place_.unit, line.height * place_.unit));
-            shapes_.push_back(makeTextShape(segment, sizes));
+            shapes_.push_back(makeTextShape(segment, sizes, budget_));
         }
     }
 
@@ -290,6 +293,7 @@ class Drawing {
 
     const TextSubtitlePlace& place_;
     const QRect picture_;
+    InkBudget budget_;
     std::vector<Background> backgrounds_;
     std::vector<TextShape> shapes_;
     std::vector<Shadow> shadows_;

@@ -3,10 +3,12 @@
 // Real scripts as this player and libass draw them, side by side. Where ZELVANE_COMPARISON_FOLDER
 // names a folder, the pictures are written there, and a table of what was measured is printed.
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <string>
@@ -34,7 +36,8 @@ constexpr QSize kSize(1280, 720);
 /// Neither light as letters nor dark as outlines are.
 const QColor kGround(0, 0, 120);
 /// libass makes what a font calls its ascent and descent together as high as the size says, and not
-/// the em. Of DejaVu Sans, which all these scripts fall back on:
+/// the em. Of the font that is drawn here:
+constexpr const char* kFamily = "DejaVu Sans";
 constexpr double kSizeInLibass = 2048.0 / (1901 + 483);
 /// Of the picture's height.
 constexpr double kTolerance = 0.02;
@@ -75,6 +78,18 @@ double seconds(const CMTime& time) {
     return static_cast<double>(time.value()) / time.timescale();
 }
 
+/// The same with its letters in the packaged font: which stands for one that is not installed
+/// differs between machines.
+FormattedTextSubtitle inPackagedFont(const FormattedTextSubtitle& subtitle) {
+    AttributedString text = *subtitle.formattedText;
+    text.updateAttributes([](StringAttributes& look) {
+        if (look.font) {
+            look.font->familyName = kFamily;
+        }
+    });
+    return {std::make_shared<const AttributedString>(std::move(text)), subtitle.style};
+}
+
 std::vector<FormattedTextSubtitle> subtitlesAt(const fs::path& path, double time) {
     const test::DemuxedStream source(path, AVMEDIA_TYPE_SUBTITLE);
     FFmpegSubtitlesFrameDecoder decoder(source.stream());
@@ -83,7 +98,7 @@ std::vector<FormattedTextSubtitle> subtitlesAt(const fs::path& path, double time
         const auto frame = decoder.dequeueFrame(*packet);
         if (frame && seconds(frame->startTime) <= time && time < seconds(frame->endTime)) {
             const auto& lines = std::get<std::vector<FormattedTextSubtitle>>(frame->subtitles);
-            result.insert(result.end(), lines.begin(), lines.end());
+            std::transform(lines.begin(), lines.end(), std::back_inserter(result), inPackagedFont);
         }
     }
     return result;
@@ -106,7 +121,8 @@ QImage pictureOfLibass(const fs::path& path, double time) {
         fmt::format("color=0x{:02x}{:02x}{:02x}:s={}x{}:r=10,format=bgr0", kGround.red(),
                     kGround.green(), kGround.blue(), kSize.width(), kSize.height());
     const std::string filter =
-        fmt::format("setpts=PTS+{}/TB,subtitles=filename='{}'", time, path.string());
+        fmt::format("setpts=PTS+{}/TB,subtitles=filename='{}':force_style='FontName={}'", time,
+                    path.string(), kFamily);
     const fs::path picture =
         test::madeClip("libass-" + path.stem().string() + ".png",
                        {"-f", "lavfi", "-i", ground, "-vf", filter, "-frames:v", "1"});

@@ -129,9 +129,11 @@ TEST(TextBlock, linesAreBrokenBetweenWordsElseAnywhere) {
 }
 
 TEST(TextBlock, blanksAtABreakTakeNoRoom) {
-    const TextBlock result = block("HHH HHH", {4.5 * kWidthOfH, 1e5, 1e4, false});
-    ASSERT_EQ(result.lines.size(), 2U);
-    EXPECT_NEAR(result.size.width, 3 * kWidthOfH, 0.1);
+    for (const char* text : {"HHH HHH", "HHH  \nHHH", "HHH\t\nHHH "}) {
+        const TextBlock result = block(text, {4.5 * kWidthOfH, 1e5, 1e4, false});
+        ASSERT_EQ(result.lines.size(), 2U) << text;
+        EXPECT_NEAR(result.size.width, 3 * kWidthOfH, 0.1) << text;
+    }
 }
 
 TEST(TextBlock, textThatIsTooHighEndsInAnEllipsis) {
@@ -178,7 +180,7 @@ TEST(TextBlock, noLengthOfTextTakesLong) {
         const TextBlock result = block(text, {2000, 1000, 1e4, true});
         EXPECT_TRUE(result.isTruncated);
         EXPECT_LE(result.lines.size(), 9U);
-        EXPECT_LT(Clock::now() - begin, std::chrono::seconds(1));
+        EXPECT_LT(Clock::now() - begin, std::chrono::seconds(5));
     }
     // Cut off although there is room.
     EXPECT_TRUE(block(std::string(100000, 'x'), {1e7, 1e7, 1e4, true}).isTruncated);
