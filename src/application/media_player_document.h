@@ -35,12 +35,21 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
     void didLoad(const std::shared_ptr<MediaSource>& source);
     void didMakePlayer(std::shared_ptr<MediaPlayer> player);
     void showWindow();
+    PlainPlayerWindow::Callbacks windowCallbacks();
+    void showPicture() const;
+
+    void cycleSubtitles(SubtitlesPosition position) const;
+    void addSubtitles(const URL& url);
+    void didAddSubtitles(const ExternalSubtitlesTracks& tracks);
+    void didFailToAddSubtitles(const MediaSource::LoadError& error);
 
     ClosedHandler onClosed_;
     std::shared_ptr<MediaSource> mediaSource_;
     PlayerParts parts_;
     std::shared_ptr<MediaPlayer> player_;
     std::unique_ptr<PlainPlayerWindow> window_;
+    /// One file at a time.
+    bool isAddingSubtitles_ = false;
 };
 
 } // namespace zelvane

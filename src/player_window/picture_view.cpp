@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_window/picture_view.h"
 
+#include "player_window/subtitles_widget.h"
+
 namespace zelvane {
 
 PictureView::PictureView(QWidget* parent) : QWidget(parent), video_(makeVideoWidget(this)) {
@@ -12,6 +14,13 @@ void PictureView::addOverlay(QWidget* overlay) {
     overlay->setGeometry(rect());
     overlay->raise();
     overlay->show();
+}
+
+void PictureView::addSubtitles(const std::shared_ptr<SubtitlesView>& primary,
+                               const std::shared_ptr<SubtitlesView>& secondary) {
+    for (const auto& subtitlesView : {secondary, primary}) {
+        addOverlay(std::make_unique<SubtitlesWidget>(subtitlesView).release());
+    }
 }
 
 void PictureView::resizeEvent(QResizeEvent* /*event*/) {

@@ -6,11 +6,14 @@
 #include <utility>
 
 #include <QCloseEvent>
+#include <QDropEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QScreen>
 
+#include "player_window/dropped_subtitles.h"
+#include "player_window/notice_widget.h"
 #include "player_window/picture_view.h"
 
 namespace zelvane {
@@ -32,6 +35,14 @@ QSize windowSizeFor(const std::optional<CGSize>& picture) {
     return {static_cast<int>(size.width), static_cast<int>(size.height)};
 }
 
+template <class... Arguments>
+void call(const std::function<void(Arguments...)>& callback,
+          const std::common_type_t<Arguments>&... arguments) {
+    if (callback) {
+        callback(arguments...);
+    }
+}
+
 } // namespace
 
 CGSize initialWindowSize(const CGSize& picture, const CGSize& available) {
@@ -48,6 +59,7 @@ PlainPlayerWindow::PlainPlayerWindow(const QString& fileName, std::optional<CGSi
     : callbacks_(std::move(callbacks)), fileName_(fileName) {
     setWindowTitle(fileName);
     setMinimumSize(kSmallestSize);
+    setAcceptDrops(true);
     // Owned by this window. NOLINTBEGIN(cppcoreguidelines-owning-memory)
     if (pictureSize) {
         pictureView_ = new PictureView(this);
@@ -59,6 +71,7 @@ PlainPlayerWindow::PlainPlayerWindow(const QString& fileName, std::optional<CGSi
         font.setPointSizeF(font.pointSizeF() * 1.25);
         nameLabel_->setFont(font);
     }
+    notice_ = new NoticeWidget(this);
     // NOLINTEND(cppcoreguidelines-owning-memory)
     setDarkGround();
     resize(windowSizeFor(pictureSize));
@@ -87,6 +100,11 @@ void PlainPlayerWindow::fillWithContent() {
         nameLabel_->setText(
             nameLabel_->fontMetrics().elidedText(fileName_, Qt::ElideMiddle, place.width()));
     }
+    notice_->fitToParent();
+}
+
+void PlainPlayerWindow::showNotice(const QString& text) {
+    notice_->showText(text);
 }
 
 void PlainPlayerWindow::resizeEvent(QResizeEvent* /*event*/) {
@@ -102,24 +120,59 @@ void PlainPlayerWindow::leaveFullScreen() {
 }
 
 void PlainPlayerWindow::keyPressEvent(QKeyEvent* event) {
-    if (event->isAutoRepeat() || event->modifiers() != Qt::NoModifier) {
+    const auto modifiers = event->modifiers();
+    const bool isShiftJ = modifiers == Qt::ShiftModifier && event->key() == Qt::Key_J;
+    if (event->isAutoRepeat() || (modifiers != Qt::NoModifier && !isShiftJ)) {
         event->ignore();
-        return;
+    } else if (isShiftJ) {
+        call(callbacks_.onCycleSubtitles, SubtitlesPosition::secondary);
+    } else if (!pressKey(event->key())) {
+        event->ignore();
     }
-    switch (event->key()) {
+}
+
+bool PlainPlayerWindow::pressKey(int key) {
+    switch (key) {
     case Qt::Key_Space:
-        if (callbacks_.onTogglePlay) {
-            callbacks_.onTogglePlay();
-        }
-        break;
+        call(callbacks_.onTogglePlay);
+        return true;
+    case Qt::Key_J:
+        call(callbacks_.onCycleSubtitles, SubtitlesPosition::primary);
+        return true;
     case Qt::Key_F:
     case Qt::Key_F11:
         toggleFullScreen();
-        break;
+        return true;
     case Qt::Key_Escape:
         leaveFullScreen();
-        break;
+        return true;
     default:
+        return false;
+    }
+}
+
+std::optional<URL> PlainPlayerWindow::acceptableSubtitles(const QDropEvent& event) const {
+    const bool canAdd = callbacks_.canAddSubtitles && callbacks_.canAddSubtitles();
+    return canAdd && event.possibleActions().testFlag(Qt::CopyAction)
+               ? droppedSubtitles(*event.mimeData())
+               : std::nullopt;
+}
+
+void PlainPlayerWindow::dragEnterEvent(QDragEnterEvent* event) {
+    if (acceptableSubtitles(*event)) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    } else {
+        event->ignore();
+    }
+}
+
+void PlainPlayerWindow::dropEvent(QDropEvent* event) {
+    if (const auto url = acceptableSubtitles(*event)) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+        call(callbacks_.onAddSubtitles, *url);
+    } else {
         event->ignore();
     }
 }

@@ -1,17 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <fstream>
 #include <thread>
 
 #include <QDir>
+#include <QDropEvent>
 #include <QFile>
 #include <QGuiApplication>
 #include <QImage>
+#include <QKeyEvent>
+#include <QMessageBox>
+#include <QMimeData>
 #include <QPixmap>
 #include <QProcess>
 #include <QScreen>
+#include <QUrl>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "application/media_player_document.h"
 #include "application/qt_main_queue.h"
 #include "application/settings_file_watcher.h"
 #include "application/settings_store.h"
@@ -176,6 +183,138 @@ TEST(PlayerProgram, aFileThatIsNoFilmIsToldInAnAlert) {
         return light > 100;
     }));
     EXPECT_TRUE(player.isRunning()) << "it waits for the person";
+}
+
+/// A document in this program, and what its window shows.
+class DocumentTest : public testing::Test {
+  protected:
+    DocumentTest() { dispatch::setMainQueue(std::make_shared<QtMainQueue>()); }
+    ~DocumentTest() override {
+        document_ = nullptr;
+        test::runUntil([] { return dispatch::waitForQuiescence(std::chrono::milliseconds(5)); });
+        dispatch::setMainQueue(nullptr);
+    }
+
+    /// A film of one colour with two subtitles all along, of languages that nobody is expected to
+    /// prefer, 640 by 360.
+    void openFilm() {
+        const auto side = [&](const std::string& name) {
+            const auto path = folder_.path() / name;
+            std::ofstream(path) << "1\n00:00:00,000 --> 00:01:00,000\nWhat is said\n";
+            return path.string();
+        };
+        const auto film =
+            test::madeClip("subtitles-in-latin.mkv", {"-f",
+                                                      "lavfi",
+                                                      "-i",
+                                                      "color=0xd98e4a:s=640x360:r=25:d=60",
+                                                      "-i",
+                                                      side("a.srt"),
+                                                      "-i",
+                                                      side("b.srt"),
+                                                      "-map",
+                                                      "0",
+                                                      "-map",
+                                                      "1",
+                                                      "-map",
+                                                      "2",
+                                                      "-c:v",
+                                                      "mpeg4",
+                                                      "-c:s",
+                                                      "srt",
+                                                      "-metadata:s:s:0",
+                                                      "language=epo",
+                                                      "-metadata:s:s:1",
+                                                      "language=lat"});
+        document_ = MediaPlayerDocument::open(URL::fromPath(film), [](bool) {});
+        ASSERT_TRUE(test::runUntil([&] { return window() != nullptr; }));
+        EXPECT_TRUE(isWritten("--")) << "nobody asked for subtitles";
+    }
+
+    static PlainPlayerWindow* window() {
+        for (auto* widget : QApplication::topLevelWidgets()) {
+            if (auto* found = dynamic_cast<PlainPlayerWindow*>(widget)) {
+                return found;
+            }
+        }
+        return nullptr;
+    }
+    static void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QKeyEvent event(QEvent::KeyPress, key, modifiers);
+        QCoreApplication::sendEvent(window(), &event);
+    }
+    static void drop(const std::filesystem::path& path) {
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(QString::fromStdString(path.string()))});
+        QDragEnterEvent enter(QPoint(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window(), &enter);
+        QDropEvent event(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window(), &event);
+    }
+
+    /// Waits until the middle of the window has white letters at the top ("T-"), at the bottom
+    /// ("-B"), at both or nowhere. Notices lie at the left.
+    static bool isWritten(const std::string& expected) {
+        return test::runUntil([&] {
+            const QImage image = test::screenshot(*window());
+            const auto hasLetters = [&](int fromY, int toY) {
+                for (int y = fromY; y < toY; ++y) {
+                    for (int x = 320; x < 420; ++x) {
+                        if (qGray(image.pixel(x, y)) > 240) {
+                            return true;
+                        }
+                    }
+                }
+                return false;
+            };
+            const std::string written =
+                std::string(hasLetters(0, 90) ? "T" : "-") + (hasLetters(270, 360) ? "B" : "-");
+            return written == expected && test::isNear(image.pixel(600, 180), 0xffd98e4a, 4);
+        });
+    }
+
+    const test::TemporaryFolder folder_;
+    std::shared_ptr<MediaPlayerDocument> document_;
+};
+
+TEST_F(DocumentTest, keysGoThroughTheSubtitlesOfBothPositions) {
+    openFilm();
+    press(Qt::Key_J);
+    EXPECT_TRUE(isWritten("-B"));
+    press(Qt::Key_J, Qt::ShiftModifier);
+    EXPECT_TRUE(isWritten("TB")) << "the other language";
+    press(Qt::Key_J);
+    EXPECT_TRUE(isWritten("T-"));
+    press(Qt::Key_J, Qt::ShiftModifier);
+    EXPECT_TRUE(isWritten("--"));
+}
+
+TEST_F(DocumentTest, aFileThatIsDroppedIsShownWhereThereIsRoom) {
+    openFilm();
+    const auto side = folder_.path() / "dropped.srt";
+    std::ofstream(side) << "1\n00:00:00,000 --> 00:01:00,000\nWhat was dropped\n";
+    press(Qt::Key_J);
+    EXPECT_TRUE(isWritten("-B"));
+    drop(side);
+    EXPECT_TRUE(isWritten("TB"));
+    press(Qt::Key_J, Qt::ShiftModifier);
+    EXPECT_TRUE(isWritten("-B")) << "it was the last of the tracks";
+}
+
+TEST_F(DocumentTest, aFileThatIsNoSubtitlesIsToldInAnAlertAndTheNextOneIsTaken) {
+    openFilm();
+    const auto side = folder_.path() / "empty.ass";
+    std::ofstream(side) << "no script";
+    drop(side);
+    const auto alert = [] { return window()->findChild<QMessageBox*>(); };
+    ASSERT_TRUE(test::runUntil([&] { return alert() != nullptr; }));
+    EXPECT_EQ(alert()->text(), "Unable to open the file.");
+    alert()->close();
+    ASSERT_TRUE(test::runUntil([&] { return alert() == nullptr; }));
+    const auto good = folder_.path() / "good.srt";
+    std::ofstream(good) << "1\n00:00:00,000 --> 00:01:00,000\nWhat was dropped\n";
+    drop(good);
+    EXPECT_TRUE(isWritten("-B"));
 }
 
 } // namespace

@@ -3,11 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <QDir>
+#include <QDropEvent>
+#include <QFile>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QMimeData>
+#include <QUrl>
 
+#include "player_window/notice_widget.h"
 #include "player_window/picture_view.h"
 #include "tests/player_window/window_test_support.h"
+#include "tests/support/clips.h"
 
 namespace zelvane {
 namespace {
@@ -15,18 +22,41 @@ namespace {
 class PlainPlayerWindowTest : public testing::Test {
   protected:
     std::unique_ptr<PlainPlayerWindow> makeWindow(std::optional<CGSize> picture) {
-        return std::make_unique<PlainPlayerWindow>(
-            "film.mkv", picture,
-            PlainPlayerWindow::Callbacks{[this] { ++toggleCount_; }, [this] { ++closeCount_; }});
+        PlainPlayerWindow::Callbacks callbacks;
+        callbacks.onTogglePlay = [this] { ++toggleCount_; };
+        callbacks.onClose = [this] { ++closeCount_; };
+        callbacks.onCycleSubtitles = [this](SubtitlesPosition position) {
+            cycled_.push_back(position);
+        };
+        callbacks.canAddSubtitles = [this] { return canAdd_; };
+        callbacks.onAddSubtitles = [this](const URL& url) { added_.push_back(url); };
+        return std::make_unique<PlainPlayerWindow>("film.mkv", picture, std::move(callbacks));
     }
 
-    static void press(QWidget& window, Qt::Key key, bool isRepeated = false) {
-        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier, {}, isRepeated);
+    static void press(QWidget& window, Qt::Key key, bool isRepeated = false,
+                      Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QKeyEvent event(QEvent::KeyPress, key, modifiers, {}, isRepeated);
+        QCoreApplication::sendEvent(&window, &event);
+    }
+
+    /// Whether the window takes what is dragged over it, as a copy.
+    static bool dragOver(QWidget& window, const QMimeData& data,
+                         Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction) {
+        QDragEnterEvent event(QPoint(5, 5), actions, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&window, &event);
+        return event.isAccepted() && event.dropAction() == Qt::CopyAction;
+    }
+    static void drop(QWidget& window, const QMimeData& data) {
+        dragOver(window, data);
+        QDropEvent event(QPointF(5, 5), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QCoreApplication::sendEvent(&window, &event);
     }
 
     int toggleCount_ = 0;
     int closeCount_ = 0;
+    std::vector<SubtitlesPosition> cycled_;
+    bool canAdd_ = true;
+    std::vector<URL> added_;
 };
 
 TEST_F(PlainPlayerWindowTest, itStartsAtThePicturesOwnSizeWithinTheScreen) {
@@ -41,6 +71,85 @@ TEST_F(PlainPlayerWindowTest, spaceTogglesPlayOncePerPress) {
     press(*window, Qt::Key_Space);
     press(*window, Qt::Key_Space, true);
     EXPECT_EQ(toggleCount_, 1);
+}
+
+TEST_F(PlainPlayerWindowTest, jGoesThroughTheSubtitlesAtTheBottomAndShiftJAtTheTop) {
+    const auto window = makeWindow(CGSize{640, 360});
+    press(*window, Qt::Key_J);
+    press(*window, Qt::Key_J, false, Qt::ShiftModifier);
+    press(*window, Qt::Key_J, true);
+    press(*window, Qt::Key_J, false, Qt::ControlModifier);
+    press(*window, Qt::Key_J, false, Qt::ShiftModifier | Qt::ControlModifier);
+    press(*window, Qt::Key_Space, false, Qt::ShiftModifier);
+    EXPECT_EQ(cycled_, (std::vector{SubtitlesPosition::primary, SubtitlesPosition::secondary}));
+    EXPECT_EQ(toggleCount_, 0);
+}
+
+TEST_F(PlainPlayerWindowTest, aFileOfSubtitlesMayBeDroppedAndNothingElse) {
+    const test::TemporaryFolder folder;
+    ASSERT_TRUE(QDir(QString::fromStdString(folder.path().string())).mkdir("folder.srt"));
+    const auto file = [&](const char* name) {
+        return QUrl::fromLocalFile(QString::fromStdString((folder.path() / name).string()));
+    };
+    const struct {
+        QList<QUrl> urls;
+        bool isTaken;
+    } cases[] = {
+        {{file("a film.srt")}, true},
+        {{file("film.de.ass")}, true},
+        {{file("film.srt"), file("film.mkv")}, true},
+        {{file("film.SRT")}, false},
+        {{file("film.mkv")}, false},
+        {{file("srt")}, false},
+        {{file(".srt")}, false},
+        {{file("folder.srt")}, false},
+        {{QUrl("http://host/film.srt")}, false},
+        {{}, false},
+    };
+    for (const auto& [urls, isTaken] : cases) {
+        const auto window = makeWindow(CGSize{640, 360});
+        added_.clear();
+        QMimeData data;
+        data.setUrls(urls);
+        EXPECT_EQ(dragOver(*window, data), isTaken) << urls.value(0).toString().toStdString();
+        drop(*window, data);
+        EXPECT_EQ(added_.size(), isTaken ? 1U : 0U);
+    }
+    QMimeData data;
+    data.setUrls({file("a film.srt")});
+    const auto window = makeWindow(std::nullopt);
+    drop(*window, data);
+    ASSERT_EQ(added_.size(), 1U) << "sound alone takes it too";
+    EXPECT_EQ(added_.front().path(), (folder.path() / "a film.srt").string());
+}
+
+TEST_F(PlainPlayerWindowTest, aDropIsRefusedWhileAFileIsBeingAddedOrThatAllowsNoCopy) {
+    const auto window = makeWindow(CGSize{640, 360});
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile("/film.srt")});
+    EXPECT_FALSE(dragOver(*window, data, Qt::MoveAction));
+    EXPECT_TRUE(dragOver(*window, data));
+    canAdd_ = false;
+    EXPECT_FALSE(dragOver(*window, data));
+    drop(*window, data);
+    EXPECT_TRUE(added_.empty());
+}
+
+TEST_F(PlainPlayerWindowTest, aNoticeLiesOverThePictureForAMoment) {
+    const auto window = makeWindow(CGSize{640, 360});
+    ASSERT_TRUE(test::showAndWait(*window));
+    ASSERT_TRUE(
+        test::presentAndWait(*window->presenter(), test::frameOf(test::fourFields(64, 36))));
+    window->showNotice("Subtitles (bottom): English");
+    auto* notice = test::childOf<NoticeWidget>(*window);
+    ASSERT_NE(notice, nullptr);
+    EXPECT_TRUE(notice->isVisible());
+    EXPECT_TRUE(test::runUntil([&] {
+        return !test::isNear(test::screenshot(*window).pixel(30, 105), test::kRed, 60);
+    })) << "dark, over red";
+    window->resize(200, 120);
+    EXPECT_LE(notice->geometry().right(), 200);
+    EXPECT_TRUE(test::runUntil([&] { return !notice->isVisible(); }));
 }
 
 TEST_F(PlainPlayerWindowTest, fTogglesFullScreenAndEscOnlyLeavesIt) {

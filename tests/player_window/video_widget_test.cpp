@@ -9,6 +9,7 @@
 #include <QPainter>
 
 #include "player_window/picture_view.h"
+#include "tests/player_window/shown_subtitles.h"
 #include "tests/player_window/window_test_support.h"
 
 namespace zelvane {
@@ -130,9 +131,17 @@ TEST_P(VideoWidgetTest, translucentWidgetsOverThePictureMixWithIt) {
                  {kHalfGreen | 0x80, test::kRed, 0xff7f7f80, test::kBlue});
 }
 
-TEST_P(VideoWidgetTest, thePictureGoesToAnotherWindowAndBack) {
+TEST_P(VideoWidgetTest, thePictureAndItsSubtitlesGoToAnotherWindowAndBack) {
+    test::ShownSubtitles subtitles;
+    subtitles.addTo(*view_);
+    subtitles.setVideoSize(64, 36);
     ASSERT_TRUE(showAndWait(*window_));
     ASSERT_TRUE(presentAndWait(*view_->presenter(), frameOf(fourFields(64, 36))));
+    subtitles.show(subtitles.primary());
+    subtitles.show(subtitles.secondary());
+    const std::array<QRgb, 4> veiled{test::kRed, test::kGreen, test::kBlue, 0xff3f3fbf};
+    ASSERT_TRUE(
+        test::runUntil([&] { return isNear(screenshot(*window_).pixel(300, 200), veiled[3]); }));
     const QImage before = screenshot(*window_);
 
     QWidget other;
@@ -141,15 +150,20 @@ TEST_P(VideoWidgetTest, thePictureGoesToAnotherWindowAndBack) {
     view_->show();
     ASSERT_TRUE(showAndWait(other));
     EXPECT_TRUE(test::runUntil([&] { return screenshot(other) == before; }));
+    EXPECT_EQ(subtitles.counts().layouts, 2) << "the same size: nothing is laid out again";
+    subtitles.remove(subtitles.secondary());
     ASSERT_TRUE(
         presentAndWait(*view_->presenter(), frameOf(fourFields(64, 36), {-1, 0, 0, 1, 64, 0})));
     expectFields(screenshot(other), {0, 30, 320, 180},
                  {test::kGreen, test::kRed, test::kYellow, test::kBlue});
+    subtitles.show(subtitles.secondary());
     ASSERT_TRUE(presentAndWait(*view_->presenter(), frameOf(fourFields(64, 36))));
 
     view_->setParent(window_.get());
     view_->show();
     EXPECT_TRUE(test::runUntil([&] { return screenshot(*window_) == before; }));
+    expectFields(screenshot(*window_), {0, 30, 320, 180}, veiled);
+    window_.reset();
 }
 
 TEST_P(VideoWidgetTest, aPresenterOutlivesItsWidgetInSilence) {

@@ -36,6 +36,18 @@ inline bool showAndWait(QWidget& window) {
         [&] { return window.windowHandle() != nullptr && window.windowHandle()->isExposed(); });
 }
 
+/// The frontmost child of that class; null when there is none. QObject::findChild takes classes
+/// without a meta-object for their base.
+template <class Child>
+Child* childOf(const QWidget& parent) {
+    Child* found = nullptr;
+    for (auto* child : parent.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        auto* cast = dynamic_cast<Child*>(child);
+        found = cast != nullptr ? cast : found;
+    }
+    return found;
+}
+
 /// What the screen itself shows where the widget is.
 inline QImage screenshot(const QWidget& widget) {
     const QPoint corner = widget.mapToGlobal(QPoint(0, 0));

@@ -2,6 +2,7 @@
 //
 // Runs the terminal tool as people do, and holds its output against ffprobe's and ffmpeg's.
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
@@ -10,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
@@ -269,6 +271,81 @@ TEST(Inspect, decodeCountsWhatFFmpegCounts) {
     EXPECT_EQ(decoded.json()["videoFrames"], 50);
     // English comes first here: 48 kHz for two seconds.
     EXPECT_EQ(decoded.json()["audioFrames"], 96000);
+}
+
+/// A grey film whose two tracks of subtitles speak from 1 s to 2 s.
+std::filesystem::path filmWithTwoSubtitles(const std::filesystem::path& folder) {
+    const auto side = folder / "side.srt";
+    std::ofstream(side) << "1\n00:00:01,000 --> 00:00:02,000\nWhat is said\n";
+    auto film = folder / "film.mkv";
+    run("ffmpeg -v error -f lavfi -i color=0x404040:s=64x36:r=25:d=3 -i '" + side.string() +
+        "' -map 0 -map 1 -map 1 -c:v ffv1 -c:s srt '" + film.string() + "'");
+    return film;
+}
+
+/// Which of the picture's thirds, from top to bottom, have white letters.
+std::string whereItIsWritten(const std::filesystem::path& picture) {
+    const auto pixels =
+        run("ffmpeg -v error -i '" + picture.string() + "' -f rawvideo -pix_fmt gray -").text;
+    std::string written;
+    for (std::size_t third = 0; third < 3; ++third) {
+        const std::string part = pixels.substr(third * pixels.size() / 3, pixels.size() / 3);
+        const bool hasLetters = std::any_of(part.begin(), part.end(), [](char value) {
+            return static_cast<unsigned char>(value) > 200;
+        });
+        written += hasLetters ? "T" : "-";
+    }
+    return written;
+}
+
+TEST(Inspect, pictureShowsWhatTheWindowWould) {
+    const test::TemporaryFolder folder;
+    const auto film = filmWithTwoSubtitles(folder.path());
+    const auto out = folder.path() / "out.png";
+    const std::string side = " --external '" + (folder.path() / "side.srt").string() + "'";
+    const struct {
+        std::string options;
+        std::string written;
+    } cases[] = {
+        {"--at 1.5 --size 640x360", "640x360:---"},
+        {"--at 1.5 --size 640x360 --primary 1", "640x360:--T"},
+        {"--at 1.5 --size 640x360 --primary 1 --secondary 2", "640x360:T-T"},
+        {"--at 0.5 --size 640x360 --primary 1 --secondary 2", "640x360:---"},
+        {"--at 2.5 --size 640x360 --primary 1 --secondary 2", "640x360:---"},
+        {"--at 1.5 --size 320x200 --secondary 3" + side, "320x200:T--"},
+        // As two thirds of a tall window, of which the picture is the middle one.
+        {"--at 1.5 --size 320x540 --primary 2", "320x540:-T-"},
+    };
+    for (const auto& [options, written] : cases) {
+        const auto answer = inspect("picture", film, options + " -o '" + out.string() + "'");
+        ASSERT_EQ(answer.status, 0) << options;
+        const Json json = answer.json();
+        SCOPED_TRACE(json.dump());
+        EXPECT_EQ(fmt::format("{}x{}:", json["width"].get<int>(), json["height"].get<int>()) +
+                      whereItIsWritten(out),
+                  written)
+            << options;
+    }
+    const auto pixel = run("ffmpeg -v error -i '" + out.string() +
+                           "' -vf crop=1:1:160:190 -f rawvideo -pix_fmt rgb24 - | od -An -tx1");
+    EXPECT_EQ(pixel.text, " 40 40 40\n");
+}
+
+TEST(Inspect, pictureTellsWhatItCannotDo) {
+    const test::TemporaryFolder folder;
+    const auto film = filmWithTwoSubtitles(folder.path());
+    const std::string out = " -o '" + (folder.path() / "out.png").string() + "'";
+    for (const std::string& options :
+         {std::string("--at 1 --size 640x360"), "--size 640x360" + out, "--at 1" + out,
+          "--at 1 --size 640" + out, "--at 1 --size 0x360" + out, "--at 1 --size 640x360y" + out,
+          "--at 1 --size 640x360 --primary 0" + out, "--at 1 --size 640x360 --primary 3" + out,
+          std::string("--at 1 --size 640x360 -o /no/such/folder/out.png")}) {
+        EXPECT_EQ(inspect("picture", film, options).status, 2) << options;
+    }
+    EXPECT_EQ(
+        inspect("picture", film, "--at 1 --size 640x360 --external /no/such/file.srt" + out).status,
+        1);
+    EXPECT_FALSE(std::filesystem::exists(folder.path() / "out.png"));
 }
 
 TEST(Inspect, whatMakesNoSenseIsRefused) {

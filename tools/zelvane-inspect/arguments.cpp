@@ -34,18 +34,19 @@ Arguments::Arguments(int argc, char** argv) {
     command_ = words[0];
     file_ = words[1];
     for (std::size_t i = 2; i < words.size(); i += 2) {
-        if (words[i].rfind("--", 0) != 0) {
-            throw UsageError("not an option: " + words[i]);
+        const std::string word = words[i] == "-o" ? "--out" : words[i];
+        if (word.rfind("--", 0) != 0) {
+            throw UsageError("not an option: " + word);
         }
-        if (isFlag(words[i])) {
-            options_.emplace_back(words[i].substr(2), "");
+        if (isFlag(word)) {
+            options_.emplace_back(word.substr(2), "");
             --i;
             continue;
         }
         if (i + 1 == words.size()) {
-            throw UsageError("no value for " + words[i]);
+            throw UsageError("no value for " + word);
         }
-        options_.emplace_back(words[i].substr(2), words[i + 1]);
+        options_.emplace_back(word.substr(2), words[i + 1]);
     }
 }
 
@@ -64,12 +65,20 @@ std::optional<double> Arguments::number(const std::string& option) const {
     return value ? std::optional(numberFromText(option, *value)) : std::nullopt;
 }
 
-std::vector<double> Arguments::numbers(const std::string& option) const {
-    std::vector<double> numbers;
+std::vector<std::string> Arguments::texts(const std::string& option) const {
+    std::vector<std::string> texts;
     for (const auto& [name, value] : options_) {
         if (name == option) {
-            numbers.push_back(numberFromText(option, value));
+            texts.push_back(value);
         }
+    }
+    return texts;
+}
+
+std::vector<double> Arguments::numbers(const std::string& option) const {
+    std::vector<double> numbers;
+    for (const auto& value : texts(option)) {
+        numbers.push_back(numberFromText(option, value));
     }
     return numbers;
 }

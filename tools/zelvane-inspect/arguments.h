@@ -15,7 +15,7 @@ class UsageError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// A command line: COMMAND FILE [--option VALUE]... Few options have no value.
+/// A command line: COMMAND FILE [--option VALUE]... Few options have no value; -o is --out.
 class Arguments {
   public:
     /// Throws UsageError for a missing file, a word that is no option, or an option without value.
@@ -29,7 +29,8 @@ class Arguments {
     std::optional<std::string> text(const std::string& option) const;
     /// Throws UsageError when the value is no number.
     std::optional<double> number(const std::string& option) const;
-    /// Of an option that may be given several times, in order.
+    // Of an option that may be given several times, in order.
+    std::vector<std::string> texts(const std::string& option) const;
     std::vector<double> numbers(const std::string& option) const;
     /// Throws UsageError for an option that is not among `known`.
     void allow(const std::vector<std::string>& known) const;

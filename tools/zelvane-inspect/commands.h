@@ -26,5 +26,8 @@ int runPlay(const Arguments& arguments);
 /// Seeks in a paused player, from target to target: a line for what each brought and how long it
 /// took.
 int runSeek(const Arguments& arguments);
+/// Writes what the window's picture would show, as a PNG, and tells of it: {"picture", "width",
+/// "height", "subtitles": {"primary", "secondary"}}, the last two being how many are on display.
+int runPicture(const Arguments& arguments);
 
 } // namespace zelvane::inspect

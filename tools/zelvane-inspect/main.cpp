@@ -29,16 +29,21 @@ constexpr const char* kUsage =
     "  decode FILE\n"
     "  play FILE [--audio null|pulse] [--video null|window] [--rate R] [--for S]\n"
     "  seek FILE --to S [--to S]...\n"
-    "A track is named by its stream index; times are seconds from the media's start.\n";
+    "  picture FILE --at S --size WxH [--primary N] [--secondary N] [--external SIDE]... -o "
+    "OUT.png\n"
+    "A track is named by its stream index; times are seconds from the media's start. picture "
+    "shows\n"
+    "subtitles only where tracks are named: one at the bottom, one at the top. The tracks of side\n"
+    "files count on from the file's last, in the order in which they are given.\n";
 
 constexpr int kFailed = 1;
 constexpr int kMisused = 2;
 
 int run(int argc, char** argv) {
     const std::map<std::string, std::function<int(const Arguments&)>> commands{
-        {"load", runLoad},           {"frames", runFrames}, {"audio", runAudio},
-        {"decode", runDecode},       {"play", runPlay},     {"seek", runSeek},
-        {"subtitles", runSubtitles},
+        {"load", runLoad},           {"frames", runFrames},   {"audio", runAudio},
+        {"decode", runDecode},       {"play", runPlay},       {"seek", runSeek},
+        {"subtitles", runSubtitles}, {"picture", runPicture},
     };
     try {
         const Arguments arguments(argc, argv);

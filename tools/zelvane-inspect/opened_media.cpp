@@ -29,6 +29,11 @@ std::shared_ptr<MediaSource> openMedia(const std::string& file) {
     return MediaSource::open(isURL ? URL::parse(file) : URL::fromPath(file), std::nullopt, true);
 }
 
+CMTime targetFromSeconds(double seconds) {
+    constexpr std::int32_t kMicroseconds = 1'000'000;
+    return CMTime::fromSeconds(seconds, kMicroseconds) + CMTime(1, kMicroseconds);
+}
+
 std::shared_ptr<VideoTrack> chosenVideoTrack(const MediaSource& source,
                                              const Arguments& arguments) {
     if (const auto index = arguments.number("track")) {

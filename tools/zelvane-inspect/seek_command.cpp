@@ -17,13 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Times are written down with six places, and then the start of a frame may lie before the frame
-/// by half of the last: a target means the frame that begins no more than this after it.
-CMTime targetFromSeconds(double seconds) {
-    constexpr std::int32_t kMicroseconds = 1'000'000;
-    return CMTime::fromSeconds(seconds, kMicroseconds) + CMTime(1, kMicroseconds);
-}
-
 /// A paused player whose renderers are watched.
 class SeekingPlayer {
   public:

@@ -215,6 +215,10 @@ class FakeSynchronizer final : public RenderSynchronizer {
     void crossWhileAdding(const CMTime& time) { crossesWhileAdding_ = time; }
     int removals() const { return removals_; }
     std::size_t rendererCount() const { return renderers_.size(); }
+    std::size_t observerCount() const {
+        const std::lock_guard lock(mutex_);
+        return observers_.size();
+    }
 
   private:
     struct Observer {
