@@ -178,8 +178,7 @@ struct Shadow {
 class Drawing {
   public:
     Drawing(const TextBlock& block, const TextSubtitlePlace& place)
-        : place_(place), picture_(QPoint(), place.pictureSize),
-          budget_(picture_, kMaximumCoverings * picture_.width() * picture_.height()) {
+        : place_(place), picture_(QPoint(), place.pictureSize), budget_(fullBudget()) {
         for (const TextLine& line : block.lines) {
             addLine(line, block.unitsPerPixel);
         }
@@ -193,8 +192,11 @@ class Drawing {
         }
         TextSubtitleRaster canvas = clearCanvas(reach, QImage::Format_ARGB32_Premultiplied);
         drawGround(canvas);
+        InkBudget budget = fullBudget();
         for (const Shadow& shadow : shadows_) {
-            drawShadow(shadow, canvas);
+            if (budget.spend(shadow.reach())) {
+                drawShadow(shadow, canvas);
+            }
         }
         for (const TextShape& shape : shapes_) {
             ShapePen(shape, {}, canvas).drawStroke();
@@ -206,6 +208,10 @@ class Drawing {
     }
 
   private:
+    InkBudget fullBudget() const {
+        return {picture_, kMaximumCoverings * picture_.width() * picture_.height()};
+    }
+
     void addLine(const TextLine& line, double unitsPerPixel) {
         const QPointF origin = place_.origin + place_.unit * QPointF(line.left, line.top);
         const double scale = place_.unit * unitsPerPixel;

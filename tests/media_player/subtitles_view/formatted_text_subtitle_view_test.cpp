@@ -580,7 +580,7 @@ TEST(FormattedTextSubtitleView, noTextIsTooStrange) {
          [](auto& text, auto look) {
              look.font = look.font->ofSize(5);
              for (int i = 0; i < kRuns; ++i) {
-                 look.shadow = TextShadow{{0.01 * i, 1}, 4, kBlue};
+                 look.shadow = TextShadow{{0.01 * i, 1}, 500, kBlue};
                  text.append("m ", look);
              }
          }},
