@@ -2,6 +2,7 @@
 #include "media_player/subtitles_view/glyph_cache.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include <QGlyphRun>
 #include <QPainter>
@@ -24,6 +25,8 @@ constexpr int kSemiBold = 600;
 constexpr double kPenFlatness = 0.1;
 /// The pen that makes letters bold, in ems.
 constexpr double kBoldPenWidth = 1.0 / 24;
+/// In ems. The edges that wider pens draw cross each other, and none of them bounds anything.
+constexpr double kWidestPenOfBody = 1.0 / 8;
 /// Fonts have pictures of about half this size, in pixels to the em.
 constexpr double kMaximumPictureSize = 256;
 
@@ -69,6 +72,61 @@ QPainterPath madeBold(const QPainterPath& letter, double penWidth) {
     return result.simplified();
 }
 
+/// A closed piece of a path.
+struct Contour {
+    QPainterPath path;
+    double area = 0;
+};
+
+std::vector<Contour> contoursOf(const QPainterPath& path) {
+    std::vector<Contour> contours;
+    for (int i = 0; i < path.elementCount(); ++i) {
+        const QPainterPath::Element element = path.elementAt(i);
+        if (element.isMoveTo()) {
+            contours.emplace_back().path.moveTo(element);
+        } else if (element.isCurveTo() && i + 2 < path.elementCount()) {
+            contours.back().path.cubicTo(element, path.elementAt(i + 1), path.elementAt(i + 2));
+            i += 2;
+        } else {
+            contours.back().path.lineTo(element);
+        }
+    }
+    for (Contour& contour : contours) {
+        contour.area = signedArea(Outline(contour.path));
+    }
+    return contours;
+}
+
+/// Whether it runs in the other direction than the outermost one around it.
+bool isHole(const Contour& contour, const std::vector<Contour>& all) {
+    const QRectF bounds = contour.path.controlPointRect();
+    const Contour* outermost = &contour;
+    for (const Contour& other : all) {
+        if (std::abs(other.area) > std::abs(outermost->area) &&
+            other.path.controlPointRect().contains(bounds)) {
+            outermost = &other;
+        }
+    }
+    return outermost->area * contour.area < 0;
+}
+
+/// A pen draws an edge on each side of a contour. Of the two only the one that is away from the
+/// letter bounds the body: around a hole it is the shorter one. None where that cannot be told.
+Outline bodyOf(const QPainterPath& letter, const QPainterPath& stroke) {
+    const std::vector<Contour> contours = contoursOf(letter);
+    const std::vector<Contour> edges = contoursOf(stroke);
+    if (edges.size() != 2 * contours.size()) {
+        return {};
+    }
+    QPainterPath body;
+    for (std::size_t i = 0; i < contours.size(); ++i) {
+        const bool isFirstLonger = std::abs(edges[2 * i].area) > std::abs(edges[2 * i + 1].area);
+        const bool takesFirst = isFirstLonger != isHole(contours[i], contours);
+        body.addPath(edges[takesFirst ? 2 * i : 2 * i + 1].path);
+    }
+    return Outline(body);
+}
+
 DrawnGlyph outlined(const QRawFont& font, quint32 index, const GlyphLook& look, bool isMadeBold) {
     QPainterPath path = QTransform::fromScale(look.scale, look.scale).map(font.pathForGlyph(index));
     if (isMadeBold) {
@@ -77,7 +135,10 @@ DrawnGlyph outlined(const QRawFont& font, quint32 index, const GlyphLook& look, 
     DrawnGlyph glyph;
     glyph.letter = Outline(path);
     if (look.penWidth > 0) {
-        glyph.stroke = Outline(stroked(path, look.penWidth, Qt::BevelJoin));
+        const QPainterPath stroke = stroked(path, look.penWidth, Qt::BevelJoin);
+        glyph.stroke = Outline(stroke);
+        const double em = font.pixelSize() * look.scale;
+        glyph.body = look.penWidth <= kWidestPenOfBody * em ? bodyOf(path, stroke) : Outline();
     }
     return glyph;
 }
@@ -101,7 +162,8 @@ DrawnGlyph pictured(QRawFont font, quint32 index, double scale) {
 }
 
 std::size_t sizeOf(const DrawnGlyph& glyph) {
-    return (glyph.letter.pointCount() + glyph.stroke.pointCount()) * sizeof(QPointF) +
+    return (glyph.letter.pointCount() + glyph.stroke.pointCount() + glyph.body.pointCount()) *
+               sizeof(QPointF) +
            static_cast<std::size_t>(glyph.picture.sizeInBytes());
 }
 

@@ -20,6 +20,10 @@ struct DrawnGlyph {
     Outline letter;
     /// What the pen covers that follows the letter.
     Outline stroke;
+    /// Both together, with half of the stroke's lines; empty where they have to be drawn apart.
+    Outline body;
+
+    bool hasBody() const { return !body.isEmpty() || stroke.isEmpty(); }
     /// Of a letter with colours of its own, in the place of outlines: premultiplied, and to be
     /// drawn into the rectangle.
     QImage picture;
