@@ -22,7 +22,7 @@ inline bool runUntil(const std::function<bool()>& done) {
     QElapsedTimer timer;
     timer.start();
     while (!done()) {
-        if (timer.elapsed() > 10'000) {
+        if (timer.elapsed() > 30'000) {
             return false;
         }
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);

@@ -39,6 +39,10 @@ using LoadError = MediaSource::LoadError;
 /// before the media begins.
 constexpr CMTime kLongestDecodingDelay(10, 1);
 
+/// A picture of Blu-ray's subtitles (PGS) builds on others of its epoch, which lasts as long as
+/// some lines of dialogue.
+constexpr CMTime kLongestEpoch(10, 1);
+
 /// What decoders of overlapping, predicted or pooled bits (MDCT, SBR, MP3's reservoir, Opus) take
 /// to give the samples of a straight decode. Decoding it costs less than a millisecond.
 constexpr CMTime kAudioPreroll(1, 2);
@@ -197,6 +201,12 @@ void appendSubtitlesTracks(MediaSource::Contents& contents) {
     if (contents.subtitlesTracks.empty()) {
         throw LoadError::noDecodableTracks({MediaType::subtitles});
     }
+}
+
+/// Whether one subtitle is several packets outside of containers that gather them: palette, objects
+/// and composition. A seek finds the last of them.
+bool comesInPieces(const AVStream& stream) {
+    return stream.codecpar->codec_id == AV_CODEC_ID_HDMV_PGS_SUBTITLE;
 }
 
 MediaTracks visualTracks(const std::shared_ptr<VideoTrack>& videoTrack,
@@ -439,14 +449,15 @@ MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
     }
     AVFormatContext& context = *formatContextForVisualTracks_;
     const MediaTracks tracks = visualTracks(videoTrack, subtitlesTracks);
+    if (!videoTrack) {
+        seekSubtitlesAlone(tracks, time);
+        return {};
+    }
     const StreamIndexes indexes = streamIndexes(tracks);
     CollectedPackets collected;
     stepBackUntil(time, startTime_, [&](const CMTime& from) {
         setEnabledStreams(steeringStreams(tracks, from), context);
         seek(context, placeOf(from));
-        if (!videoTrack) {
-            return true;
-        }
         collected = collectPackets(videoTrack, {subtitlesTracks.begin(), subtitlesTracks.end()},
                                    time, [&] { return readPacket(indexes, context); });
         return beginsInTime(collected, videoTrack, time);
@@ -472,6 +483,25 @@ MediaSource::readVisualOn(const std::shared_ptr<VideoTrack>& videoTrack,
     // The index may have been wrong.
     return beginsWithKeyframe(collected, videoTrack) ? std::nullopt
                                                      : std::optional(std::move(collected));
+}
+
+void MediaSource::seekSubtitlesAlone(const MediaTracks& tracks, const CMTime& time) {
+    AVFormatContext& context = *formatContextForVisualTracks_;
+    setEnabledStreams(steeringStreams(tracks, time), context);
+    seek(context, placeOf(time));
+    for (const auto& track : tracks) {
+        if (!comesInPieces(*context.streams[track->streamIndex()])) {
+            continue;
+        }
+        // Only now does the index reach that far.
+        const CMTime epoch = keyframeTimeBefore(time, *track).value_or(time) - kLongestEpoch;
+        // Of the pieces of one time the library's own index knows the last alone: what begins with
+        // the first subtitle begins with the file.
+        const bool isBeforeTheIndex = !keyframeTimeBefore(epoch, *track);
+        if (!isBeforeTheIndex || !seekToFirstByte(context)) {
+            seek(context, placeOf(epoch));
+        }
+    }
 }
 
 CMTime MediaSource::placeOf(const CMTime& time) const {

@@ -141,6 +141,8 @@ class MediaSource final : public PacketSource, public std::enable_shared_from_th
     void appendExternalSubtitles(const ExternalSubtitles& external);
     void invalidateRestorableState() const;
 
+    /// Moves to where all that is needed to show what is due at `time` begins.
+    void seekSubtitlesAlone(const MediaTracks& tracks, const CMTime& time);
     CollectedPackets seekText(const SubtitlesTracks& subtitlesTracks, const CMTime& time);
     /// What to enable for a seek of these tracks.
     StreamIndexes steeringStreams(const MediaTracks& tracks, const CMTime& time);

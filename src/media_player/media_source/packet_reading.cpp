@@ -88,9 +88,8 @@ StreamIndexes timedStreams(const AVFormatContext& context) {
 
 /// Whether the context stands at its first byte now, and has something to read there.
 bool movedToFirstByte(AVFormatContext& context) {
-    return seekFrame(context, 0, AVSEEK_FLAG_BYTE) >= 0 &&
-           readPacket(timedStreams(context), context) != nullptr &&
-           seekFrame(context, 0, AVSEEK_FLAG_BYTE) >= 0;
+    return seekToFirstByte(context) && readPacket(timedStreams(context), context) != nullptr &&
+           seekToFirstByte(context);
 }
 
 /// The key frame next to a time, by the index of its stream.
@@ -163,11 +162,16 @@ void seekToStart(AVFormatContext& context) {
     try {
         seek(context, kCMTimeZero);
     } catch (const FFmpegError&) {
-        // Demuxers that leave seeking to the library hold no state that a plain move would break.
-        if ((context.iformat->flags & AVFMT_GENERIC_INDEX) == 0 || !movedToFirstByte(context)) {
+        if (!movedToFirstByte(context)) {
             throw;
         }
     }
+}
+
+bool seekToFirstByte(AVFormatContext& context) {
+    // Demuxers that leave seeking to the library hold no state that a plain move would break.
+    return (context.iformat->flags & AVFMT_GENERIC_INDEX) != 0 &&
+           seekFrame(context, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 std::optional<CMTime> keyframeTime(const CMTime& time, const MediaTrack& track,

@@ -28,6 +28,10 @@ void seek(AVFormatContext& context, const CMTime& time);
 /// Moves to the start of the file, also in one too short to be sought by time. Throws FFmpegError.
 void seekToStart(AVFormatContext& context);
 
+/// Moves to the first byte of the file; false where the demuxer would lose its state, or where that
+/// fails, and then the context stands anywhere.
+bool seekToFirstByte(AVFormatContext& context);
+
 /// Of the index entries of a stream, the last at or before `time`.
 std::optional<CMTime> keyframeTime(const CMTime& time, const MediaTrack& track,
                                    AVFormatContext& context);

@@ -80,7 +80,12 @@ void MediaPlayer::setSelectedSubtitlesTrack(SubtitlesPosition position,
 
 void MediaPlayer::willChangeSubtitlesTrack(Subtitles& subtitles,
                                            const std::shared_ptr<SubtitlesTrack>& old) {
-    if (old && old->isExternal()) {
+    if (!old) {
+        // Nobody shows anything here. To tell the one that reads along with the video all the same
+        // could take from the display what a side file has already shown in its place.
+        return;
+    }
+    if (old->isExternal()) {
         performCancelling(subtitles.dataProvider, [](SubtitlesDataProvider& provider) {
             provider.setSubtitlesTrack(nullptr);
         });

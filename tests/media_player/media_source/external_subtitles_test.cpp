@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <algorithm>
 #include <condition_variable>
 #include <map>
 #include <mutex>
@@ -135,6 +136,31 @@ TEST(ExternalSubtitles, ofOtherMediaAreTheirSubtitlesAlone) {
     const auto pictures = attached(source, media / "subtitles/embedded/gen_pgs.m2ts");
     ASSERT_EQ(pictures.tracks.size(), 1U);
     EXPECT_FALSE(pictures.tracks.front()->decoder().characterEncoding()) << "nothing to detect";
+}
+
+TEST(ExternalSubtitles, picturesThatComeInPiecesAreFoundWholeByASeek) {
+    ZELVANE_NEEDS_SHARED_MEDIA(media);
+    const auto answer = attached(film(), media / "subtitles/bitmap/libpgsjs_test.sup");
+    ASSERT_EQ(answer.tracks.size(), 1U);
+    auto& track = *answer.tracks.front();
+    const auto& source = track.externalMediaSource();
+    for (const auto& [target, start] : {std::pair(3.5, 3.0), {1.5, 1.0}, {0.5, 1.0}}) {
+        track.decoder().flush();
+        std::vector<double> pictures;
+        source->visualTracksQueue()->sync([&] {
+            source->seekVisual(nullptr, {track.externalMediaSourceTrack()},
+                               CMTime::fromSeconds(target, 1000));
+            while (const auto packet =
+                       source->readVisualPacket(nullptr, {track.externalMediaSourceTrack()})) {
+                for (const auto& frame : track.decoder().decode(*packet->packet)) {
+                    if (std::holds_alternative<std::vector<ImageSubtitle>>(frame->subtitles)) {
+                        pictures.push_back(frame->startTime.seconds());
+                    }
+                }
+            }
+        });
+        EXPECT_NE(std::find(pictures.begin(), pictures.end(), start), pictures.end()) << target;
+    }
 }
 
 TEST(ExternalSubtitles, whatCannotBeAttachedIsToldInWords) {
