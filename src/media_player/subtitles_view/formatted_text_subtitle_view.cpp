@@ -8,9 +8,6 @@
 #include <QPainter>
 #include <QTransform>
 
-#include "media_player/subtitles_view/text_block.h"
-#include "media_player/subtitles_view/text_subtitle_layout.h"
-
 namespace zelvane {
 namespace {
 
@@ -64,25 +61,36 @@ TextSubtitleRaster FormattedTextSubtitleView::drawn() const {
     if (!(space.unit > 0) || !std::isfinite(space.unit)) {
         return {};
     }
-    const CGSize limits = textSubtitleLimits(space, viewSize);
-    const bool isCentered = style.alignmentInContainer == SubtitleTextStyle::Alignment::center;
-    const double maximumFontSize = kMaximumFontHeights * viewSize.height / space.unit;
-    const TextBlock block = layOutText(*subtitle_.formattedText,
-                                       {limits.width, limits.height, maximumFontSize, isCentered});
-    const double pixel = devicePixelRatio_;
+    const CGSize room = textSubtitleLimits(space, viewSize);
+    const TextBlockLimits limits{
+        room.width, room.height, kMaximumFontHeights * viewSize.height / space.unit,
+        style.alignmentInContainer == SubtitleTextStyle::Alignment::center};
+    const TextBlock block = layOutText(*subtitle_.formattedText, limits);
+    // Without anything to read there is no box either.
+    if (!(block.size.width > 0)) {
+        return {};
+    }
+    return drawTextSubtitle(block, placeOf(block, space, limits));
+}
+
+TextSubtitlePlace FormattedTextSubtitleView::placeOf(const TextBlock& block,
+                                                     const TextSubtitleSpace& space,
+                                                     const TextBlockLimits& limits) const {
+    const SubtitleTextStyle& style = subtitle_.style;
+    const double pixels = devicePixelRatio_;
     const CGRect frame = onPixels(
         textSubtitleFrame(space, style.alignmentInContainer, isPrimarySubtitle_, block.size),
-        pixel);
+        pixels);
     TextSubtitlePlace place;
-    place.pictureSize = (size_ * pixel).toSize();
-    place.origin = QPointF(frame.x, frame.y) * pixel;
-    place.unit = space.unit * pixel;
-    place.maximumFontSize = maximumFontSize;
-    place.blurUnit = pixel;
-    place.box = scaled(textSubtitleBox(space, frame), pixel);
-    place.boxCornerRadius = style.overlayStyle.cornerRadius * pixel;
+    place.pictureSize = (size_ * pixels).toSize();
+    place.origin = QPointF(frame.x, frame.y) * pixels;
+    place.unit = space.unit * pixels;
+    place.maximumFontSize = limits.fontSize;
+    place.blurUnit = pixels;
+    place.box = scaled(textSubtitleBox(space, frame), pixels);
+    place.boxCornerRadius = style.overlayStyle.cornerRadius * pixels;
     place.boxColor = style.overlayStyle.backgroundColor;
-    return drawTextSubtitle(block, place);
+    return place;
 }
 
 QRectF FormattedTextSubtitleView::paintedRect() const {

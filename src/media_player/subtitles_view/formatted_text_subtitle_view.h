@@ -3,6 +3,8 @@
 
 #include "media_player/decoders/subtitles/subtitles_frame.h"
 #include "media_player/subtitles_view/subtitle_view.h"
+#include "media_player/subtitles_view/text_block.h"
+#include "media_player/subtitles_view/text_subtitle_layout.h"
 #include "media_player/subtitles_view/text_subtitle_raster.h"
 
 namespace zelvane {
@@ -19,6 +21,8 @@ class FormattedTextSubtitleView final : public SubtitleView {
 
   private:
     TextSubtitleRaster drawn() const;
+    TextSubtitlePlace placeOf(const TextBlock& block, const TextSubtitleSpace& space,
+                              const TextBlockLimits& limits) const;
 
     const FormattedTextSubtitle subtitle_;
     const bool isPrimarySubtitle_;

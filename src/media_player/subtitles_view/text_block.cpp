@@ -89,10 +89,11 @@ void removeControls(QString& text) {
     }
 }
 
-/// Whether emoji may be among them: the usual text is done with this look.
+/// Whether emoji may be among them: most text is done with this look. Of the characters without
+/// surrogates those from U+231A to U+2B55 are pictures by themselves.
 bool mayHaveEmoji(QStringView text) {
     return std::any_of(text.begin(), text.end(), [](QChar c) {
-        return c.isHighSurrogate() || (c >= u'\u2000' && c <= u'\u32ff') || c == kEmojiSelector;
+        return c.isHighSurrogate() || (c >= u'\u231a' && c <= u'\u2b55') || c == kEmojiSelector;
     });
 }
 
@@ -119,7 +120,7 @@ void appendWithEmoji(QStringView text, const StringAttributes* attributes, Chara
     bool wasEmoji = false;
     for (qsizetype from = 0, to = 0; from < text.size(); from = to) {
         to = finder.toNextBoundary();
-        to = to < 0 ? text.size() : to;
+        to = to > from ? to : text.size();
         const bool isEmojiNow = isEmoji(text.mid(from, to - from));
         if (isEmojiNow != wasEmoji && from > start) {
             result.append(text.mid(start, from - start), attributes, wasEmoji);
@@ -506,7 +507,9 @@ class BlockBuilder {
         bool hasRight = false;
         for (const TextLine& line : block_.lines) {
             widest = std::max(widest, line.width);
-            (line.isRightToLeft ? hasRight : hasLeft) = true;
+            if (line.width > 0) {
+                (line.isRightToLeft ? hasRight : hasLeft) = true;
+            }
         }
         return hasLeft && hasRight && !limits_.isCentered ? std::max(widest, limits_.width)
                                                           : widest;

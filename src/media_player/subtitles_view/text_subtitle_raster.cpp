@@ -61,33 +61,56 @@ class ShapePen {
 
     /// The outlines of the letters.
     void drawStroke() {
-        const double width = attributes_.strokeWidth.value_or(0);
-        const SRGBColor color = attributes_.strokeColor.value_or(foreground(attributes_));
-        if (width != 0 && isVisible(color)) {
-            drawLetters(&GlyphOutlines::stroke, color);
+        if (hasStroke()) {
+            drawLetters(showsOnlyBody() ? &DrawnGlyph::body : &DrawnGlyph::stroke, strokeColor());
         }
     }
 
     /// The letters, and the lines under and through them.
     void drawFill() {
-        const SRGBColor color = foreground(attributes_);
-        drawLine(shape_.underline, attributes_.underlineColor.value_or(color));
-        // A width above 0 asks for hollow letters.
-        const bool isFilled = !(attributes_.strokeWidth.value_or(0) > 0);
-        if (isFilled && isVisible(color)) {
-            drawLetters(&GlyphOutlines::letter, color);
+        drawLine(shape_.underline, attributes_.underlineColor.value_or(fillColor()));
+        if (isFilled() && isVisible(fillColor())) {
+            drawLetters(&DrawnGlyph::letter, fillColor());
         }
-        drawPictures(color.alpha);
-        drawLine(shape_.strikethrough, attributes_.strikethroughColor.value_or(color));
+        drawRest();
+    }
+
+    /// All of it where only its shape counts.
+    void drawShape() {
+        drawStroke();
+        if (hasStroke() && strokeColor().alpha >= 1 && showsOnlyBody()) {
+            drawLine(shape_.underline, attributes_.underlineColor.value_or(fillColor()));
+            drawRest();
+        } else {
+            drawFill();
+        }
     }
 
   private:
+    SRGBColor fillColor() const { return foreground(attributes_); }
+    SRGBColor strokeColor() const { return attributes_.strokeColor.value_or(fillColor()); }
     bool isVisible(const SRGBColor& color) const { return color.alpha > 0 && !area_.isEmpty(); }
+    bool hasStroke() const {
+        return attributes_.strokeWidth.value_or(0) != 0 && isVisible(strokeColor());
+    }
+    /// A width above 0 asks for hollow letters.
+    bool isFilled() const { return !(attributes_.strokeWidth.value_or(0) > 0); }
+    /// What lies within the letters is hidden by them.
+    bool showsOnlyBody() const {
+        return isFilled() && fillColor().alpha >= 1 &&
+               std::all_of(shape_.glyphs.begin(), shape_.glyphs.end(),
+                           [](const PlacedGlyph& placed) { return placed.glyph->hasBody(); });
+    }
 
-    void drawLetters(Outline GlyphOutlines::*part, const SRGBColor& color) {
+    void drawRest() {
+        drawPictures(fillColor().alpha);
+        drawLine(shape_.strikethrough, attributes_.strikethroughColor.value_or(fillColor()));
+    }
+
+    void drawLetters(Outline DrawnGlyph::*part, const SRGBColor& color) {
         Coverage coverage(area_);
         for (const PlacedGlyph& glyph : shape_.glyphs) {
-            coverage.add(*glyph.outlines.*part, glyph.position + offset_);
+            coverage.add(*glyph.glyph.*part, glyph.position + offset_);
         }
         coverage.draw(color, canvas_.image, canvas_.origin);
     }
@@ -101,20 +124,21 @@ class ShapePen {
         }
     }
 
+    /// On whole pixels, as they were drawn.
     void drawPictures(double opacity) {
-        if (shape_.pictures.empty()) {
+        const bool hasPictures =
+            std::any_of(shape_.glyphs.begin(), shape_.glyphs.end(),
+                        [](const PlacedGlyph& placed) { return !placed.glyph->picture.isNull(); });
+        if (!hasPictures) {
             return;
         }
         QPainter painter(&canvas_.image);
-        painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.setOpacity(opacity);
-        painter.translate(offset_ - canvas_.origin);
-        for (const GlyphPicture& picture : shape_.pictures) {
-            QGlyphRun run;
-            run.setRawFont(picture.font);
-            run.setGlyphIndexes({picture.glyph});
-            run.setPositions({QPointF()});
-            painter.drawGlyphRun(picture.position, run);
+        for (const PlacedGlyph& placed : shape_.glyphs) {
+            const QPointF position = placed.position + offset_ - canvas_.origin;
+            painter.drawImage(placed.glyph->pictureRect.translated(position.toPoint()),
+                              placed.glyph->picture);
         }
     }
 
@@ -154,8 +178,7 @@ struct Shadow {
 class Drawing {
   public:
     Drawing(const TextBlock& block, const TextSubtitlePlace& place)
-        : place_(place), picture_(QPoint(), place.pictureSize),
-          budget_(picture_, kMaximumCoverings * picture_.width() * picture_.height()) {
+        : place_(place), picture_(QPoint(), place.pictureSize), budget_(fullBudget()) {
         for (const TextLine& line : block.lines) {
             addLine(line, block.unitsPerPixel);
         }
@@ -169,8 +192,11 @@ class Drawing {
         }
         TextSubtitleRaster canvas = clearCanvas(reach, QImage::Format_ARGB32_Premultiplied);
         drawGround(canvas);
+        InkBudget budget = fullBudget();
         for (const Shadow& shadow : shadows_) {
-            drawShadow(shadow, canvas);
+            if (budget.spend(shadow.reach())) {
+                drawShadow(shadow, canvas);
+            }
         }
         for (const TextShape& shape : shapes_) {
             ShapePen(shape, {}, canvas).drawStroke();
@@ -182,6 +208,10 @@ class Drawing {
     }
 
   private:
+    InkBudget fullBudget() const {
+        return {picture_, kMaximumCoverings * picture_.width() * picture_.height()};
+    }
+
     void addLine(const TextLine& line, double unitsPerPixel) {
         const QPointF origin = place_.origin + place_.unit * QPointF(line.left, line.top);
         const double scale = place_.unit * unitsPerPixel;
@@ -280,9 +310,7 @@ class Drawing {
         }
         TextSubtitleRaster caster = clearCanvas(area, QImage::Format_Alpha8);
         for (const TextShape* shape : shadow.shapes) {
-            ShapePen pen(*shape, shadow.offset, caster);
-            pen.drawStroke();
-            pen.drawFill();
+            ShapePen(*shape, shadow.offset, caster).drawShape();
         }
         QImage& mask = caster.image;
         blurMask({mask.bits(), static_cast<std::size_t>(mask.sizeInBytes())}, mask.width(),

@@ -177,6 +177,20 @@ std::optional<fs::path> comparisonFolder() {
     return folder == nullptr ? std::nullopt : std::optional<fs::path>(folder);
 }
 
+/// Differences in percent of the picture's height: where the middle lies, where the last line ends,
+/// how wide the text is when libass had as large an em. Then what the outlines and colours are.
+void print(const Script& script, const Measures& ours, const Measures& theirs) {
+    const auto percent = [](double difference) { return 100 * difference / kSize.height(); };
+    const auto colors = [](const Measures& m) {
+        return m.letterColor.name().toStdString() + " " + m.outlineColor.name().toStdString();
+    };
+    fmt::print("| {} | {} | {:+.1f} | {:+.1f} | {:+.1f} | {:.1f}, {:.1f} | {}, {} |\n", script.name,
+               script.time, percent(ours.middle() - theirs.middle()),
+               percent(ours.letters.bottom() - theirs.letters.bottom()),
+               percent(ours.letters.bounds.width() * kSizeInLibass - theirs.letters.bounds.width()),
+               ours.outline, theirs.outline, colors(ours), colors(theirs));
+}
+
 void keep(const Script& script, const QImage& ours, const QImage& theirs) {
     const auto folder = comparisonFolder();
     if (!folder) {
@@ -188,13 +202,7 @@ void keep(const Script& script, const QImage& ours, const QImage& theirs) {
     };
     save(ours, "ours");
     save(theirs, "libass");
-    const auto row = [](const Measures& m) {
-        return fmt::format("{}..{} | {} | {} | {} | {}", m.letters.left(), m.letters.right(),
-                           m.letters.bottom(), m.outline, m.letterColor.name().toStdString(),
-                           m.outlineColor.name().toStdString());
-    };
-    fmt::print("| {} at {} s | ours | {} |\n| | libass | {} |\n", script.name, script.time,
-               row(measured(ours)), row(measured(theirs)));
+    print(script, measured(ours), measured(theirs));
 }
 
 TEST(LibassComparison, scriptsLookAlikeWhereBothKeepWhatTheySay) {

@@ -188,10 +188,11 @@ TEST(TextBlock, noLengthOfTextTakesLong) {
 
 TEST(TextBlock, linesLieInTheMiddleOrWhereTheirScriptBegins) {
     const std::string hebrew = "\u05d0\u05d1";
-    const double width = 40 * kSize;
+    const double room = 40 * kSize;
     struct Case {
         std::string text;
         bool isCentered;
+        /// 0 for that of the first line.
         double blockWidth;
         /// 0 for left, 0.5 for the middle, 1 for right.
         std::vector<double> places;
@@ -201,19 +202,21 @@ TEST(TextBlock, linesLieInTheMiddleOrWhereTheirScriptBegins) {
         {"HHHH\nH", true, wide, {0, 0.5}},
         {"HHHH\nH", false, wide, {0, 0}},
         {"HHHH\n" + hebrew, true, wide, {0, 0.5}},
+        {hebrew + "\n\n" + hebrew, false, 0, {1, 0, 1}},
         // Which begin on different sides of all the width.
-        {"HHHH\n" + hebrew, false, width, {0, 1}},
+        {"HHHH\n" + hebrew, false, room, {0, 1}},
     };
     for (const Case& c : cases) {
-        const TextBlock result = block(c.text, {width, 1e5, 1e4, c.isCentered});
+        const TextBlock result = block(c.text, {room, 1e5, 1e4, c.isCentered});
         ASSERT_EQ(result.lines.size(), c.places.size());
-        EXPECT_NEAR(result.size.width, c.blockWidth, 0.1) << c.text;
+        const double width = c.blockWidth == 0 ? result.lines[0].width : c.blockWidth;
+        EXPECT_NEAR(result.size.width, width, 0.1) << c.text;
         for (std::size_t i = 0; i < c.places.size(); ++i) {
             const TextLine& line = result.lines[i];
-            EXPECT_NEAR(line.left, c.places[i] * (c.blockWidth - line.width), 0.1) << c.text;
+            EXPECT_NEAR(line.left, c.places[i] * (width - line.width), 0.1) << c.text;
         }
     }
-    const TextBlock alone = block(hebrew + hebrew + "\n" + hebrew, {width, 1e5, 1e4, false});
+    const TextBlock alone = block(hebrew + hebrew + "\n" + hebrew, {room, 1e5, 1e4, false});
     EXPECT_NEAR(alone.size.width, alone.lines[0].width, 1e-9);
     EXPECT_NEAR(alone.lines[1].left, alone.size.width - alone.lines[1].width, 1e-9);
 }
