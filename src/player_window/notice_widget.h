@@ -13,8 +13,8 @@ class NoticeWidget final : public QWidget {
   public:
     explicit NoticeWidget(QWidget* parent);
 
-    /// Takes the place of an earlier word. It lies at the left of the parent, below subtitles at the
-    /// top, and is cut at its end where the parent is too narrow.
+    /// Takes the place of an earlier word. It lies at the left of the parent, below subtitles at
+    /// the top, and is cut at its end where the parent is too narrow.
     void showText(const QString& text);
     const QString& text() const { return text_; }
     /// For the parent, when its size has changed.
