@@ -20,9 +20,8 @@ std::string inputPath(const URL& url) {
     return url.isFileURL() ? "file://" + url.path() : url.absoluteString();
 }
 
-int answerIsAbandoned(void* flag) {
-    return *static_cast<std::atomic<bool>*>(flag) ? 1 : 0;
-}
+/// Enough for the first pictures of every stream, from whose order their start is known.
+constexpr std::int64_t kMaxBufferedBytes = std::int64_t{16} << 20;
 
 template <class Call>
 int repeatOnEAGAIN(Call&& call) {
@@ -95,14 +94,32 @@ int InputOpening::open() {
         isOutOfMemory_ = true;
         return 0;
     }
-    context->interrupt_callback = {answerIsAbandoned, input_.isAbandoned_.get()};
+    context->interrupt_callback = {didRead, input_.watch_.get()};
     // Complete knowledge of the streams matters more than the time to open.
     context->probesize = std::numeric_limits<std::int64_t>::max();
-    // Probing may read a whole file: without this, all that it reads would stay in memory.
-    context->flags |= AVFMT_FLAG_NOBUFFER;
     context->pb = input_.memoryInput_ ? input_.memoryInput_->context() : nullptr;
     const int status = avformat_open_input(&context, path_.c_str(), nullptr, nullptr);
     input_.context_.reset(context);
+    return status;
+}
+
+/// Probing may read a whole file, and what it reads stays in memory unless it is told otherwise. It
+/// is told when it has seen enough: without any packets at hand it takes the first picture that is
+/// decoded for the first one shown.
+int InputOpening::didRead(void* watch) {
+    const auto& state = *static_cast<InputFormatContext::Watch*>(watch);
+    AVFormatContext* const probed = state.probed;
+    if (probed != nullptr && probed->pb != nullptr && probed->pb->bytes_read > kMaxBufferedBytes) {
+        probed->flags |= AVFMT_FLAG_NOBUFFER;
+    }
+    return state.isAbandoned ? 1 : 0;
+}
+
+int InputOpening::probe() {
+    input_.watch_->probed = &*input_;
+    const int status =
+        repeatOnEAGAIN([this] { return avformat_find_stream_info(&*input_, nullptr); });
+    input_.watch_->probed = nullptr;
     return status;
 }
 
@@ -115,7 +132,7 @@ void InputOpening::run() noexcept {
     }
     input_->max_analyze_duration = std::numeric_limits<std::int64_t>::max();
     leavePicturesOut();
-    probeStatus_ = repeatOnEAGAIN([this] { return avformat_find_stream_info(&*input_, nullptr); });
+    probeStatus_ = probe();
     av_freep(static_cast<void*>(&input_->codec_whitelist));
 }
 

@@ -19,10 +19,15 @@ class InputFormatContext {
 
   private:
     friend class InputOpening;
-    using Flag = std::atomic<bool>;
+    /// What the library asks for whenever it reads.
+    struct Watch {
+        std::atomic<bool> isAbandoned{false};
+        /// While it is probed, for the thread that does.
+        AVFormatContext* probed = nullptr;
+    };
 
-    // The context and all that reads for it hold the flag's address: it goes after them.
-    std::unique_ptr<Flag> isAbandoned_ = std::make_unique<Flag>(false);
+    // The context and all that reads for it hold the watch's address: it goes after them.
+    std::unique_ptr<Watch> watch_ = std::make_unique<Watch>();
     std::unique_ptr<MemoryInput> memoryInput_;
     ffmpeg::InputContext context_;
 };
@@ -48,7 +53,7 @@ class InputOpening {
     void run() noexcept;
     bool hasFailed() const { return isOutOfMemory_ || openStatus_ < 0 || probeStatus_ < 0; }
     /// Makes a running opening fail soon. Any thread.
-    void abandon() { *input_.isAbandoned_ = true; }
+    void abandon() { input_.watch_->isAbandoned = true; }
     /// Whether something was left out. After run().
     bool isPartial() const { return isPartial_; }
     const AVFormatContext& context() const { return *input_; }
@@ -56,7 +61,11 @@ class InputOpening {
     InputFormatContext makeInputFormatContext() &&;
 
   private:
+    /// The library's callback: whether to give up.
+    static int didRead(void* watch);
+
     int open();
+    int probe();
     void leavePicturesOut();
 
     std::string path_;

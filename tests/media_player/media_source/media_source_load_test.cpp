@@ -8,10 +8,12 @@
 #include <sstream>
 #include <thread>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "core_media/ffmpeg_time.h"
 #include "tests/media_player/media_source/media_source_support.h"
 #include "tests/support/log_capture.h"
 
@@ -108,6 +110,31 @@ TEST(MediaSourceLoad, aFilmHasItsTracksInStreamOrder) {
     EXPECT_EQ(source->subtitlesTracks()[0]->languageCodes(), std::vector<std::string>{"en"});
     EXPECT_FALSE(source->subtitlesTracks()[0]->isForced());
     EXPECT_TRUE(source->subtitlesTracks()[1]->isForced());
+}
+
+/// Pictures come in the order of decoding: one that is shown earlier may follow.
+TEST(MediaSourceLoad, aFilmOfPicturesAloneBeginsWithTheFirstOneShown) {
+    using Clip = std::pair<const char*, const char*>;
+    for (const auto& [container, codec] : std::vector<Clip>{
+             {"mkv", "libx264"},
+             {"mkv", "libx265"},
+             {"mp4", "libx264"},
+             {"ts", "libx264"},
+             {"mkv", "mpeg4"},
+         }) {
+        const std::string name = fmt::format("load-start-{}.{}", codec, container);
+        const auto source = openSource(test::madeClip(
+            name, {"-f", "lavfi", "-i", "testsrc2=s=64x64:r=5:d=4", "-c:v", codec, "-bf", "3"}));
+        const auto& video = source->videoTracks().front();
+        CMTime first = kCMTimePositiveInfinity;
+        for (int i = 0; i < 10; ++i) {
+            const auto packet = test::nextVisual(source, video);
+            const auto time =
+                timeFromStamp(packet->packet->avPacket().pts, video->streamTimeBase());
+            first = time && *time < first ? *time : first;
+        }
+        EXPECT_NEAR(source->startTime().seconds(), first.seconds(), 0.001) << name;
+    }
 }
 
 TEST(MediaSourceLoad, aRotatedPictureIsSeenUpright) {
