@@ -48,8 +48,9 @@ class InputOpening {
     explicit InputOpening(const URL& url, Probing probing = Probing::everything,
                           std::unique_ptr<MemoryInput> memoryInput = nullptr);
 
-    /// Opens the file and reads until all of its streams are known, however much that takes. Keeps
-    /// what it read nowhere: the context stands at an unknown position afterwards.
+    /// Opens the file and reads until all of its streams are known, however much that takes. Of
+    /// what it read the context keeps the beginning at most, until it is sought in: it stands at an
+    /// unknown position afterwards.
     void run() noexcept;
     bool hasFailed() const { return isOutOfMemory_ || openStatus_ < 0 || probeStatus_ < 0; }
     /// Makes a running opening fail soon. Any thread.
