@@ -120,14 +120,12 @@ void PlainPlayerWindow::leaveFullScreen() {
 }
 
 void PlainPlayerWindow::keyPressEvent(QKeyEvent* event) {
-    const auto modifiers = event->modifiers();
-    const bool isShiftJ = modifiers == Qt::ShiftModifier && event->key() == Qt::Key_J;
-    if (event->isAutoRepeat() || (modifiers != Qt::NoModifier && !isShiftJ)) {
+    const bool isShiftJ = event->modifiers() == Qt::ShiftModifier && event->key() == Qt::Key_J;
+    const bool isPlain = event->modifiers() == Qt::NoModifier;
+    if (event->isAutoRepeat() || !(isShiftJ || (isPlain && pressKey(event->key())))) {
         event->ignore();
     } else if (isShiftJ) {
         call(callbacks_.onCycleSubtitles, SubtitlesPosition::secondary);
-    } else if (!pressKey(event->key())) {
-        event->ignore();
     }
 }
 

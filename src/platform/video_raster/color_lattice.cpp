@@ -30,8 +30,9 @@ ColorLattice::ColorLattice(const std::function<Vector3(const Vector3&)>& functio
         for (int green = 0; green < kCorners; ++green) {
             for (int blue = 0; blue < kCorners; ++blue) {
                 const auto value = function({codeAt(red), codeAt(green), codeAt(blue)});
-                corners_[static_cast<std::size_t>(red * kRedStride + green * kGreenStride + blue)] =
-                    {cornerValue(value[0]), cornerValue(value[1]), cornerValue(value[2])};
+                const int corner = red * kRedStride + green * kGreenStride + blue;
+                corners_[static_cast<std::size_t>(corner)] = {
+                    cornerValue(value[0]), cornerValue(value[1]), cornerValue(value[2])};
             }
         }
     }
