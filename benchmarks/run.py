@@ -250,26 +250,27 @@ def duration_of(path):
         check=True, capture_output=True, text=True).stdout)
 
 
+def built(target):
+    """The program of one of the project's own benchmarks."""
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target", target],
+                   check=True, stdout=subprocess.DEVNULL)
+    return str(ROOT / "build" / "release" / "benchmarks" / target)
+
+
 def bench_color(_):
-    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
-                    "color-conversion"], check=True, stdout=subprocess.DEVNULL)
+    program = built("color-conversion")
     print("\nA picture of 1920x1080 to the screen's numbers\n", flush=True)
-    subprocess.run([str(ROOT / "build" / "release" / "benchmarks" / "color-conversion")],
-                   check=True)
+    subprocess.run([program], check=True)
 
 
 def bench_subtitles(_):
-    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
-                    "subtitle-drawing"], check=True, stdout=subprocess.DEVNULL)
+    program = built("subtitle-drawing")
     print("\nA subtitle of two lines\n", flush=True)
-    subprocess.run([str(ROOT / "build" / "release" / "benchmarks" / "subtitle-drawing")],
-                   check=True)
+    subprocess.run([program], check=True)
 
 
 def bench_seek(_):
-    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
-                    "seek-bench"], check=True, stdout=subprocess.DEVNULL)
-    program = str(ROOT / "build" / "release" / "benchmarks" / "seek-bench")
+    program = built("seek-bench")
     for path in (clip("h264-1080p.mp4"), transport_stream(), clip("vp9-1080p.webm"),
                  clip("hevc10-2160p.mkv")):
         results = seeking.measure(path, duration_of(path), program, WORK, threads())
