@@ -8,11 +8,9 @@
 #include <memory>
 #include <string>
 
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include "foundation/error.h"
 #include "fuzz/fuzz_target.h"
+#include "fuzz/support/memory_file.h"
 #include "media_player/decoders/common/core_media_compatible_decode_session.h"
 #include "media_player/media_source/media_source.h"
 
@@ -21,28 +19,6 @@ namespace {
 using namespace zelvane;
 
 constexpr int kPacketCount = 50;
-
-/// A file without a name, which demuxers can open as often as they like.
-class MemoryFile {
-  public:
-    explicit MemoryFile(fuzz::Bytes bytes) : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {
-        for (auto rest = bytes; !rest.empty();) {
-            const auto count = write(descriptor_, rest.data(), rest.size());
-            if (count <= 0) {
-                break;
-            }
-            rest = rest.subspan(static_cast<std::size_t>(count));
-        }
-    }
-    ~MemoryFile() { close(descriptor_); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    URL url() const { return URL::fromPath("/proc/self/fd/" + std::to_string(descriptor_)); }
-
-  private:
-    int descriptor_;
-};
 
 /// Damage costs what it hits: this is where a player goes on.
 template <class Work>
@@ -126,9 +102,9 @@ void seekAndRead(MediaSource& source, const CMTime& time) {
 } // namespace
 
 ZELVANE_FUZZ_TARGET(loader, bytes) {
-    const MemoryFile file(bytes);
+    const fuzz::MemoryFile file(bytes);
     survive([&] {
-        const auto source = MediaSource::open(file.url(), std::nullopt, true);
+        const auto source = MediaSource::open(URL::fromPath(file.path()), std::nullopt, true);
         const CMTime start = source->startTime();
         const CMTime end = start + source->duration();
         for (const CMTime& target : std::array{start, start + CMTime(1, 2), end - CMTime(1, 3)}) {

@@ -2,7 +2,7 @@
 //
 // Bytes as a picture that a file brings, and as tags: "key=value" in each line.
 
-#include <cstring>
+#include <algorithm>
 #include <string>
 
 #include "core_media/ffmpeg_handles.h"
@@ -17,7 +17,7 @@ using namespace zelvane;
 void decodePicture(fuzz::Bytes bytes) {
     const ffmpeg::AVPacketHandle packet(av_packet_alloc());
     if (packet != nullptr && av_new_packet(packet.get(), static_cast<int>(bytes.size())) >= 0) {
-        std::memcpy(packet->data, bytes.data(), bytes.size());
+        std::copy(bytes.begin(), bytes.end(), packet->data);
         decodeImage(*packet);
     }
 }

@@ -8,33 +8,14 @@
 #include <string>
 
 #include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "fuzz/fuzz_target.h"
+#include "fuzz/support/memory_file.h"
 #include "media_player/media_source/media_source.h"
 
 namespace {
 
 using namespace zelvane;
-
-/// A file in memory, so that a million runs do not wear out a disk.
-class MemoryFile {
-  public:
-    explicit MemoryFile(fuzz::Bytes bytes) : descriptor_(memfd_create("side", MFD_CLOEXEC)) {
-        if (descriptor_ < 0 ||
-            write(descriptor_, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
-            std::abort();
-        }
-    }
-    ~MemoryFile() { close(descriptor_); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-    std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
-
-  private:
-    int descriptor_;
-};
 
 void decode(const ExternalSubtitlesTrack& track, const Packet& packet) {
     try {
@@ -85,7 +66,7 @@ void readWithSeeks(const ExternalSubtitlesTrack& track) {
 } // namespace
 
 ZELVANE_FUZZ_TARGET(subtitles_side_file, bytes) {
-    const MemoryFile file(bytes);
+    const fuzz::MemoryFile file(bytes);
     try {
         const auto external =
             MediaSource::openExternalSubtitles(URL::fromPath(file.path()), CMTime(3600, 1));
