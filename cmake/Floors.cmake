@@ -17,8 +17,18 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 if(ZELVANE_SANITIZE)
     target_compile_options(zelvane_options INTERFACE
-        -fsanitize=${ZELVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -O1)
+        -fsanitize=${ZELVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(zelvane_options INTERFACE -fsanitize=${ZELVANE_SANITIZE})
+    # Lines are all that a report names. Not an option of the target: those come last, and the tests
+    # choose otherwise.
+    string(APPEND CMAKE_CXX_FLAGS_DEBUG " -O1 -g1")
+    # For each program, as the linker would leave it out of a library: nobody refers to it.
+    set(ZELVANE_SANITIZER_RULES "${CMAKE_SOURCE_DIR}/cmake/sanitizers.cpp")
+endif()
+if(CMAKE_UNITY_BUILD)
+    # A source that is included by another one looks like a header, and its neighbours' names are
+    # in scope.
+    target_compile_options(zelvane_options INTERFACE -Wno-subobject-linkage -Wno-shadow)
 endif()
 
 # zelvane_floor(<folder below src> [QT] [LINKS <targets...>])
