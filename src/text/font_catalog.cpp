@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "text/font_catalog.h"
 
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -40,9 +41,7 @@ using FacesByName = std::unordered_map<std::string, Face>;
 
 std::string folded(std::string_view name) {
     std::string result(name);
-    for (char& c : result) {
-        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    }
+    std::transform(result.begin(), result.end(), result.begin(), loweredASCII);
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <variant>
 
+#include "foundation/text.h"
 #include "media_player/decoders/subtitles/text_scanner.h"
 
 namespace zelvane {
@@ -135,11 +136,6 @@ auto withFields(int section, Use&& use) {
 
 std::size_t lengthUpTo(std::string_view text, std::string_view ends) {
     return std::min(text.find_first_of(ends), text.size());
-}
-
-std::string_view skippingBlanks(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-    return text;
 }
 
 std::string_view nextLine(std::string_view text) {

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "foundation/text.h"
+
 namespace zelvane {
 namespace {
 
@@ -14,19 +16,10 @@ constexpr int kColumnsOfTime = 3;
 constexpr int kColumnsBeforeTail = 2;
 constexpr std::string_view kUsualColumns = "Style, Name, MarginL, MarginR, MarginV, Effect, Text";
 
-char lowered(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool beginsWithoutCase(std::string_view text, std::string_view start) {
     return text.size() >= start.size() &&
            std::equal(start.begin(), start.end(), text.begin(),
-                      [](char a, char b) { return lowered(a) == lowered(b); });
-}
-
-std::string_view skippingBlanks(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
-    return text;
+                      [](char a, char b) { return loweredASCII(a) == loweredASCII(b); });
 }
 
 std::string_view firstLine(std::string_view text) {

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "foundation/text.h"
+
 namespace zelvane {
 namespace {
 
@@ -20,16 +22,12 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-char lowered(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 /// The digit's value, or the base where it is none.
 unsigned digitValue(char c, unsigned base) {
     if (isDigit(c)) {
         return static_cast<unsigned>(c - '0');
     }
-    const char letter = lowered(c);
+    const char letter = loweredASCII(c);
     return base == 16 && letter >= 'a' && letter <= 'f' ? static_cast<unsigned>(letter - 'a') + 10
                                                         : base;
 }
@@ -52,7 +50,7 @@ std::size_t mantissaLength(std::string_view text, unsigned base) {
 
 /// The marker of an exponent, its sign and its digits; 0 without digits.
 std::size_t exponentLength(std::string_view text, char marker) {
-    if (text.empty() || lowered(text.front()) != marker) {
+    if (text.empty() || loweredASCII(text.front()) != marker) {
         return 0;
     }
     const std::size_t sign = text.size() > 1 && (text[1] == '+' || text[1] == '-') ? 1 : 0;
@@ -126,7 +124,7 @@ std::optional<TextScanner::Integer> TextScanner::integer(unsigned base, std::siz
     Integer result;
     result.isNegative = takesSign(width);
     bool hasDigits = false;
-    if (base == 16 && width > 1 && current() == '0' && lowered(following()) == 'x') {
+    if (base == 16 && width > 1 && current() == '0' && loweredASCII(following()) == 'x') {
         position_ += 2;
         width -= 2;
         // The zero stands for itself where no digit follows the prefix.
@@ -186,7 +184,7 @@ std::optional<float> TextScanner::floatingPoint() {
     skipWhitespace();
     std::size_t width = kAnyWidth;
     const bool isNegative = takesSign(width);
-    const bool isHexadecimal = current() == '0' && lowered(following()) == 'x';
+    const bool isHexadecimal = current() == '0' && loweredASCII(following()) == 'x';
     position_ += isHexadecimal ? 2 : 0;
     const std::string_view rest = text_.substr(std::min(position_, text_.size()));
     const std::size_t mantissa = mantissaLength(rest, isHexadecimal ? 16 : 10);
