@@ -19,7 +19,7 @@
 namespace zelvane::test {
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(60);
+constexpr auto kSeekPatience = std::chrono::seconds(60);
 
 int operationCount() {
     const char* count = std::getenv("ZELVANE_STRESS_OPERATIONS"); // NOLINT(concurrency-mt-unsafe)
@@ -80,7 +80,7 @@ class Stress {
         return std::static_pointer_cast<dispatch::RunLoopQueue>(dispatch::mainQueue());
     }
     static void waitUntil(const std::function<bool()>& done) {
-        const auto end = std::chrono::steady_clock::now() + kPatience;
+        const auto end = std::chrono::steady_clock::now() + kSeekPatience;
         while (!done() && std::chrono::steady_clock::now() < end) {
             main()->runUntil(done, std::chrono::milliseconds(20));
         }

@@ -76,7 +76,7 @@ class AudioPlayback : public testing::Test {
     std::shared_ptr<SampleBufferAudioRenderer> renderer_;
 };
 
-double milliseconds(HostDuration duration) {
+double inMilliseconds(HostDuration duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
@@ -102,8 +102,8 @@ TEST_F(AudioPlayback, aClickIsHeardWhenTheClockShowsItsTime) {
     run(2500ms);
     ASSERT_EQ(clicks().size(), 3U);
     ASSERT_EQ(due.size(), 2U);
-    EXPECT_NEAR(milliseconds(clicks()[1] - due[0]), 0, 0.02);
-    EXPECT_NEAR(milliseconds(clicks()[2] - due[1]), 0, 0.02);
+    EXPECT_NEAR(inMilliseconds(clicks()[1] - due[0]), 0, 0.02);
+    EXPECT_NEAR(inMilliseconds(clicks()[2] - due[1]), 0, 0.02);
     EXPECT_EQ(renderer_->statistics().underruns, 0U);
 }
 
@@ -136,8 +136,8 @@ TEST_F(AudioPlayback, soundThatComesLaterJoinsTheRunningClockOnItsSample) {
     enqueueClicks(0, 3);
     run(1700ms);
     ASSERT_EQ(clicks().size(), 2U);
-    EXPECT_NEAR(milliseconds(clicks()[0] - zero), 1000, 0.03);
-    EXPECT_NEAR(milliseconds(clicks()[1] - zero), 2000, 0.03);
+    EXPECT_NEAR(inMilliseconds(clicks()[0] - zero), 1000, 0.03);
+    EXPECT_NEAR(inMilliseconds(clicks()[1] - zero), 2000, 0.03);
     EXPECT_NEAR(now(), 2.2, 1e-4);
 }
 
@@ -172,7 +172,7 @@ TEST_F(AudioPlayback, aPauseStopsTheDeviceAndPlayingGoesOnFromTheSameSample) {
     synchronizer_.setRate(1);
     run(1s);
     ASSERT_EQ(clicks().size(), 2U);
-    EXPECT_NEAR(milliseconds(clicks()[1] - resumed), (1 - paused) * 1000 + 8, 0.03);
+    EXPECT_NEAR(inMilliseconds(clicks()[1] - resumed), (1 - paused) * 1000 + 8, 0.03);
 }
 
 TEST_F(AudioPlayback, aJumpPlaysWhatLiesThere) {
@@ -232,7 +232,7 @@ TEST_F(AudioPlayback, aLostDeviceIsToldAndTheClockGoesOn) {
     run(2s);
     const auto heard = clicks();
     ASSERT_EQ(heard.size(), 4U) << "0, 1, then 3 and 4 after the device came back";
-    EXPECT_NEAR(milliseconds(heard[2] - heard[1]), 2000, 0.1);
+    EXPECT_NEAR(inMilliseconds(heard[2] - heard[1]), 2000, 0.1);
 }
 
 TEST_F(AudioPlayback, aDeviceThatSoundsLateDoesNotHoldTheClockForEver) {
@@ -246,7 +246,7 @@ TEST_F(AudioPlayback, aDeviceThatSoundsLateDoesNotHoldTheClockForEver) {
     const HostTime zero = asked + SampleBufferRenderSynchronizer::kStartTimeout;
     ASSERT_FALSE(clicks().empty());
     for (const HostTime click : clicks()) {
-        const double seconds = milliseconds(click - zero) / 1000;
+        const double seconds = inMilliseconds(click - zero) / 1000;
         EXPECT_NEAR(seconds, std::round(seconds), 1e-4);
     }
 }
@@ -293,7 +293,7 @@ TEST_P(AudioRates, clicksKeepToTheClock) {
     for (std::size_t i = 0; i < heard.size(); ++i) {
         // The burst is 20 samples long.
         const double due = (static_cast<double>(i) + 0.5 + 10.0 / kRate) / rate * 1000;
-        EXPECT_NEAR(milliseconds(heard[i] - start), due, 8) << "click " << i;
+        EXPECT_NEAR(inMilliseconds(heard[i] - start), due, 8) << "click " << i;
     }
 }
 

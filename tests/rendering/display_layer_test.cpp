@@ -10,15 +10,13 @@
 
 #include "rendering/null_video_presenter.h"
 #include "rendering/sample_buffer_display_layer.h"
+#include "tests/rendering/rendering_fakes.h"
 
 namespace zelvane {
 namespace {
 
 using std::chrono::milliseconds;
-
-CMTime ms(std::int64_t value) {
-    return {value, 1000};
-}
+using test::ms;
 
 class HandClock final : public HostClock {
   public:

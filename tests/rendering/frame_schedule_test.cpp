@@ -7,14 +7,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/rendering/rendering_fakes.h"
+
 namespace zelvane {
 namespace {
 
-constexpr std::int32_t kMilliseconds = 1000;
-
-CMTime ms(std::int64_t value) {
-    return {value, kMilliseconds};
-}
+using test::ms;
 
 /// Plays a line of time and writes down what comes of it. Words, times in milliseconds:
 /// "+40" a frame at 40 that lasts 40, "+40/20" one that lasts 20, "+40/-" one of unknown duration,
@@ -61,8 +59,7 @@ class TimeLine {
         if (choice.shownChanged) {
             const auto shown = schedule_.shown()->time;
             word = std::to_string(
-                shown.convertScale(kMilliseconds, CMTimeRoundingMethod::roundHalfAwayFromZero)
-                    .value());
+                shown.convertScale(1000, CMTimeRoundingMethod::roundHalfAwayFromZero).value());
         }
         if (choice.dropped > 0) {
             word += "-" + std::to_string(choice.dropped);

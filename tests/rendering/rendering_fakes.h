@@ -17,6 +17,10 @@
 
 namespace zelvane::test {
 
+constexpr CMTime ms(std::int64_t milliseconds) {
+    return {milliseconds, 1000};
+}
+
 /// The monotonic clock and all timers on it, cranked by hand.
 class FakeTime {
   public:

@@ -3,6 +3,8 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -98,6 +100,11 @@ fs::path madeClip(const std::string& name, const std::vector<std::string>& argum
     fs::rename(unfinished, clip);
     std::ofstream(recipeFile) << recipe;
     return clip;
+}
+
+fs::path madeClip(const std::string& name, const std::string& arguments) {
+    std::istringstream words(arguments);
+    return madeClip(name, std::vector<std::string>(std::istream_iterator<std::string>(words), {}));
 }
 
 TemporaryFolder::TemporaryFolder() {

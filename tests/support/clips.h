@@ -17,6 +17,8 @@ std::optional<std::filesystem::path> sharedMediaFolder();
 /// A clip that ffmpeg makes once per build folder: `ffmpeg <arguments> <name>`. Safe to ask for
 /// from several test programs at once. Throws with ffmpeg's own words when it cannot be made.
 std::filesystem::path madeClip(const std::string& name, const std::vector<std::string>& arguments);
+/// The same, of arguments that hold no blanks and stand in one line.
+std::filesystem::path madeClip(const std::string& name, const std::string& arguments);
 
 /// A folder that is removed, with what is in it, when this goes.
 class TemporaryFolder {

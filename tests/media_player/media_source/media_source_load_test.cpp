@@ -27,7 +27,7 @@ using test::written;
 using Case = MediaSource::LoadError::Case;
 
 /// Two seconds of picture, two sounds and two subtitles, with all that a track can say of itself.
-fs::path film() {
+fs::path fullFilm() {
     // The text itself stands in the command: no file that another test could be rewriting.
     const std::string subtitles = "data:text/plain,1\n00:00:00,200 --> 00:00:00,900\nOne\n\n"
                                   "2\n00:00:01,100 --> 00:00:01,900\nTwo\n";
@@ -78,9 +78,9 @@ fs::path film() {
 }
 
 TEST(MediaSourceLoad, aFilmHasItsTracksInStreamOrder) {
-    const auto source = openSource(film());
+    const auto source = openSource(fullFilm());
     EXPECT_EQ(source->mediaType(), MediaType::video);
-    EXPECT_EQ(source->url(), URL::fromPath(film()));
+    EXPECT_EQ(source->url(), URL::fromPath(fullFilm()));
     EXPECT_EQ(source->startTime(), kCMTimeZero);
     EXPECT_NEAR(source->duration().seconds(), 2, 0.05);
     EXPECT_TRUE(std::regex_match(
@@ -169,9 +169,10 @@ TEST(MediaSourceLoad, whatIsNoMediaFailsWithItsOwnReason) {
         state = state * 1664525 + 1013904223;
         byte = static_cast<char>(state >> 24);
     }
-    const fs::path onlyData = test::madeClip(
-        "only-data.mkv", {"-f", "lavfi", "-i", "color=s=16x16:d=1:r=5", "-attach", film().string(),
-                          "-metadata:s:t:0", "mimetype=application/octet-stream", "-c:v", "mjpeg"});
+    const fs::path onlyData =
+        test::madeClip("only-data.mkv", {"-f", "lavfi", "-i", "color=s=16x16:d=1:r=5", "-attach",
+                                         fullFilm().string(), "-metadata:s:t:0",
+                                         "mimetype=application/octet-stream", "-c:v", "mjpeg"});
     std::string unknownCodec = test::bytesOf(onlyData);
     unknownCodec.replace(unknownCodec.find("V_MJPEG"), 7, "V_XJPEG");
     const fs::path noDuration = test::madeClip(
@@ -318,7 +319,7 @@ TEST(MediaSourceLoad, inTheBackgroundOneHandlerIsCalled) {
             [&](const auto& error) { outcome.set_value(std::string(error.caseName())); });
         return outcome.get_future().get();
     };
-    EXPECT_EQ(load(URL::fromPath(film())).substr(0, 7), "loaded ");
+    EXPECT_EQ(load(URL::fromPath(fullFilm())).substr(0, 7), "loaded ");
     EXPECT_EQ(load(URL::fromPath("/nowhere")), "failedToOpenURL");
     ASSERT_TRUE(dispatch::waitForQuiescence(std::chrono::seconds(5)));
 }

@@ -66,12 +66,7 @@ void PrintTo(const Clip& clip, std::ostream* stream) {
 }
 
 std::filesystem::path made(const Clip& clip) {
-    std::vector<std::string> words;
-    std::istringstream stream(clip.arguments);
-    for (std::string word; stream >> word;) {
-        words.push_back(word);
-    }
-    return madeClip(clip.name, words);
+    return madeClip(clip.name, std::string(clip.arguments));
 }
 
 /// A provider of the picture alone, over a real file.

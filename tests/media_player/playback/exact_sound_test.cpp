@@ -8,7 +8,6 @@
 #include <future>
 #include <limits>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -77,7 +76,7 @@ Sound decodedStraight(MediaSource& source, const std::shared_ptr<AudioTrack>& tr
     return sound;
 }
 
-struct Clip {
+struct SoundClip {
     const char* name;
     const char* arguments;
     /// How much of the sound two decodes of the same packets may differ by: 60 dB below it, which
@@ -90,20 +89,16 @@ struct Clip {
 /// A place that is off by more than a sample leaves twice the sound.
 constexpr double kNoiseFilled = 0.4;
 
-void PrintTo(const Clip& clip, std::ostream* stream) {
+void PrintTo(const SoundClip& clip, std::ostream* stream) {
     *stream << clip.name;
 }
 
-std::filesystem::path made(const Clip& clip) {
-    std::vector<std::string> words{"-f", "lavfi", "-i", "testsrc2=s=64x48:r=25:d=8"};
-    std::istringstream stream(clip.arguments);
-    for (std::string word; stream >> word;) {
-        words.push_back(word);
-    }
-    return madeClip(clip.name, words);
+std::filesystem::path made(const SoundClip& clip) {
+    return madeClip(clip.name,
+                    std::string("-f lavfi -i testsrc2=s=64x48:r=25:d=8 ") + clip.arguments);
 }
 
-class ExactSound : public testing::TestWithParam<Clip> {};
+class ExactSound : public testing::TestWithParam<SoundClip> {};
 
 /// The mean square of what is left when the two are laid on each other, as a part of the sound.
 double difference(const Sound& left, std::int64_t leftPlace, const Sound& right,
@@ -164,7 +159,7 @@ TEST_P(ExactSound, ofASeekIsThatOfAStraightDecode) {
 #define NOISE44                                                                                    \
     "-f lavfi -i anoisesrc=d=8:a=0.3:r=44100:seed=7 -c:v libx264 -preset ultrafast -g 75 "
 
-const Clip kClips[] = {
+const SoundClip kSoundClips[] = {
     {"sound-aac.mp4", NOISE44 "-c:a aac -aac_pns 0"},
     {"sound-aac.mkv", NOISE48 "-c:a aac -aac_pns 0"},
     {"sound-aac.ts", NOISE48 "-c:a aac -aac_pns 0"},
@@ -193,7 +188,7 @@ const Clip kClips[] = {
     {"sound-tta.tta", NOISE44 "-map 1 -c:a tta"},
 };
 
-INSTANTIATE_TEST_SUITE_P(clips, ExactSound, testing::ValuesIn(kClips), [](const auto& test) {
+INSTANTIATE_TEST_SUITE_P(clips, ExactSound, testing::ValuesIn(kSoundClips), [](const auto& test) {
     std::string name = test.param.name;
     std::replace_if(
         name.begin(), name.end(), [](char c) { return std::isalnum(c) == 0; }, '_');

@@ -259,9 +259,9 @@ TEST(ExternalSubtitlesDataProvider, withoutATrackItShowsNothingAndStillAnswers) 
 }
 
 /// A provider on a time line of packets, for what real files do not do on demand.
-class FailingFile {
+class ScriptedSide {
   public:
-    explicit FailingFile(std::string_view packets)
+    explicit ScriptedSide(std::string_view packets)
         : source(std::make_shared<FakePacketSource>(tracks, packets, "", kCMTimeZero, ms(9000))),
           provider(std::make_shared<ExternalSubtitlesDataProvider>(source, renderer)) {}
 
@@ -289,7 +289,7 @@ class FailingFile {
 };
 
 TEST(ExternalSubtitlesDataProvider, aDamagedPacketIsAGapInTheLines) {
-    FailingFile file("p100+50 p200!+50 p300+50");
+    ScriptedSide file("p100+50 p200!+50 p300+50");
     file.tracks.primaryDecoder->failsAtEnd = true;
     file.select();
     EXPECT_THAT(file.renderer->held(), ElementsAre(100, 300));
@@ -299,7 +299,7 @@ TEST(ExternalSubtitlesDataProvider, aDamagedPacketIsAGapInTheLines) {
 }
 
 TEST(ExternalSubtitlesDataProvider, aFailedReadEndsTheReadingUntilTheNextSeek) {
-    FailingFile file("p100+50 p200+50");
+    ScriptedSide file("p100+50 p200+50");
     file.source->failsReads = true;
     file.select();
     EXPECT_THAT(file.renderer->held(), IsEmpty());
@@ -312,7 +312,7 @@ TEST(ExternalSubtitlesDataProvider, aFailedReadEndsTheReadingUntilTheNextSeek) {
 }
 
 TEST(ExternalSubtitlesDataProvider, aFailedSeekIsLoggedAndAnswered) {
-    FailingFile file("p100+50");
+    ScriptedSide file("p100+50");
     file.select();
     file.source->failsSeeks = true;
     file.seek(500);
@@ -321,7 +321,7 @@ TEST(ExternalSubtitlesDataProvider, aFailedSeekIsLoggedAndAnswered) {
 }
 
 TEST(ExternalSubtitlesDataProviderDeath, aTrackOfTheMediaItselfIsRefused) {
-    FailingFile file("p100+50");
+    ScriptedSide file("p100+50");
     testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_DEATH(
         {

@@ -139,7 +139,7 @@ class Row {
     CVPixelBufferRef picture_;
 };
 
-constexpr double kTolerance = 1.5;
+constexpr double kShaperTolerance = 1.5;
 /// A table of the profile is interpolated by another one.
 constexpr double kTableTolerance = 2;
 
@@ -162,10 +162,10 @@ TEST(RasterConverterICC, aScreenOfCurvesAndMatrixIsMatched) {
         return worstError(row.shownOn(bytesOf(display.get())),
                           row.expected(sRGB.get(), display.get()));
     };
-    EXPECT_LE(error(shaperProfile(2.2)), kTolerance);
-    EXPECT_LE(error(shaperProfile(1.8)), kTolerance);
-    EXPECT_LE(error(shaperProfile(2.2, 2.4)), kTolerance) << "no curve for all channels";
-    EXPECT_LE(error(Profile(cmsCreate_sRGBProfile())), kTolerance) << "no power";
+    EXPECT_LE(error(shaperProfile(2.2)), kShaperTolerance);
+    EXPECT_LE(error(shaperProfile(1.8)), kShaperTolerance);
+    EXPECT_LE(error(shaperProfile(2.2, 2.4)), kShaperTolerance) << "no curve for all channels";
+    EXPECT_LE(error(Profile(cmsCreate_sRGBProfile())), kShaperTolerance) << "no power";
 }
 
 TEST(RasterConverterICC, aPictureWithAProfileOfCurvesAndMatrixIsMatched) {
@@ -173,7 +173,8 @@ TEST(RasterConverterICC, aPictureWithAProfileOfCurvesAndMatrixIsMatched) {
     const Profile sRGB(cmsCreate_sRGBProfile());
     Row row;
     row.setProfile(bytesOf(source.get()));
-    EXPECT_LE(worstError(row.shownOn({}), row.expected(source.get(), sRGB.get())), kTolerance);
+    EXPECT_LE(worstError(row.shownOn({}), row.expected(source.get(), sRGB.get())),
+              kShaperTolerance);
 }
 
 TEST(RasterConverterICC, tablesOnEitherSideAreMatched) {
