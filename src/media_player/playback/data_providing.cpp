@@ -6,7 +6,9 @@
 namespace zelvane {
 
 void NullSubtitlesDataProvider::perform(bool /*cancelling*/, dispatch::Task task) {
-    task();
+    // Not here and now: what is asked for may wait for another queue, which may wait for the
+    // caller.
+    dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async(std::move(task));
 }
 
 void NullSubtitlesDataProvider::seek(const CMTime& /*time*/, bool /*shouldProvideData*/,

@@ -33,7 +33,7 @@ class SubtitlesDataProvider : public DataProviding {
     virtual void setSubtitlesTrack(const std::shared_ptr<SubtitlesTrack>& track) = 0;
 };
 
-/// Where no side files are read: everything is done as soon as it is asked for.
+/// Where no side files are read: does nothing, and is done with it at once.
 class NullSubtitlesDataProvider final : public SubtitlesDataProvider {
   public:
     void perform(bool cancelling, dispatch::Task task) override;

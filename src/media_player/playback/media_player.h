@@ -200,9 +200,13 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     void beginPostSeekOperation();
     void performPostSeekOperation();
 
-    void willChangeSubtitlesTrack(Subtitles& subtitles, const std::shared_ptr<SubtitlesTrack>& old);
+    /// The provider of the old track counts in `leaving` until it is done; that of the new one
+    /// waits for it.
+    void willChangeSubtitlesTrack(Subtitles& subtitles, const std::shared_ptr<SubtitlesTrack>& old,
+                                  const dispatch::Group& leaving);
     void didChangeSubtitlesTrack(SubtitlesPosition position,
-                                 const std::shared_ptr<SubtitlesTrack>& track);
+                                 const std::shared_ptr<SubtitlesTrack>& track,
+                                 const dispatch::Group& leaving);
     void selectionDidChange(bool hasTrack, std::string_view notification);
 
     const MediaPlayerEnvironment environment_;

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <cstddef>
 #include <utility>
 
 #include "media_player/playback/media_player.h"
@@ -17,6 +18,12 @@ void performCancelling(const std::shared_ptr<Provider>& provider, Work work) {
 }
 
 constexpr auto kNothing = [](const auto&) {};
+
+/// Keeps `group` entered until the work that holds this is gone, whether it ran or not.
+std::shared_ptr<void> membership(const dispatch::Group& group) {
+    group.enter();
+    return {nullptr, [group](std::nullptr_t) { group.leave(); }};
+}
 
 SubtitlesPosition otherPosition(SubtitlesPosition position) {
     return position == SubtitlesPosition::primary ? SubtitlesPosition::secondary
@@ -67,11 +74,15 @@ void MediaPlayer::setSelectedSubtitlesTrack(SubtitlesPosition position,
                                             std::shared_ptr<SubtitlesTrack> track) {
     const bool hasTrack = track != nullptr;
     Subtitles& subtitles = at(position);
+    // Two providers may share a renderer, each on a queue of its own. The one that goes has to be
+    // done before the other begins, or it clears what the other has shown. Work waits only for work
+    // that was handed to its queue earlier, so no circle can form.
+    const dispatch::Group leaving;
     const auto willChange = [&](const std::shared_ptr<SubtitlesTrack>& oldTrack) {
-        willChangeSubtitlesTrack(subtitles, oldTrack);
+        willChangeSubtitlesTrack(subtitles, oldTrack, leaving);
     };
     const auto didChange = [&](const std::shared_ptr<SubtitlesTrack>& newTrack) {
-        didChangeSubtitlesTrack(position, newTrack);
+        didChangeSubtitlesTrack(position, newTrack, leaving);
     };
     if (subtitles.selectedTrack.compareAndChange(std::move(track), willChange, didChange)) {
         selectionDidChange(hasTrack, subtitles.notification);
@@ -79,30 +90,30 @@ void MediaPlayer::setSelectedSubtitlesTrack(SubtitlesPosition position,
 }
 
 void MediaPlayer::willChangeSubtitlesTrack(Subtitles& subtitles,
-                                           const std::shared_ptr<SubtitlesTrack>& old) {
-    if (!old) {
-        // Nobody shows anything here. To tell the one that reads along with the video all the same
-        // could take from the display what a side file has already shown in its place.
-        return;
-    }
-    if (old->isExternal()) {
-        performCancelling(subtitles.dataProvider, [](SubtitlesDataProvider& provider) {
+                                           const std::shared_ptr<SubtitlesTrack>& old,
+                                           const dispatch::Group& leaving) {
+    const auto member = membership(leaving);
+    if (old && old->isExternal()) {
+        performCancelling(subtitles.dataProvider, [member](SubtitlesDataProvider& provider) {
             provider.setSubtitlesTrack(nullptr);
         });
         return;
     }
     const auto setEmbeddedTrack = subtitles.setEmbeddedTrack;
-    performCancelling(visualDataProvider_, [setEmbeddedTrack](VisualDataProvider& provider) {
-        (provider.*setEmbeddedTrack)(nullptr);
-    });
+    performCancelling(visualDataProvider_,
+                      [member, setEmbeddedTrack](VisualDataProvider& provider) {
+                          (provider.*setEmbeddedTrack)(nullptr);
+                      });
 }
 
 void MediaPlayer::didChangeSubtitlesTrack(SubtitlesPosition position,
-                                          const std::shared_ptr<SubtitlesTrack>& track) {
+                                          const std::shared_ptr<SubtitlesTrack>& track,
+                                          const dispatch::Group& leaving) {
     if (!track || !track->isExternal()) {
+        const auto setEmbeddedTrack = at(position).setEmbeddedTrack;
         performCancelling(visualDataProvider_,
-                          [track, setEmbeddedTrack =
-                                      at(position).setEmbeddedTrack](VisualDataProvider& provider) {
+                          [track, setEmbeddedTrack, leaving](VisualDataProvider& provider) {
+                              leaving.wait();
                               (provider.*setEmbeddedTrack)(track);
                           });
         return;
@@ -113,7 +124,8 @@ void MediaPlayer::didChangeSubtitlesTrack(SubtitlesPosition position,
         setSelectedSubtitlesTrack(other, nullptr);
         return;
     }
-    performCancelling(at(position).dataProvider, [track](SubtitlesDataProvider& provider) {
+    performCancelling(at(position).dataProvider, [track, leaving](SubtitlesDataProvider& provider) {
+        leaving.wait();
         provider.setSubtitlesTrack(track);
     });
 }

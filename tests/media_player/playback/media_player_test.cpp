@@ -2,6 +2,7 @@
 #include "media_player/playback/media_player.h"
 
 #include <atomic>
+#include <future>
 #include <mutex>
 
 #include <gmock/gmock.h>
@@ -53,15 +54,23 @@ class FakeRouting final : public NowPlayingRegistry, public AudioRoutingOwnershi
 
 class FakeExternalProvider final : public SubtitlesDataProvider {
   public:
-    void perform(bool /*cancelling*/, dispatch::Task task) override { task(); }
+    void perform(bool /*cancelling*/, dispatch::Task task) override {
+        queue_->async(std::move(task));
+    }
     void seek(const CMTime& /*time*/, bool /*shouldProvideData*/,
               const std::shared_ptr<dispatch::Queue>& queue, dispatch::Task completion) override {
         queue->async(std::move(completion));
     }
     void setSubtitlesTrack(const std::shared_ptr<SubtitlesTrack>& track) override {
         tracks.push_back(track);
+        onChange(track);
     }
     std::vector<std::shared_ptr<SubtitlesTrack>> tracks;
+    /// Called on the provider's queue.
+    std::function<void(const std::shared_ptr<SubtitlesTrack>&)> onChange = [](const auto&) {};
+
+  private:
+    const std::shared_ptr<dispatch::Queue> queue_ = dispatch::makeSerialQueue("side");
 };
 
 class ExternalTrack final : public SubtitlesTrack {
@@ -81,9 +90,11 @@ class FakePictureInPicture final : public PictureInPictureControlling {
 
 class MediaPlayerTest : public testing::Test {
   protected:
-    void makePlayer(CMTime duration = ms(kDuration)) {
+    void
+    makePlayer(CMTime duration = ms(kDuration),
+               std::string_view visual = "5000k 5040 5080 5120 5160 5200k 5240 5280 5320 5360") {
         source_ = std::make_shared<FakePacketSource>(
-            tracks_, "5000k 5040 5080 5120 5160 5200k 5240 5280 5320 5360",
+            tracks_, visual,
             "5000k 5020k 5040k 5060k 5080k 5100k 5120k 5140k 5160k 5180k 5200k 5220k", ms(kStart),
             duration);
         std::shared_ptr<MediaPlayer> made;
@@ -529,17 +540,54 @@ TEST_F(MediaPlayerTest, aSideFileThatMovesLeavesItsOldPlaceAndIsNotLoaded) {
     makePlayer();
     const auto track = std::make_shared<ExternalTrack>();
     player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, track);
+    main_.settle();
     EXPECT_THAT(bottomProvider_->tracks, ElementsAre(track));
     player_->setSelectedSubtitlesTrack(SubtitlesPosition::secondary, track);
+    main_.settle();
     EXPECT_THAT(bottomProvider_->tracks, ElementsAre(track, nullptr));
     EXPECT_THAT(topProvider_->tracks, IsEmpty());
     EXPECT_EQ(player_->selectedSubtitlesTrack(SubtitlesPosition::primary), nullptr);
     EXPECT_EQ(player_->selectedSubtitlesTrack(SubtitlesPosition::secondary), track);
     player_->setSelectedSubtitlesTrack(SubtitlesPosition::secondary, tracks_.secondary);
-    EXPECT_THAT(topProvider_->tracks, ElementsAre(nullptr));
     main_.settle();
+    EXPECT_THAT(topProvider_->tracks, ElementsAre(nullptr));
     EXPECT_THAT(notifications(), Contains("selectedPrimarySubtitlesTrackDidChange").Times(2));
     EXPECT_THAT(notifications(), Contains("selectedSecondarySubtitlesTrackDidChange").Times(2));
+}
+
+TEST_F(MediaPlayerTest, whoFeedsAPlaceNextWaitsUntilTheLastHasClearedIt) {
+    makePlayer(ms(kDuration), "5000k p5040+300 5040 5080 5120 5160 5200k 5240 5280 5320 5360");
+    const auto side = std::make_shared<ExternalTrack>();
+    bottomProvider_->onChange = [this](const auto& track) {
+        bottom_->removeAllSubtitles();
+        if (track) {
+            dispatch::mainQueue()->async([this] {
+                bottom_->addSubtitlesFrame(
+                    std::make_shared<const SubtitlesFrame>(SubtitlesFrame{ms(5020), ms(5300), {}}));
+            });
+        }
+    };
+    const auto waitingFor = [](std::promise<void>& gate) {
+        return [opened = gate.get_future().share()] { opened.wait(); };
+    };
+    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, tracks_.primary);
+    main_.settle();
+    ASSERT_THAT(bottom_->shown(), ElementsAre(5040));
+
+    std::promise<void> picturesGate;
+    source_->visualTracksQueue()->async(waitingFor(picturesGate));
+    seek(0);
+    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, side);
+    picturesGate.set_value();
+    main_.settle();
+    EXPECT_THAT(bottom_->shown(), ElementsAre(5020));
+
+    std::promise<void> sideGate;
+    bottomProvider_->perform(false, waitingFor(sideGate));
+    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, tracks_.primary);
+    sideGate.set_value();
+    main_.settle();
+    EXPECT_THAT(bottom_->shown(), ElementsAre(5040));
 }
 
 TEST_F(MediaPlayerTest, bothPlacesMayChangeFromTwoThreadsAtOnce) {
