@@ -187,14 +187,17 @@ TEST(PlayerProgram, aFileThatIsNoFilmIsToldInAnAlert) {
 
 /// A document in this program, and what its window shows.
 class DocumentTest : public testing::Test {
-  protected:
+  public:
     DocumentTest() { dispatch::setMainQueue(std::make_shared<QtMainQueue>()); }
     ~DocumentTest() override {
         document_ = nullptr;
         test::runUntil([] { return dispatch::waitForQuiescence(std::chrono::milliseconds(5)); });
         dispatch::setMainQueue(nullptr);
     }
+    DocumentTest(const DocumentTest&) = delete;
+    DocumentTest& operator=(const DocumentTest&) = delete;
 
+  protected:
     /// A film of one colour with two subtitles all along, of languages that nobody is expected to
     /// prefer, 640 by 360.
     void openFilm() {

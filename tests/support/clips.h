@@ -41,4 +41,4 @@ class TemporaryFolder {
     if (!folder##Found) {                                                                          \
         GTEST_SKIP() << "SKIPPED: the shared media folder is not here";                            \
     }                                                                                              \
-    const std::filesystem::path& folder = *folder##Found
+    const std::filesystem::path& folder = *folder##Found // NOLINT(bugprone-macro-parentheses)

@@ -38,6 +38,12 @@ inline float apply(const float factors[3], float offset, float a, float b, float
     return factors[0] * a + factors[1] * b + factors[2] * c + offset;
 }
 
+/// The nearest whole number to one that is not negative. The library's own rounding is not
+/// vectorised.
+inline std::int32_t nearest(float value) {
+    return static_cast<std::int32_t>(value + 0.5F); // NOLINT(bugprone-incorrect-roundings)
+}
+
 /// What a screen of BT.1886 with its contrast of 1000 takes off a code, beside one of sRGB: up to
 /// 2.2 of 255 at code 9 and nothing at 0 and above 33. Lines through it, within 0.35.
 inline float shadowDip(float code) {
@@ -50,12 +56,11 @@ inline std::uint32_t pixelOf(std::int32_t red, std::int32_t green, std::int32_t 
 
 template <bool withDip>
 inline std::int32_t pixelValue(const float factors[3], float offset, float a, float b, float c) {
-    constexpr float kHalf = 0.5F;
     float code = cut(apply(factors, offset, a, b, c), 255.0F);
     if constexpr (withDip) {
         code -= shadowDip(code);
     }
-    return static_cast<std::int32_t>(code + kHalf);
+    return nearest(code);
 }
 
 template <bool withDip>
@@ -78,13 +83,13 @@ ZELVANE_INLINED void mixToPixels(const Channels16& in, const Affine& affine, std
 
 inline std::uint16_t rootCode(const float factors[3], float steps, float a, float b, float c) {
     const float light = cut(apply(factors, 0.0F, a, b, c), 1.0F);
-    return static_cast<std::uint16_t>(static_cast<std::int32_t>(std::sqrt(light) * steps + 0.5F));
+    return static_cast<std::uint16_t>(nearest(std::sqrt(light) * steps));
 }
 
 inline std::uint16_t wholeCode(const float factors[3], float offset, float limit, float a, float b,
                                float c) {
     const float code = cut(apply(factors, offset, a, b, c), limit);
-    return static_cast<std::uint16_t>(static_cast<std::int32_t>(code + 0.5F));
+    return static_cast<std::uint16_t>(nearest(code));
 }
 
 /// Promises about parameters reach the vectoriser, those about local variables do not.
@@ -140,7 +145,7 @@ inline std::int32_t sRGBCode(const float factors[3], float a, float b, float c) 
         -16.5957338F +
         root * (50.9881733F + root * (283.582873F + root * (-82.4750789F + root * 19.5055866F)));
     const float code = light < 0.0031308F ? 255 * 12.92F * light : curved;
-    return static_cast<std::int32_t>(code + 0.5F);
+    return nearest(code);
 }
 
 ZELVANE_INLINED void mixToSRGB(const float* __restrict first, const float* __restrict second,
@@ -165,7 +170,7 @@ ZELVANE_INLINED float codeOnCurve(const RootCurve& curve, float root) {
 
 ZELVANE_INLINED std::int32_t pixelOnCurve(const RootCurve& curve, float light) {
     const float root = std::sqrt(std::sqrt(cut(light, 1.0F)));
-    return static_cast<std::int32_t>(codeOnCurve(curve, root) + 0.5F);
+    return nearest(codeOnCurve(curve, root));
 }
 
 ZELVANE_INLINED void mixToCurve(const float* __restrict first, const float* __restrict second,
@@ -188,7 +193,7 @@ ZELVANE_INLINED void mixToCurve(const float* __restrict first, const float* __re
 /// The square root of a product of light and factor, as a code.
 inline std::uint16_t productRoot(float light, float factor, float steps) {
     const float root = std::sqrt(cut(light * factor, 1.0F)) * steps;
-    return static_cast<std::uint16_t>(static_cast<std::int32_t>(root + 0.5F));
+    return static_cast<std::uint16_t>(nearest(root));
 }
 
 ZELVANE_INLINED void scaleToRootCodes(const float* __restrict first, const float* __restrict second,
@@ -199,8 +204,7 @@ ZELVANE_INLINED void scaleToRootCodes(const float* __restrict first, const float
     const LuminanceGain by = gain;
     for (std::size_t i = 0; i < count; ++i) {
         const float luminance = cut(apply(by.weights, 0.0F, first[i], second[i], third[i]), 1.0F);
-        const float factor =
-            by.table[static_cast<std::int32_t>(std::sqrt(luminance) * by.steps + 0.5F)];
+        const float factor = by.table[nearest(std::sqrt(luminance) * by.steps)];
         red[i] = productRoot(first[i], factor, steps);
         green[i] = productRoot(second[i], factor, steps);
         blue[i] = productRoot(third[i], factor, steps);

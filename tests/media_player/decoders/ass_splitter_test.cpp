@@ -108,9 +108,10 @@ TEST(ASSSplitter, endlessInputCostsTimeInProportionAndBoundedMemory) {
     const std::string blanks(1U << 20U, ' ');
     const std::string lines(1U << 20U, '\n');
     for (const std::string& filling : {longLine, commas, blanks, lines}) {
-        const std::string script = "[V4+ Styles]\nFormat: " + filling + "\nStyle: " + filling +
-                                   "\n[Events]\nDialogue: 0,0:00:00.00,1,Default,,0,0,0,," +
-                                   filling + "\n[Script Info]\nPlayResX:" + filling + "7\n";
+        const auto script = fmt::format(
+            "[V4+ Styles]\nFormat: {0}\nStyle: {0}\n[Events]\n"
+            "Dialogue: 0,0:00:00.00,1,Default,,0,0,0,,{0}\n[Script Info]\nPlayResX:{0}7\n",
+            filling);
         const auto splitter = ASSSplitter::make(script);
         ASSERT_NE(splitter, nullptr);
         EXPECT_EQ(splitter->styles().size(), 1U);
