@@ -3,7 +3,9 @@
 
 #include <utility>
 
+#include "core_media/ffmpeg_handles.h"
 #include "core_media/ffmpeg_pixel_format.h"
+#include "core_media/picture_memory.h"
 
 namespace zelvane {
 namespace {
@@ -114,13 +116,11 @@ void CVPixelBuffer::removeAttachment(std::string_view key) {
 
 /// The pool's memory; buffers hold it through FFmpeg's pool, which counts references itself.
 struct CVPixelBufferPool::Memory {
-    using UninitPool = ffmpeg::FreeByAddress<av_buffer_pool_uninit>;
-
     CVPixelBufferPoolAttributes attributes;
     /// Offsets in place of addresses.
     CVPixelBuffer::Geometry geometry;
     std::array<std::size_t, 4> offsets{};
-    std::unique_ptr<AVBufferPool, UninitPool> pool;
+    ffmpeg::BufferPool pool;
 };
 
 CVPixelBufferPool::CVPixelBufferPool(std::shared_ptr<Memory> memory) : memory_(std::move(memory)) {}
@@ -166,7 +166,8 @@ CVReturn CVPixelBufferPool::create(CVPixelBufferPoolAttributes attributes,
         total += (rowBytes * rows + 63) & ~std::size_t{63};
     }
     // Vector instructions of converters read and write a little past the last row.
-    memory->pool.reset(av_buffer_pool_init(total + AV_INPUT_BUFFER_PADDING_SIZE, nullptr));
+    memory->pool.reset(
+        av_buffer_pool_init(total + AV_INPUT_BUFFER_PADDING_SIZE, allocatePictureMemory));
     if (memory->pool == nullptr) {
         return kCVReturnAllocationFailed;
     }

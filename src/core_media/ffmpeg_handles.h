@@ -23,6 +23,7 @@ struct FreeObject {
     }
 };
 
+using BufferPool = std::unique_ptr<AVBufferPool, FreeByAddress<av_buffer_pool_uninit>>;
 using BufferRef = std::unique_ptr<AVBufferRef, FreeByAddress<av_buffer_unref>>;
 using CodecContext = std::unique_ptr<AVCodecContext, FreeByAddress<avcodec_free_context>>;
 using CodecParameters = std::unique_ptr<AVCodecParameters, FreeByAddress<avcodec_parameters_free>>;

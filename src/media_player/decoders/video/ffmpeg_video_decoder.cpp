@@ -55,21 +55,24 @@ const AVCodec* findVideoDecoder(const AVStream& stream) {
 }
 
 /// On `device`, or in software without one.
-ffmpeg::CodecContext makeOpenContext(const AVStream& stream, ffmpeg::BufferRef device) {
+ffmpeg::CodecContext makeOpenContext(const AVStream& stream, PictureAllocator& pictures,
+                                     ffmpeg::BufferRef device) {
     const AVCodec* codec = findVideoDecoder(stream);
     auto context = makeDecoderContext(*stream.codecpar, codec, stream.time_base);
     context->get_format = device ? getFormatOnHardware : getFormatInSoftware;
     context->hw_device_ctx = device.release();
     context->thread_count = threadCount();
     context->thread_type = kThreadType;
+    pictures.serve(*context);
     openDecoder(codec, *context);
     return context;
 }
 
 /// Null where the hardware cannot do it: software always can.
-ffmpeg::CodecContext makeHardwareContext(const AVStream& stream, VideoDecodingHardware& hardware) {
+ffmpeg::CodecContext makeHardwareContext(const AVStream& stream, PictureAllocator& pictures,
+                                         VideoDecodingHardware& hardware) {
     try {
-        return makeOpenContext(stream, hardware.makeHardwareDeviceContext());
+        return makeOpenContext(stream, pictures, hardware.makeHardwareDeviceContext());
     } catch (const Error& error) {
         logMessage("Failed to initialize VideoToolbox FFmpeg context: {}",
                    errorDescriptionText(error));
@@ -87,8 +90,9 @@ FFmpegVideoDecoder::FFmpegVideoDecoder(const AVStream& stream)
     : FFmpegVideoDecoder(stream, systemHardware()) {}
 
 FFmpegVideoDecoder::FFmpegVideoDecoder(const AVStream& stream, VideoDecodingHardware& hardware)
-    : streamTimeBase_(stream.time_base), softwareDecoderContext_(makeOpenContext(stream, nullptr)),
-      hardwareDecoderContext_(makeHardwareContext(stream, hardware)),
+    : streamTimeBase_(stream.time_base),
+      softwareDecoderContext_(makeOpenContext(stream, *pictures_, nullptr)),
+      hardwareDecoderContext_(makeHardwareContext(stream, *pictures_, hardware)),
       decoderContext_(hardwareDecoderContext_ ? hardwareDecoderContext_.get()
                                               : softwareDecoderContext_.get()),
       decodedFrame_(checkedFFmpegAllocation(av_frame_alloc())),

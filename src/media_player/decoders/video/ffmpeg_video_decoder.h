@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <memory>
 #include <optional>
 
 #include "core_media/ffmpeg_handles.h"
 #include "media_player/decoders/common/media_decoder.h"
 #include "media_player/decoders/common/media_type.h"
+#include "media_player/decoders/video/picture_allocator.h"
 #include "media_player/decoders/video/video_decoding_hardware.h"
 #include "media_player/decoders/video/video_frame_packager.h"
 
@@ -48,6 +50,8 @@ class FFmpegVideoDecoder final : public CoreMediaCompatibleDecoder {
     void countFailure();
 
     AVRational streamTimeBase_;
+    /// The contexts have its address.
+    std::unique_ptr<PictureAllocator> pictures_ = std::make_unique<PictureAllocator>();
     ffmpeg::CodecContext softwareDecoderContext_;
     /// Null where no hardware device could be made.
     ffmpeg::CodecContext hardwareDecoderContext_;
