@@ -9,10 +9,6 @@
 namespace zelvane {
 namespace {
 
-/// Of x86-64, and of ARM with pages of 4 KiB. Where they are larger none is found, and nothing
-/// lost.
-constexpr std::size_t kHugePage = std::size_t{2} << 20;
-
 std::size_t roundedUp(std::size_t value, std::size_t unit) {
     return (value + unit - 1) / unit * unit;
 }

@@ -12,9 +12,6 @@ namespace {
 constexpr int kRowAlignment = 64;
 /// Vector instructions read and write a little past the end of a plane.
 constexpr std::size_t kBehindPlane = 128;
-/// Smaller pictures have nothing to gain.
-constexpr std::size_t kSmallest = std::size_t{1} << 20;
-
 std::size_t aligned(std::size_t size) {
     return (size + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
 }
@@ -99,7 +96,8 @@ int PictureAllocator::layOut(AVCodecContext& context, const AVFrame& frame, Layo
 int PictureAllocator::place(AVCodecContext& context, AVFrame& frame) {
     Layout layout;
     const int status = layOut(context, frame, layout);
-    if (status < 0 || layout.size < kSmallest) {
+    // Smaller pictures have nothing to gain.
+    if (status < 0 || layout.size < kHugePage) {
         return AVERROR(EINVAL);
     }
     auto block = takeBlock(layout);

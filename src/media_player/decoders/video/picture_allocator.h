@@ -10,9 +10,8 @@
 namespace zelvane {
 
 /// Gives software decoders the memory for their pictures: one block each, of
-/// allocatePictureMemory(), which is used again once nobody holds the picture. Motion is followed
-/// through whole pictures, so decoding itself gains by huge pages. What is small or of an unusual
-/// kind libavcodec lays out.
+/// allocatePictureMemory(), which is used again once nobody holds the picture. What is too small
+/// for a huge page, or of an unusual kind, libavcodec lays out.
 class PictureAllocator {
   public:
     /// From before the context is opened; must outlive it. Takes its opaque pointer.
