@@ -227,9 +227,7 @@ def bench_open(count):
 def bench_sound(count):
     if under_xvfb("sound", count):
         return
-    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
-                    "sound-in-step"], check=True, stdout=subprocess.DEVNULL)
-    meter = str(ROOT / "build" / "release" / "benchmarks" / "sound-in-step")
+    meter = built("sound-in-step")
     clicks = str(made("clicks.mkv", [FLASHES, CLICKS], EXACT))
     tone = str(made("tone.mkv", ["color=black:s=320x180:r=30:d=30", TONE.format(seconds=30)],
                     EXACT))

@@ -7,8 +7,6 @@
 #include <cstdlib>
 #include <string>
 
-#include <fcntl.h>
-
 #include "fuzz/fuzz_target.h"
 #include "fuzz/support/memory_file.h"
 #include "media_player/media_source/media_source.h"
