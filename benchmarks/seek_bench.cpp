@@ -70,13 +70,6 @@ class Session {
                         [this](std::shared_ptr<MediaPlayer> player) { player_ = player; });
         waitUntil([this] { return player_ != nullptr && frames_->count() > 0; });
     }
-    ~Session() {
-        player_ = nullptr;
-        loop_.drain();
-    }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-
     Json seek(double seconds) {
         return timed([&] {
             player_->seekTo(CMTime::fromSeconds(seconds, 90000), dispatch::mainQueue(),
@@ -154,6 +147,14 @@ class Session {
 
 class Bench {
   public:
+    Bench() = default;
+    ~Bench() {
+        session_.reset();
+        loop_->drain();
+    }
+    Bench(const Bench&) = delete;
+    Bench& operator=(const Bench&) = delete;
+
     Json answer(const std::string& line) {
         std::istringstream words(line);
         std::string command;

@@ -43,7 +43,8 @@ void DataProvider::seek(const CMTime& time, bool shouldProvideData,
             seekTracks(time);
         }
         if (shouldProvideData) {
-            provideWhileReady();
+            while (provideIfReady()) {
+            }
         }
     }
     completionQueue->async(std::move(completion));
@@ -60,27 +61,32 @@ void DataProvider::setDecoder(CoreMediaCompatibleDecoder* decoder) {
 
 void DataProvider::requestMediaData() {
     renderer_->requestMediaDataWhenReady(queue_, [weakSelf = weak_from_this()] {
-        if (const auto self = weakSelf.lock()) {
-            self->pull();
+        // Held for a packet at a time: nothing is read ahead for a player that has gone.
+        bool goesOn = true;
+        while (goesOn) {
+            const auto self = weakSelf.lock();
+            goesOn = self && self->pull();
         }
     });
 }
 
-void DataProvider::pull() {
-    if (feed_) {
-        provideWhileReady();
-    } else {
+bool DataProvider::pull() {
+    if (!feed_) {
         stopRequestingMediaData();
+        return false;
     }
+    return provideIfReady();
 }
 
-void DataProvider::provideWhileReady() {
-    while (renderer_->isReadyForMoreMediaData() && !shouldCancelProvideFunction_.load()) {
-        if (provideNext() == Feeding::isOver) {
-            stopRequestingMediaData();
-            return;
-        }
+bool DataProvider::provideIfReady() {
+    if (!renderer_->isReadyForMoreMediaData() || shouldCancelProvideFunction_.load()) {
+        return false;
     }
+    const bool isOver = provideNext() == Feeding::isOver;
+    if (isOver) {
+        stopRequestingMediaData();
+    }
+    return !isOver;
 }
 
 } // namespace zelvane

@@ -55,8 +55,9 @@ class DataProvider : public DataProviding, public std::enable_shared_from_this<D
     const std::unique_ptr<DecodeFeed>& feed() const { return feed_; }
 
   private:
-    void pull();
-    void provideWhileReady();
+    /// Both say whether to go on.
+    bool pull();
+    bool provideIfReady();
 
     std::shared_ptr<QueuedSampleBufferRendering> renderer_;
     std::shared_ptr<dispatch::Queue> queue_;

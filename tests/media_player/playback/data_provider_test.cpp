@@ -14,6 +14,9 @@ using testing::IsEmpty;
 
 using Times = std::vector<std::int64_t>;
 
+constexpr std::size_t kManyPackets = 2000;
+constexpr int kInterruptedRead = 100;
+
 class DataProviderTest : public testing::Test {
   protected:
     void makeSource(std::string_view visual, std::string_view audio, std::size_t delay = 0) {
@@ -24,6 +27,15 @@ class DataProviderTest : public testing::Test {
     void makeAudioProvider(std::size_t capacity = 1000) {
         renderer_ = std::make_shared<FakeRenderer>(capacity);
         audio_ = std::make_shared<AudioDataProvider>(source_, renderer_);
+    }
+    /// Room for all of them, too.
+    void makeManyPackets() {
+        std::string packets;
+        for (std::size_t i = 0; i < kManyPackets; ++i) {
+            packets += fmt::format("{}k ", i * 20);
+        }
+        makeSource("", packets);
+        makeAudioProvider(100'000);
     }
     void makeVisualProvider(std::size_t capacity = 1000) {
         renderer_ = std::make_shared<FakeRenderer>(capacity);
@@ -128,13 +140,7 @@ TEST_F(DataProviderTest, aFailedSeekGoesOnFromWhereTheFileStands) {
 }
 
 TEST_F(DataProviderTest, whatComesNextWaitsForOnePacketAtMost) {
-    std::string endless;
-    for (int i = 0; i < 2000; ++i) {
-        endless += fmt::format("{}k ", i * 20);
-    }
-    makeSource("", endless);
-    makeAudioProvider(100'000);
-    constexpr int kInterruptedRead = 100;
+    makeManyPackets();
     int readsWhenPerformed = 0;
     int reads = 0;
     source_->onAudioRead = [&](int count) {
@@ -145,7 +151,21 @@ TEST_F(DataProviderTest, whatComesNextWaitsForOnePacketAtMost) {
     };
     selectAudio();
     EXPECT_EQ(readsWhenPerformed, kInterruptedRead);
-    EXPECT_EQ(renderer_->queued().size(), 2000U);
+    EXPECT_EQ(renderer_->queued().size(), kManyPackets);
+}
+
+TEST_F(DataProviderTest, nothingIsReadAheadForAPlayerThatHasGone) {
+    makeManyPackets();
+    int reads = 0;
+    source_->onAudioRead = [&](int count) {
+        reads = count;
+        if (count == kInterruptedRead) {
+            audio_.reset();
+        }
+    };
+    selectAudio();
+    EXPECT_EQ(reads, kInterruptedRead);
+    EXPECT_FALSE(renderer_->isRequesting());
 }
 
 TEST_F(DataProviderTest, aTrackThatIsDeselectedIsFedNoMore) {
