@@ -40,6 +40,8 @@ void SeekAnswer::finish() {
 void SeekAnswer::take(const CMSampleBufferRef& picture) {
     state_ = State::found;
     receiver_(picture);
+    // A picture may be 25 MB.
+    before_ = nullptr;
 }
 
 } // namespace zelvane

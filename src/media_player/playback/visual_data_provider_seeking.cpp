@@ -112,7 +112,7 @@ bool VisualDataProvider::enqueueRecent(const CMTime& time) {
 }
 
 bool VisualDataProvider::decodeOn(const CMTime& time) {
-    const CMSampleBufferRef newest = recent_.newest();
+    CMSampleBufferRef newest = recent_.newest();
     if (!newest || feed()->isFinished() || newest->presentationTimeStamp() > time) {
         return false;
     }
@@ -128,7 +128,8 @@ bool VisualDataProvider::decodeOn(const CMTime& time) {
     }
     displayLayer_->flush();
     SeekAnswer answer = makeAnswer(time, true);
-    answer.add(newest);
+    // Not held longer than it may be the answer.
+    answer.add(std::exchange(newest, nullptr));
     decodeUntilAnswered(packets, answer);
     return true;
 }
