@@ -76,16 +76,17 @@ class Mpv(Player):
     """With the options that make it exact and alone: no output, no settings, no hardware."""
     name = "mpv"
 
-    def __init__(self, folder, threads):
+    def __init__(self, folder, threads, options=()):
         path = str(pathlib.Path(folder) / f"mpv-{os.getpid()}.sock")
         self.process = subprocess.Popen(
             ["mpv", "--no-config", "--idle=yes", "--really-quiet", "--vo=null", "--ao=null",
              "--hr-seek=yes", "--hwdec=no", f"--vd-lavc-threads={threads}", "--pause",
-             "--keep-open=yes", f"--input-ipc-server={path}"],
+             "--keep-open=yes", f"--input-ipc-server={path}", *options],
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         self.socket = socket.socket(socket.AF_UNIX)
         self.changed = threading.Condition()
         self.events = []
+        self.answers = []
         self.connect(path)
         threading.Thread(target=self.listen, daemon=True).start()
 
@@ -101,9 +102,12 @@ class Mpv(Player):
 
     def listen(self):
         for line in self.socket.makefile():
-            event = json.loads(line).get("event")
+            message = json.loads(line)
             with self.changed:
-                self.events.append(event)
+                if "event" in message:
+                    self.events.append(message["event"])
+                elif message.get("request_id"):
+                    self.answers.append(message.get("data"))
                 self.changed.notify_all()
 
     def send(self, *command):
@@ -133,6 +137,16 @@ class Mpv(Player):
 
     def seek(self, target):
         return self.waited("seek", target, "absolute+exact")
+
+    def position(self):
+        """Where the picture stands that is shown."""
+        with self.changed:
+            self.answers.clear()
+        order = {"command": ["get_property", "time-pos"], "request_id": 1}
+        self.socket.sendall((json.dumps(order) + "\n").encode())
+        with self.changed:
+            self.changed.wait_for(lambda: self.answers, PATIENCE)
+            return self.answers[0]
 
     def step_back(self):
         return self.waited("frame-back-step")
