@@ -164,7 +164,7 @@ class Stress {
 class SeekStress : public testing::Test {
   protected:
     SeekStress() { dispatch::setMainQueue(main_); }
-    ~SeekStress() override {
+    void TearDown() override {
         main_->runUntil([] { return dispatch::waitForQuiescence(std::chrono::milliseconds(5)); },
                         std::chrono::seconds(5));
         dispatch::setMainQueue(nullptr);

@@ -45,7 +45,7 @@ class Shelf final : public SubtitlesRenderer {
     void setVideoDimensions(const VideoDimensions& /*dimensions*/) override {}
 
     SubtitlesFrameRef takeFirst() {
-        const SubtitlesFrameRef first = held_.front();
+        SubtitlesFrameRef first = std::move(held_.front());
         held_.pop_front();
         tellCount();
         return first;
@@ -76,7 +76,7 @@ std::string textOf(const SubtitlesFrameRef& frame) {
 class SideFile : public testing::Test {
   protected:
     SideFile() { dispatch::setMainQueue(main_); }
-    ~SideFile() override {
+    void TearDown() override {
         player_ = nullptr;
         main_->runUntil([] { return dispatch::waitForQuiescence(std::chrono::milliseconds(5)); },
                         std::chrono::seconds(5));

@@ -198,8 +198,10 @@ TEST(SynchronizerThreads, callsFromAllSidesKeepTheClockWhole) {
     std::atomic<int> fired{0};
     const auto kept =
         synchronizer.addPeriodicTimeObserver(CMTime(1, 1), queue, [&](const CMTime&) { ++fired; });
+    constexpr int kThreads = 4;
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
+    threads.reserve(kThreads);
+    for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             for (int i = 0; i < 200; ++i) {
                 const auto token = synchronizer.addPeriodicTimeObserver(

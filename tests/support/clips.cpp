@@ -41,6 +41,7 @@ int runFFmpeg(const std::vector<std::string>& arguments, const fs::path& log) {
     std::vector<std::string> all{"ffmpeg", "-nostdin", "-hide_banner", "-v", "error", "-y"};
     all.insert(all.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
+    argv.reserve(all.size() + 1);
     for (auto& argument : all) {
         argv.push_back(argument.data());
     }
@@ -84,7 +85,7 @@ fs::path madeClip(const std::string& name, const std::vector<std::string>& argum
     for (const auto& argument : arguments) {
         recipe += argument + '\n';
     }
-    const fs::path clip = folder / name;
+    fs::path clip = folder / name;
     const fs::path recipeFile = folder / (name + ".recipe");
     const FileLock lock(folder / (name + ".lock"));
     if (fs::exists(clip) && contents(recipeFile) == recipe) {

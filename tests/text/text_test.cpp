@@ -71,8 +71,10 @@ TEST(FontCatalog, alwaysHasAFontForTextWithoutSerifs) {
 
 TEST(FontCatalog, answersManyThreadsAndManyNames) {
     const FontCatalog catalog;
+    constexpr std::size_t kThreads = 4;
     std::vector<std::future<int>> threads;
-    for (int thread = 0; thread < 4; ++thread) {
+    threads.reserve(kThreads);
+    for (std::size_t thread = 0; thread < kThreads; ++thread) {
         threads.push_back(std::async(std::launch::async, [&catalog, thread] {
             int found = 0;
             for (int i = 0; i < 700; ++i) {

@@ -38,7 +38,7 @@ void forEachBuffer(TrackReader& reader, const Range& range, const Show& show) {
     if (range.from) {
         reader.seek(*range.from);
     }
-    for (double shown = 0; shown < range.count; ++shown) {
+    for (std::uint64_t shown = 0; static_cast<double>(shown) < range.count; ++shown) {
         const auto buffer = reader.next();
         if (buffer == nullptr) {
             return;

@@ -355,7 +355,7 @@ TEST_F(ASSDecoderTest, endlessChangesOfLooksCostBoundedMemory) {
 TEST_F(ASSDecoderTest, aHeaderThatFailsFailsTheDecoder) {
     const auto made = [&](const std::string& header, ASSHeaderOrigin origin) -> std::string {
         try {
-            ASSDecoder(header, origin, styling_);
+            const ASSDecoder decoder(header, origin, styling_);
             return "made";
         } catch (const ASSDecodingError& error) {
             return error.what();

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "core_media/ffmpeg_error.h"
@@ -94,10 +95,11 @@ TEST(PictureAllocator, picturesAreThoseOfTheLibraryInOneBlockEach) {
         {"rawvideo", "pal8", "1922x1082", false},     {"libx264", "yuv420p", "640x360", false},
     };
     for (const auto& [codec, format, size, isServed] : cases) {
-        SCOPED_TRACE(codec + " " + format + " " + size);
-        const auto clip = madeClip("pictures_" + codec + "_" + format + "_" + size + ".nut",
-                                   "-f lavfi -i testsrc2=r=25:d=0.4:s=" + size + " -c:v " + codec +
-                                       " -pix_fmt " + format);
+        SCOPED_TRACE(fmt::format("{} {} {}", codec, format, size));
+        const auto clip =
+            madeClip(fmt::format("pictures_{}_{}_{}.nut", codec, format, size),
+                     fmt::format("-f lavfi -i testsrc2=r=25:d=0.4:s={} -c:v {} -pix_fmt {}", size,
+                                 codec, format));
         const Decoded expected = decode(clip, nullptr, 1);
         ASSERT_EQ(expected.pictures.size(), 10U);
         for (const int threads : kThreadCounts) {

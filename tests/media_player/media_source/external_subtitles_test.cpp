@@ -144,12 +144,12 @@ TEST(ExternalSubtitles, picturesThatComeInPiecesAreFoundWholeByASeek) {
     ASSERT_EQ(answer.tracks.size(), 1U);
     auto& track = *answer.tracks.front();
     const auto& source = track.externalMediaSource();
-    for (const auto& [target, start] : {std::pair(3.5, 3.0), {1.5, 1.0}, {0.5, 1.0}}) {
+    for (const auto& [seconds, start] : {std::pair(3.5, 3.0), {1.5, 1.0}, {0.5, 1.0}}) {
+        const auto target = CMTime::fromSeconds(seconds, 1000);
         track.decoder().flush();
         std::vector<double> pictures;
         source->visualTracksQueue()->sync([&] {
-            source->seekVisual(nullptr, {track.externalMediaSourceTrack()},
-                               CMTime::fromSeconds(target, 1000));
+            source->seekVisual(nullptr, {track.externalMediaSourceTrack()}, target);
             while (const auto packet =
                        source->readVisualPacket(nullptr, {track.externalMediaSourceTrack()})) {
                 for (const auto& frame : track.decoder().decode(*packet->packet)) {
@@ -159,7 +159,7 @@ TEST(ExternalSubtitles, picturesThatComeInPiecesAreFoundWholeByASeek) {
                 }
             }
         });
-        EXPECT_NE(std::find(pictures.begin(), pictures.end(), start), pictures.end()) << target;
+        EXPECT_NE(std::find(pictures.begin(), pictures.end(), start), pictures.end()) << seconds;
     }
 }
 

@@ -349,7 +349,7 @@ TEST_F(MediaPlayerTest, whatIsAskedForDuringASeekHoldsAfterIt) {
         std::function<void()> during;
         float rateAfter;
     };
-    for (const auto& [playsBefore, during, rateAfter] : std::initializer_list<Case>{
+    for (const auto& each : std::initializer_list<Case>{
              {true, [&] {}, 1},
              {false, [&] {}, 0},
              {true, [&] { player_->pause(); }, 0},
@@ -358,13 +358,13 @@ TEST_F(MediaPlayerTest, whatIsAskedForDuringASeekHoldsAfterIt) {
              {true, [&] { player_->setDesiredPlaybackRate(2); }, 2},
              {false, [&] { player_->setDesiredPlaybackRate(1); }, 0},
          }) {
-        onQueue([&] { playsBefore ? player_->play() : player_->pause(); });
+        onQueue([&] { each.playsBefore ? player_->play() : player_->pause(); });
         beginHeldSeek(40);
-        onQueue(during);
+        onQueue(each.during);
         EXPECT_EQ(clock_->rate(), 0);
         endHeldSeek();
-        EXPECT_EQ(clock_->rate(), rateAfter);
-        EXPECT_EQ(rate(), rateAfter);
+        EXPECT_EQ(clock_->rate(), each.rateAfter);
+        EXPECT_EQ(rate(), each.rateAfter);
     }
 }
 

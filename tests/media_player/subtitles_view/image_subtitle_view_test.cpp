@@ -136,7 +136,7 @@ ImageSubtitle pictureOf(QSize size, const CGRect& frame, std::optional<VideoDime
     CVPixelBuffer::Geometry geometry{kCVPixelFormatType_32BGRA, size.width(), size.height(), 1, {}};
     geometry.planes[0] = {image->bits(), static_cast<std::size_t>(image->bytesPerLine()),
                           size.width(), size.height()};
-    return {CVPixelBuffer::overMemory(geometry, image), frame, std::move(dimensions)};
+    return {CVPixelBuffer::overMemory(geometry, image), frame, dimensions};
 }
 
 /// The view painted on `ground`, as a screen with that ratio would show it.

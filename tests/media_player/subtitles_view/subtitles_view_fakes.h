@@ -51,7 +51,8 @@ inline std::string nameOf(const SubtitleView& view) {
     return dynamic_cast<const FakeSubtitleView&>(view).name();
 }
 
-inline SubtitleViewFactory fakeViews(std::shared_ptr<FakeSubtitleView::Counts> counts = nullptr) {
+inline SubtitleViewFactory
+fakeViews(const std::shared_ptr<FakeSubtitleView::Counts>& counts = nullptr) {
     const auto prefix = [](bool isPrimary) {
         return isPrimary ? std::string() : std::string("top ");
     };

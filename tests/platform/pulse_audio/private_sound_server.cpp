@@ -32,6 +32,7 @@ std::string nullSink(const std::string& name) {
 
 std::vector<char*> pointers(std::vector<std::string>& strings) {
     std::vector<char*> all;
+    all.reserve(strings.size() + 1);
     for (auto& string : strings) {
         all.push_back(string.data());
     }

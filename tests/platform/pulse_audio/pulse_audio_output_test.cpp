@@ -169,7 +169,7 @@ class PulseAudio : public testing::Test {
             worst = std::max(worst, late(*nearest));
         }
         const auto underruns = player.renderer->statistics().underruns;
-        const auto wanted = static_cast<std::size_t>(last - first + 1);
+        const auto wanted = static_cast<std::size_t>(last - first) + 1;
         EXPECT_LE(worst, 20);
         EXPECT_GE(heard.size(), 1U);
         EXPECT_GE(heard.size() + underruns, wanted);

@@ -123,10 +123,10 @@ class Row {
             cmsCreateTransform(from, TYPE_BGR_DBL, to, TYPE_BGR_DBL, INTENT_RELATIVE_COLORIMETRIC,
                                cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE));
         std::vector<double> codes;
-        for (int x = 0; x < kWidth; ++x) {
+        for (std::size_t at = 0; at < 4 * kWidth; at += 4) {
             double color[3];
-            for (int i = 0; i < 3; ++i) {
-                color[i] = (*pixels_)[static_cast<std::size_t>(4 * x + i)] / 255.0;
+            for (std::size_t i = 0; i < 3; ++i) {
+                color[i] = pixels_->at(at + i) / 255.0;
             }
             cmsDoTransform(transform.get(), color, color, 1);
             codes.insert(codes.end(), color, color + 3);

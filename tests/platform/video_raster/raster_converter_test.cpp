@@ -77,7 +77,7 @@ class Picture {
         : coding_(coding), width_(width), height_(height),
           buffer_(makePixelBuffer(coding.format, width, height)) {
         for (int channel = 0; channel < 3; ++channel) {
-            values_[channel].resize(static_cast<std::size_t>(widthOf(channel) * heightOf(channel)));
+            values_[channel].resize(index(channel, 0, heightOf(channel)));
         }
     }
 
@@ -122,13 +122,15 @@ class Picture {
     int heightOf(int channel) const {
         return channel == 0 ? height_ : (height_ + coding_.down - 1) / coding_.down;
     }
-    int& at(int channel, int x, int y) {
-        return values_[channel][static_cast<std::size_t>(y * widthOf(channel) + x)];
+    std::size_t index(int channel, int x, int y) const {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(widthOf(channel)) +
+               static_cast<std::size_t>(x);
     }
+    int& at(int channel, int x, int y) { return values_[channel][index(channel, x, y)]; }
     int at(int channel, int x, int y) const {
         const int column = std::clamp(x, 0, widthOf(channel) - 1);
         const int row = std::clamp(y, 0, heightOf(channel) - 1);
-        return values_[channel][static_cast<std::size_t>(row * widthOf(channel) + column)];
+        return values_[channel][index(channel, column, row)];
     }
     double sampled(int channel, double x, double y) const {
         const int left = static_cast<int>(std::floor(x));
