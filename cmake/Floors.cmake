@@ -25,11 +25,9 @@ if(ZELVANE_SANITIZE)
     # For each program, as the linker would leave it out of a library: nobody refers to it.
     set(ZELVANE_SANITIZER_RULES "${CMAKE_SOURCE_DIR}/cmake/sanitizers.cpp")
 endif()
-if(CMAKE_UNITY_BUILD)
-    # A source that is included by another one looks like a header, and its neighbours' names are
-    # in scope.
-    target_compile_options(zelvane_options INTERFACE -Wno-subobject-linkage -Wno-shadow)
-endif()
+# In a batch a source looks like a header, and its neighbours' names are in scope.
+target_compile_options(zelvane_options INTERFACE
+    "$<$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>:-Wno-subobject-linkage;-Wno-shadow>")
 
 # zelvane_floor(<folder below src> [QT] [LINKS <targets...>])
 # Makes the target zelvane::<last part of the folder's name> of all sources in the folder.

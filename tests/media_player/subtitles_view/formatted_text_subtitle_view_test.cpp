@@ -25,8 +25,8 @@ using Alignment = SubtitleTextStyle::Alignment;
 
 // Of DejaVu Sans, in its 2048 units to the em.
 constexpr double kUnitsPerEm = 2048;
-constexpr double kAscent = 1901;
-constexpr double kLineHeight = 1901 + 483;
+constexpr double kAscentInUnits = 1901;
+constexpr double kLineHeightInUnits = 1901 + 483;
 constexpr double kAdvanceOfH = 1540;
 constexpr double kHeightOfH = 1493;
 constexpr double kLeftOfH = 201;
@@ -38,7 +38,7 @@ constexpr SRGBColor kYellow{1, 0.9, 0.2, 1};
 constexpr SRGBColor kBlueShadow{0, 0, 0.5, 0.8};
 
 /// A picture in which a unit of the text is a pixel, and the letters are 100 high.
-constexpr QSizeF kSize(1600, 1000);
+constexpr QSizeF kViewSize(1600, 1000);
 constexpr double kFontSize = 100;
 
 double units(double ofFont) {
@@ -72,18 +72,19 @@ FormattedTextSubtitle subtitle(const AttributedString& text,
     return {std::make_shared<const AttributedString>(text), ofStyle};
 }
 
-QImage picture(const FormattedTextSubtitle& ofSubtitle, bool isPrimary = true, QSizeF size = kSize,
-               QColor ground = Qt::black, qreal devicePixelRatio = 1) {
+QImage picture(const FormattedTextSubtitle& ofSubtitle, bool isPrimary = true,
+               QSizeF size = kViewSize, QColor ground = Qt::black, qreal devicePixelRatio = 1) {
     FormattedTextSubtitleView view(ofSubtitle, isPrimary);
     return pictureOf(view, size, ground, devicePixelRatio);
 }
 
 TEST(FormattedTextSubtitleView, thePrimaryStandsOnTheBottomMarginAndTheSecondaryHangsFromTheTop) {
     const FormattedTextSubtitle text = subtitle("H", style());
-    const double height = std::ceil(units(kLineHeight));
+    const double height = std::ceil(units(kLineHeightInUnits));
     for (const bool isPrimary : {true, false}) {
         const Ink ink = inkOf(picture(text, isPrimary), test::isLight);
-        const double baseline = (isPrimary ? kSize.height() - 50 - height : 40) + units(kAscent);
+        const double baseline =
+            (isPrimary ? kViewSize.height() - 50 - height : 40) + units(kAscentInUnits);
         EXPECT_NEAR(ink.bottom(), baseline, 1) << isPrimary;
         EXPECT_NEAR(ink.top(), baseline - units(kHeightOfH), 1) << isPrimary;
     }
@@ -91,7 +92,7 @@ TEST(FormattedTextSubtitleView, thePrimaryStandsOnTheBottomMarginAndTheSecondary
 
 TEST(FormattedTextSubtitleView, theBlockIsAlignedAndLinesAreCentredInACentredBlock) {
     const double wide = std::ceil(units(4 * kAdvanceOfH));
-    const double space = kSize.width() - 30 - 20;
+    const double space = kViewSize.width() - 30 - 20;
     struct Case {
         Alignment alignment;
         double longLine;
@@ -106,7 +107,7 @@ TEST(FormattedTextSubtitleView, theBlockIsAlignedAndLinesAreCentredInACentredBlo
     };
     for (const Case& c : cases) {
         const QImage image = picture(subtitle("HHHH\nH", style(c.alignment)));
-        const int boundary = static_cast<int>(kSize.height() - 50 - units(kLineHeight));
+        const int boundary = static_cast<int>(kViewSize.height() - 50 - units(kLineHeightInUnits));
         const Ink first = inkOf(image, test::isLight, QRect(0, 0, image.width(), boundary));
         const Ink second = inkOf(image, test::isLight,
                                  QRect(0, boundary, image.width(), image.height() - boundary));
@@ -126,8 +127,8 @@ FormattedTextSubtitle everything() {
 }
 
 TEST(FormattedTextSubtitleView, aPictureTwiceTheSizeHasAllTwiceTheSizeButTheCorners) {
-    const QImage once = picture(everything(), true, kSize / 2);
-    const QImage twice = picture(everything(), true, kSize);
+    const QImage once = picture(everything(), true, kViewSize / 2);
+    const QImage twice = picture(everything(), true, kViewSize);
     for (const auto& passes : {test::ColorTest(test::isLight), test::ColorTest(test::isRed),
                                test::ColorTest(test::isGreen), test::ColorTest(test::isBlue)}) {
         const Ink small = inkOf(once, passes);
@@ -250,7 +251,7 @@ TEST(FormattedTextSubtitleView, aBlurIsAsWideInEveryPictureAndKeepsTheWeightOfTh
     EXPECT_NEAR(weight(soft) / weight(sharp), 1, 0.02);
     EXPECT_LE(reach(sharp), 1);
     EXPECT_NEAR(reach(soft), 5, 2);
-    EXPECT_NEAR(reach(picture(subtitle("H", blurred), false, kSize / 2)), reach(soft), 1);
+    EXPECT_NEAR(reach(picture(subtitle("H", blurred), false, kViewSize / 2)), reach(soft), 1);
 }
 
 TEST(FormattedTextSubtitleView, eachPassLiesOverTheOneBefore) {
@@ -284,7 +285,7 @@ TEST(FormattedTextSubtitleView, aBackgroundIsPaintedOnceUnderEverything) {
     text.append("H\u05d0H\nHHH", look);
     const QImage image = picture(subtitle(text));
     const Ink ink = inkOf(image, [](QColor c) { return c != QColor(Qt::black); });
-    EXPECT_NEAR(ink.bounds.height(), 2 * units(kLineHeight), 2);
+    EXPECT_NEAR(ink.bounds.height(), 2 * units(kLineHeightInUnits), 2);
     const Ink uneven = inkOf(image, [](QColor c) {
         return c != QColor(0, 0, 128) && c != QColor(0, 0, 127) && c != QColor(Qt::black);
     });
@@ -301,9 +302,9 @@ TEST(FormattedTextSubtitleView, theBoxLiesBehindTheTextAndReachesBeyondIt) {
     const QImage image = picture(subtitle("HH", boxed));
     const Ink box = inkOf(image, [](QColor c) { return c.green() >= 128; });
     EXPECT_EQ(box.bounds.width(), std::ceil(units(2 * kAdvanceOfH)) + 30);
-    EXPECT_EQ(box.bounds.height(), std::ceil(units(kLineHeight)) + 50);
+    EXPECT_EQ(box.bounds.height(), std::ceil(units(kLineHeightInUnits)) + 50);
     // The margin is the box's.
-    EXPECT_EQ(box.bottom(), kSize.height() - 50);
+    EXPECT_EQ(box.bottom(), kViewSize.height() - 50);
     EXPECT_GT(inkOf(image, [](QColor c) { return c == QColor(Qt::white); }).count, 1000);
 }
 
@@ -315,7 +316,7 @@ TEST(FormattedTextSubtitleView, linesUnderAndThroughTextHaveTheirOwnColors) {
     look.strikethroughColor = kBlue;
     look.kern = 10;
     const QImage image = picture(subtitle(AttributedString("HHH", look)), false);
-    const double baseline = 40 + units(kAscent);
+    const double baseline = 40 + units(kAscentInUnits);
     const double width = units(3 * kAdvanceOfH) + 30;
     const Ink underline = inkOf(image, test::isRed);
     EXPECT_NEAR(underline.top(), baseline + units(40), 1);
@@ -384,18 +385,18 @@ TEST(FormattedTextSubtitleView, emojiKeepTheirColors) {
 }
 
 TEST(FormattedTextSubtitleView, finerScreensShowTheSameMoreFinely) {
-    const QImage coarse = picture(everything(), true, kSize / 2, Qt::black, 1);
-    const QImage fine = picture(everything(), true, kSize / 2, Qt::black, 2);
-    const QImage large = picture(everything(), true, kSize, Qt::black, 1);
+    const QImage coarse = picture(everything(), true, kViewSize / 2, Qt::black, 1);
+    const QImage fine = picture(everything(), true, kViewSize / 2, Qt::black, 2);
+    const QImage large = picture(everything(), true, kViewSize, Qt::black, 1);
     const Ink letters = inkOf(fine, test::isLight);
     EXPECT_NEAR(letters.left(), 2 * inkOf(coarse, test::isLight).left(), 2);
     // Every line as sharp as in a picture of as many pixels.
     EXPECT_NEAR(letters.count, inkOf(large, test::isLight).count, 10);
 
     FormattedTextSubtitleView view(everything(), true);
-    view.setSize(kSize / 2, 2);
+    view.setSize(kViewSize / 2, 2);
     const QRectF rect = view.paintedRect();
-    view.setSize(kSize / 2, 1);
+    view.setSize(kViewSize / 2, 1);
     EXPECT_NEAR(rect.left(), view.paintedRect().left(), 1);
     EXPECT_NEAR(rect.bottom(), view.paintedRect().bottom(), 1);
 }
@@ -425,7 +426,7 @@ TEST(FormattedTextSubtitleView, nothingIsPaintedOutsideOfWhatItTells) {
     soft.textAttributes.underlyingTextAttributes.shadow = TextShadow{{30, 10}, 9, kRed};
     for (const auto& shown : {everything(), subtitle("gjpq\u00c5", soft)}) {
         FormattedTextSubtitleView view(shown, true);
-        const QImage image = pictureOf(view, kSize);
+        const QImage image = pictureOf(view, kViewSize);
         const Ink ink = inkOf(image, [](QColor c) { return c != QColor(Qt::black); });
         ASSERT_GT(ink.count, 0);
         EXPECT_TRUE(view.paintedRect().contains(QRectF(ink.bounds)));
@@ -641,7 +642,7 @@ TEST(FormattedTextSubtitleView, noSizeIsTooStrange) {
         }
     }
     // And it is itself again.
-    view.setSize(kSize, 1);
+    view.setSize(kViewSize, 1);
     EXPECT_GT(view.paintedRect().height(), 100);
 }
 
@@ -650,11 +651,11 @@ TEST(FormattedTextSubtitleView, anEmptyTextShowsNothing) {
     boxed.overlayStyle = {{10, 10}, 0, kGreen};
     for (const char* text : {"", "\n", " ", "\u200b"}) {
         FormattedTextSubtitleView empty(subtitle(text, boxed), true);
-        empty.setSize(kSize, 1);
+        empty.setSize(kViewSize, 1);
         EXPECT_TRUE(empty.paintedRect().isEmpty()) << text;
     }
     FormattedTextSubtitleView none({nullptr, style()}, true);
-    none.setSize(kSize, 1);
+    none.setSize(kViewSize, 1);
     EXPECT_TRUE(none.paintedRect().isEmpty());
 }
 

@@ -32,7 +32,7 @@ namespace fs = std::filesystem;
 using test::Ink;
 using test::inkOf;
 
-constexpr QSize kSize(1280, 720);
+constexpr QSize kFrameSize(1280, 720);
 /// Neither light as letters nor dark as outlines are.
 const QColor kGround(0, 0, 120);
 /// libass makes what a font calls its ascent and descent together as high as the size says, and not
@@ -105,12 +105,12 @@ std::vector<FormattedTextSubtitle> subtitlesAt(const fs::path& path, double time
 }
 
 QImage ourPicture(const fs::path& path, double time) {
-    QImage image(kSize, QImage::Format_RGB32);
+    QImage image(kFrameSize, QImage::Format_RGB32);
     image.fill(kGround);
     QPainter painter(&image);
     for (const FormattedTextSubtitle& subtitle : subtitlesAt(path, time)) {
         FormattedTextSubtitleView view(subtitle, true);
-        view.setSize(kSize, 1);
+        view.setSize(kFrameSize, 1);
         view.paint(painter);
     }
     return image;
@@ -119,7 +119,7 @@ QImage ourPicture(const fs::path& path, double time) {
 QImage pictureOfLibass(const fs::path& path, double time) {
     const std::string ground =
         fmt::format("color=0x{:02x}{:02x}{:02x}:s={}x{}:r=10,format=bgr0", kGround.red(),
-                    kGround.green(), kGround.blue(), kSize.width(), kSize.height());
+                    kGround.green(), kGround.blue(), kFrameSize.width(), kFrameSize.height());
     const std::string filter =
         fmt::format("setpts=PTS+{}/TB,subtitles=filename='{}':force_style='FontName={}'", time,
                     path.string(), kFamily);
@@ -180,7 +180,7 @@ std::optional<fs::path> comparisonFolder() {
 /// Differences in percent of the picture's height: where the middle lies, where the last line ends,
 /// how wide the text is when libass had as large an em. Then what the outlines and colours are.
 void print(const Script& script, const Measures& ours, const Measures& theirs) {
-    const auto percent = [](double difference) { return 100 * difference / kSize.height(); };
+    const auto percent = [](double difference) { return 100 * difference / kFrameSize.height(); };
     const auto colors = [](const Measures& m) {
         return m.letterColor.name().toStdString() + " " + m.outlineColor.name().toStdString();
     };
@@ -207,7 +207,7 @@ void keep(const Script& script, const QImage& ours, const QImage& theirs) {
 
 TEST(LibassComparison, scriptsLookAlikeWhereBothKeepWhatTheySay) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
-    const double tolerance = kTolerance * kSize.height();
+    const double tolerance = kTolerance * kFrameSize.height();
     for (const Script& script : kScripts) {
         SCOPED_TRACE(script.name);
         const fs::path path = media / "ass-scripts" / script.name;
@@ -239,7 +239,7 @@ TEST(LibassComparison, scriptsThatAskForMoreAreDrawnAllTheSame) {
         // At the bottom, whatever place it asks for.
         const Measures ours = measured(ourImage);
         EXPECT_GT(ours.letters.count, 100);
-        EXPECT_GT(ours.letters.bottom(), 0.5 * kSize.height());
+        EXPECT_GT(ours.letters.bottom(), 0.5 * kFrameSize.height());
     }
 }
 

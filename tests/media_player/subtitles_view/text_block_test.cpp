@@ -21,14 +21,14 @@ constexpr double kWidthOfH = kSize * 1540 / 2048;
 
 constexpr TextBlockLimits kRoomy{1e5, 1e5, 1e4, false};
 
-StringAttributes attributes(double size = kSize) {
+StringAttributes dejaVu(double size = kSize) {
     StringAttributes result;
     result.font = Font{"DejaVu Sans", size, 0};
     return result;
 }
 
 AttributedString plain(std::string_view text) {
-    return {text, attributes()};
+    return {text, dejaVu()};
 }
 
 TextBlock block(std::string_view text, const TextBlockLimits& limits = kRoomy) {
@@ -80,7 +80,7 @@ TEST(TextBlock, aLineIsAsHighAndWideAsItsFontSays) {
 
 TEST(TextBlock, sizesOfAllMagnitudesAreInProportion) {
     for (const double size : {0.5, 3.0, 12.0, 77.7, 1000.0, 30000.0}) {
-        const AttributedString text("HHH", attributes(size));
+        const AttributedString text("HHH", dejaVu(size));
         const TextBlock result = layOutText(text, {1e9, 1e9, 1e9, false});
         EXPECT_NEAR(result.size.width / size, 3 * kWidthOfH / kSize, 0.01) << size;
         EXPECT_NEAR(result.size.height / size, kLineHeight / kSize, 0.01) << size;
@@ -93,7 +93,7 @@ TEST(TextBlock, aSizeThatIsNoneIsTheDefaultOneAndALargeOneIsBounded) {
         double effective;
     };
     for (const Case& c : {Case{0, 12}, Case{-5, 12}, Case{std::nan(""), 12}, Case{1e30, 500}}) {
-        const AttributedString text("HHH", attributes(c.size));
+        const AttributedString text("HHH", dejaVu(c.size));
         const TextBlock result = layOutText(text, {1e9, 1e9, 500, false});
         EXPECT_NEAR(result.size.width / c.effective, 3 * kWidthOfH / kSize, 0.01) << c.size;
     }
@@ -238,7 +238,7 @@ std::vector<double> leftEnds(const AttributedString& string, const TextBlock& bl
 AttributedString inColors(const std::vector<std::string>& pieces) {
     AttributedString string;
     for (const std::string& piece : pieces) {
-        StringAttributes look = attributes();
+        StringAttributes look = dejaVu();
         look.foregroundColor = SRGBColor{static_cast<double>(string.runs().size()), 0, 0, 1};
         string.append(piece, look);
     }
@@ -282,7 +282,7 @@ TEST(TextBlock, aChangeOfColorDoesNotTearLettersApart) {
 }
 
 TEST(TextBlock, spacingIsAddedToEachLetter) {
-    StringAttributes spaced = attributes();
+    StringAttributes spaced = dejaVu();
     spaced.kern = 10;
     const AttributedString text("HHH", spaced);
     EXPECT_NEAR(layOutText(text, kRoomy).size.width, 3 * kWidthOfH + 30, 0.1);
