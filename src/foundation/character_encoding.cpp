@@ -8,6 +8,7 @@
 #include <iconv.h>
 
 #include "foundation/error.h"
+#include "foundation/text.h"
 
 namespace zelvane {
 namespace {
@@ -89,6 +90,22 @@ constexpr std::array<EffectiveName, 10> kEffectiveNames{{
     {"MACROMAN", "MACINTOSH"},
 }};
 
+std::size_t replacementCount(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(kReplacement); at != std::string_view::npos;
+         at = text.find(kReplacement, at + kReplacement.size())) {
+        ++count;
+    }
+    return count;
+}
+
+/// Converters of glibc let numbers above U+10FFFF through.
+void repair(DecodedText& decoded) {
+    const std::size_t before = replacementCount(decoded.text);
+    decoded.text = repairedUTF8(decoded.text);
+    decoded.malformedCount += replacementCount(decoded.text) - before;
+}
+
 } // namespace
 
 std::string effectiveCharacterEncoding(std::string_view encoding) {
@@ -116,6 +133,9 @@ DecodedText decodedText(std::string_view bytes, std::string_view encoding) {
         bytes.remove_prefix(std::min(unitSize(name), bytes.size()));
     }
     converter.finish(decoded.text);
+    if (!isValidUTF8(decoded.text)) {
+        repair(decoded);
+    }
     return decoded;
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/error.h"
+#include "foundation/text.h"
 
 namespace zelvane {
 namespace {
@@ -34,6 +35,17 @@ TEST(CharacterEncoding, whatMeansNothingCostsNoMoreThanItself) {
     EXPECT_EQ(decoded.malformedCount, 2U);
     using namespace std::string_view_literals;
     EXPECT_EQ(decodedText("a\0\0\xd8z\0"sv, "UTF-16LE").text, "a\xef\xbf\xbdz");
+}
+
+TEST(CharacterEncoding, whatIsNoCharacterComesFromNoEncoding) {
+    for (const std::string_view bytes : {"a\xf4\x90\x80\x80z", "a\xf7\xbf\xbf\xbfz",
+                                         "a\xed\xa0\x80z", "a\xfc\x84\x80\x80\x80\x80z"}) {
+        const DecodedText decoded = decodedText(bytes, "UTF-8");
+        EXPECT_TRUE(isValidUTF8(decoded.text));
+        EXPECT_EQ(decoded.text.front(), 'a');
+        EXPECT_EQ(decoded.text.back(), 'z');
+        EXPECT_GE(decoded.malformedCount, 1U);
+    }
 }
 
 TEST(CharacterEncoding, anUnknownNameIsTold) {
