@@ -136,7 +136,7 @@ class PicturePlayer {
         TrackSelection tracks;
         tracks.video = video;
         makeMediaPlayer(environment, source_, tracks, std::nullopt, dispatch::mainQueue(),
-                        [this](std::shared_ptr<MediaPlayer> player) { player_ = player; });
+                        [this](const std::shared_ptr<MediaPlayer>& made) { player_ = made; });
         runUntil([this] { return player_ != nullptr; });
         parts_.displayLayer->setPresenter(pictureView_->presenter());
         pictureView_->addSubtitles(subtitlesView(SubtitlesPosition::primary),
