@@ -39,8 +39,9 @@ def in_turns(players, results, key, action):
 
 
 def is_another_frame(target, position):
-    """Whether what is shown is not the picture of that time; all clips have 30 a second."""
-    return position is None or not target - FRAME - 0.002 < position < target + 0.002
+    """Whether what is shown is neither the picture of that time nor the one next to it, as mpv takes the
+    one behind; all clips have 30 a second."""
+    return position is None or abs(target - position) > FRAME + 0.002
 
 
 def measure(path, duration, program, folder, threads, options=()):
