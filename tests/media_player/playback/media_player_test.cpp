@@ -15,7 +15,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::Gt;
 using testing::IsEmpty;
 using testing::Not;
 
