@@ -9,6 +9,7 @@
 //   back                one frame back                      {"ms", "completedMs"}
 //   drag MS SECONDS...  a target each so many ms            {"shown", "seconds"}: how many of the
 //                                                           targets brought another picture
+//   close               the player ends                     {}
 //   usage                                                   {"cpuSeconds", "peakMemory"}
 
 #include <atomic>
@@ -148,10 +149,7 @@ class Session {
 class Bench {
   public:
     Bench() = default;
-    ~Bench() {
-        session_.reset();
-        loop_->drain();
-    }
+    ~Bench() { close(); }
     Bench(const Bench&) = delete;
     Bench& operator=(const Bench&) = delete;
 
@@ -163,6 +161,10 @@ class Bench {
             std::string file;
             std::getline(words >> std::ws, file);
             return open(file);
+        }
+        if (command == "close") {
+            close();
+            return Json::object();
         }
         if (command == "usage") {
             const auto usage = inspect::ProcessUsage::now();
@@ -183,8 +185,11 @@ class Bench {
     }
 
   private:
-    Json open(const std::string& file) {
+    void close() {
         session_.reset();
+        loop_->drain();
+    }
+    Json open(const std::string& file) {
         const auto begin = Clock::now();
         session_.emplace(file, *loop_);
         return {{"ms", millisecondsSince(begin)}};

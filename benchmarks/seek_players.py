@@ -54,6 +54,7 @@ class Ours(Player):
         return milliseconds if answer["ms"] is not None else None
 
     def open(self, path):
+        self.ask("close")
         return self.waited(f"open {path}")
 
     def seek(self, target):
