@@ -139,15 +139,24 @@ class Mpv(Player):
     def seek(self, target):
         return self.waited("seek", target, "absolute+exact")
 
-    def position(self):
-        """Where the picture stands that is shown."""
+    def ask(self, *command):
         with self.changed:
             self.answers.clear()
-        order = {"command": ["get_property", "time-pos"], "request_id": 1}
+        order = {"command": list(command), "request_id": 1}
         self.socket.sendall((json.dumps(order) + "\n").encode())
         with self.changed:
             self.changed.wait_for(lambda: self.answers, PATIENCE)
             return self.answers[0]
+
+    def position(self):
+        """Where the picture stands that is shown."""
+        return self.ask("get_property", "time-pos")
+
+    def add_subtitles(self, path):
+        """Milliseconds until it has read them."""
+        begin = time.monotonic()
+        self.ask("sub-add", str(path))
+        return (time.monotonic() - begin) * 1000
 
     def step_back(self):
         return self.waited("frame-back-step")
