@@ -19,7 +19,7 @@ class RecentFrames {
     /// Bounded by bytes. While frames only follow each other, as in playback, fewer are kept than
     /// around a seek, where a step back is likely.
     struct Limits {
-        std::size_t bytes = std::size_t{33} << 20;
+        std::size_t bytes = std::size_t{31} << 20;
         std::size_t bytesInPlayback = std::size_t{13} << 20;
         /// After more than this many frames behind a seek's answer playback is taken to go on:
         /// more than a renderer reads ahead while the clock stands.

@@ -148,7 +148,7 @@ TEST(RecentFramesLimits, leaveRoomForStepsBackBesideWhatIsReadAhead) {
     }
     const RecentFrames::Limits limits;
     EXPECT_LE(framesAhead + kInFlight, limits.framesAfterSeek);
-    EXPECT_GE(limits.bytes / kBytesOf1080p, limits.framesAfterSeek + 4);
+    EXPECT_GE(limits.bytes / kBytesOf1080p, limits.framesAfterSeek + 3);
 }
 
 TEST_F(RecentFramesTest, neverHaveAHole) {
