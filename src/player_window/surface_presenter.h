@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -153,17 +155,20 @@ class SurfacePresenter final : public VideoPresenter {
         wake_();
     }
 
+    /// Main thread. A surface that was hidden for a while says nothing about the next frame, and
+    /// one that had to wait, for its window or for other programs, little: the middle one of the
+    /// last.
     void noteDelay(HostDuration delay) {
-        // A surface that was hidden for a while says nothing about the next frame.
         constexpr HostDuration kLongest = std::chrono::milliseconds(100);
-        constexpr std::int64_t kWeight = 8;
         if (delay < HostDuration::zero() || delay > kLongest) {
             return;
         }
-        const auto smoothed = delay_.load(std::memory_order_relaxed);
-        const auto next =
-            smoothed == 0 ? delay.count() : smoothed + (delay.count() - smoothed) / kWeight;
-        delay_.store(next, std::memory_order_relaxed);
+        delays_[delayCount_++ % delays_.size()] = delay;
+        auto sorted = delays_;
+        const auto end = sorted.begin() + std::min(delayCount_, sorted.size());
+        const auto middle = sorted.begin() + (end - sorted.begin() - 1) / 2;
+        std::nth_element(sorted.begin(), middle, end);
+        delay_.store(middle->count(), std::memory_order_relaxed);
     }
 
     const Convert convert_;
@@ -178,6 +183,9 @@ class SurfacePresenter final : public VideoPresenter {
     Content content_;
     std::optional<Delivery> waiting_;
     std::optional<Delivery> drawn_;
+    /// The newest in place of the oldest.
+    std::array<HostDuration, 9> delays_{};
+    std::size_t delayCount_ = 0;
     std::atomic<std::int64_t> delay_{0};
 };
 
