@@ -71,6 +71,7 @@ class Session {
                         [this](std::shared_ptr<MediaPlayer> player) { player_ = player; });
         waitUntil([this] { return player_ != nullptr && frames_->count() > 0; });
     }
+
     Json seek(double seconds) {
         return timed([&] {
             player_->seekTo(CMTime::fromSeconds(seconds, 90000), dispatch::mainQueue(),

@@ -108,7 +108,7 @@ class Mpv(Player):
                 if "event" in message:
                     self.events.append(message["event"])
                 elif message.get("request_id"):
-                    self.answers.append(message.get("data"))
+                    self.answers.append(message)
                 self.changed.notify_all()
 
     def send(self, *command):
@@ -150,12 +150,14 @@ class Mpv(Player):
 
     def position(self):
         """Where the picture stands that is shown."""
-        return self.ask("get_property", "time-pos")
+        return self.ask("get_property", "time-pos").get("data")
 
     def add_subtitles(self, path):
         """Milliseconds until it has read them."""
         begin = time.monotonic()
-        self.ask("sub-add", str(path))
+        answer = self.ask("sub-add", str(path))
+        if answer["error"] != "success":
+            raise RuntimeError(f"mpv cannot read {path}: {answer['error']}")
         return (time.monotonic() - begin) * 1000
 
     def step_back(self):

@@ -69,7 +69,8 @@ def measure(path, duration, program, folder, threads, options=()):
         results[player.name]["peak"] = player.peak_memory()
         player.close()
     results["mpv"]["otherFrames"] = others
-    (folder / f"seeking-{'-'.join([path.name, *options])}.json").write_text(json.dumps(results, indent=1))
+    name = "-".join(["seeking", path.name, *options])
+    (folder / f"{name}.json").write_text(json.dumps(results, indent=1))
     return results
 
 
