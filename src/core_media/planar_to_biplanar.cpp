@@ -1,7 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "core_media/planar_to_biplanar.h"
 
+#include <algorithm>
+
 #include <libyuv.h>
+
+#include "foundation/row_bands.h"
 
 namespace zelvane {
 namespace {
@@ -33,6 +37,33 @@ int sampleDepth(AVPixelFormat format) {
     }
 }
 
+/// Two processors move about all that memory takes; the samples of 1080p are not worth a second one.
+constexpr int kPackers = 2;
+constexpr int kSamplesPerBand = 1 << 21;
+
+/// The first sample of a row.
+std::uint16_t* row(std::uint8_t* plane, int lineSize, int index) {
+    return samples(plane + static_cast<std::ptrdiff_t>(lineSize) * index);
+}
+
+void packBand(const AVFrame& frame, const FFmpegPointers& destination, const RowBand& band) {
+    const int depth = sampleDepth(static_cast<AVPixelFormat>(frame.format));
+    const auto source = [&](int plane, int index) {
+        return row(frame.data[plane], frame.linesize[plane], index);
+    };
+    const auto packed = [&](std::size_t plane, int index) {
+        return row(destination.data[plane], destination.linesize[plane], index);
+    };
+    libyuv::ConvertToMSBPlane_16(
+        source(0, band.first), sampleCount(frame.linesize[0]), packed(0, band.first),
+        sampleCount(destination.linesize[0]), frame.width, band.end - band.first, depth);
+    const int chroma = band.first / 2;
+    libyuv::MergeUVPlane_16(source(1, chroma), sampleCount(frame.linesize[1]), source(2, chroma),
+                            sampleCount(frame.linesize[2]), packed(1, chroma),
+                            sampleCount(destination.linesize[1]), AV_CEIL_RSHIFT(frame.width, 1),
+                            AV_CEIL_RSHIFT(band.end, 1) - chroma, depth);
+}
+
 } // namespace
 
 bool canPackAsP010(AVPixelFormat format) {
@@ -40,14 +71,10 @@ bool canPackAsP010(AVPixelFormat format) {
 }
 
 void packPlanar420AsP010(const AVFrame& frame, const FFmpegPointers& destination) {
-    const int depth = sampleDepth(static_cast<AVPixelFormat>(frame.format));
-    libyuv::ConvertToMSBPlane_16(samples(frame.data[0]), sampleCount(frame.linesize[0]),
-                                 samples(destination.data[0]), sampleCount(destination.linesize[0]),
-                                 frame.width, frame.height, depth);
-    libyuv::MergeUVPlane_16(samples(frame.data[1]), sampleCount(frame.linesize[1]),
-                            samples(frame.data[2]), sampleCount(frame.linesize[2]),
-                            samples(destination.data[1]), sampleCount(destination.linesize[1]),
-                            AV_CEIL_RSHIFT(frame.width, 1), AV_CEIL_RSHIFT(frame.height, 1), depth);
+    // Two rows share one of chroma.
+    const int rowsPerBand = std::max(1, kSamplesPerBand / 2 / frame.width) * 2;
+    forEachBand(frame.height, rowsPerBand, kPackers,
+                [&](const RowBand& band) { packBand(frame, destination, band); });
 }
 
 } // namespace zelvane

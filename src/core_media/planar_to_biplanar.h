@@ -11,7 +11,8 @@ bool canPackAsP010(AVPixelFormat format);
 
 /// Packs the planes of a frame into those of p010le of the same size, each sample at the high end
 /// of its 16 bits. It gives what swscale gives, six times as fast, which counts for all 10-bit
-/// films, and leaves out no chroma at the edges of odd sizes, which swscale does.
+/// films, and leaves out no chroma at the edges of odd sizes, which swscale does. A thread of the
+/// shared pool helps with large ones.
 void packPlanar420AsP010(const AVFrame& frame, const FFmpegPointers& destination);
 
 } // namespace zelvane

@@ -10,8 +10,8 @@
 #include <fmt/format.h>
 
 #include "core_media/ffmpeg_handles.h"
+#include "foundation/row_bands.h"
 #include "platform/video_raster/color_conversion.h"
-#include "platform/video_raster/row_bands.h"
 
 namespace zelvane {
 namespace {
@@ -74,7 +74,7 @@ class RasterConverter::Tables {
         const bool isCopied =
             picture.pixelFormat() == kCVPixelFormatType_32BGRA && conversion.keepsBytes();
         const auto width = static_cast<std::size_t>(picture.width());
-        const auto convertBand = [&](const raster::RowBand& band) {
+        const auto convertBand = [&](const RowBand& band) {
             auto& worker = workers_[static_cast<std::size_t>(band.worker)];
             worker.rows.open(picture);
             for (int row = band.first; row < band.end; ++row) {
@@ -86,7 +86,7 @@ class RasterConverter::Tables {
                 }
             }
         };
-        raster::forEachBand(picture.height(), std::max(1, kPixelsPerBand / picture.width()),
+        forEachBand(picture.height(), std::max(1, kPixelsPerBand / picture.width()),
                             static_cast<int>(workers_.size()), convertBand);
     }
 

@@ -112,20 +112,58 @@ INSTANTIATE_TEST_SUITE_P(
         ClipCase{"tiny", "ffv1", "yuv420p", "1x1", kCVPixelFormatType_420YpCbCr8Planar, "yuv420p"}),
     [](const auto& instance) { return instance.param.name; });
 
-/// A picture with noise in it. 4:2:2 of one's own, so that packing it needs no arithmetic.
-ffmpeg::Frame make422(AVPixelFormat format, int width, int height) {
+/// A picture with noise in it.
+ffmpeg::Frame makeNoise(AVPixelFormat format, int width, int height) {
     ffmpeg::Frame frame(av_frame_alloc());
     frame->format = format;
     frame->width = width;
     frame->height = height;
     EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
     std::minstd_rand random(5);
+    const auto* const description = av_pix_fmt_desc_get(format);
     for (int plane = 0; plane < 3; ++plane) {
-        for (int i = 0; i < frame->linesize[plane] * height; ++i) {
+        const int rows = plane == 0 ? height : AV_CEIL_RSHIFT(height, description->log2_chroma_h);
+        for (int i = 0; i < frame->linesize[plane] * rows; ++i) {
             frame->data[plane][i] = static_cast<std::uint8_t>(random() >> 8);
         }
     }
     return frame;
+}
+
+/// The samples of a row.
+const std::uint16_t* samplesOf(const std::uint8_t* plane, std::ptrdiff_t bytesPerRow, int row) {
+    return reinterpret_cast<const std::uint16_t*>(plane + bytesPerRow * row);
+}
+
+TEST(PackedP010, aPictureLargeEnoughForTwoThreadsIsPackedToItsLastRow) {
+    constexpr int kWidth = 2049;
+    constexpr int kHeight = 1201;
+    const auto frame = makeNoise(AV_PIX_FMT_YUV420P10LE, kWidth, kHeight);
+    FFmpegPixelFormatConverter converter(AV_PIX_FMT_YUV420P10LE, AVCOL_RANGE_UNSPECIFIED, kWidth,
+                                         kHeight);
+    const auto pixelBuffer =
+        test::makePixelBuffer(converter.destinationPixelFormat(), kWidth, kHeight);
+    converter.convert(*frame, *pixelBuffer);
+
+    int wrong = 0;
+    for (int row = 0; row < kHeight; ++row) {
+        const auto* source = samplesOf(frame->data[0], frame->linesize[0], row);
+        const auto& plane = pixelBuffer->plane(0);
+        const auto* packed = samplesOf(plane.baseAddress, plane.bytesPerRow, row);
+        for (int x = 0; x < kWidth; ++x) {
+            wrong += packed[x] == static_cast<std::uint16_t>(source[x] << 6) ? 0 : 1;
+        }
+    }
+    for (int row = 0; row < (kHeight + 1) / 2; ++row) {
+        const auto& plane = pixelBuffer->plane(1);
+        const auto* packed = samplesOf(plane.baseAddress, plane.bytesPerRow, row);
+        for (int i = 0; i < kWidth + 1; ++i) {
+            const int component = 1 + i % 2;
+            const auto* source = samplesOf(frame->data[component], frame->linesize[component], row);
+            wrong += packed[i] == static_cast<std::uint16_t>(source[i / 2] << 6) ? 0 : 1;
+        }
+    }
+    EXPECT_EQ(wrong, 0);
 }
 
 class Packed422 : public testing::TestWithParam<std::tuple<AVPixelFormat, int>> {};
@@ -134,7 +172,7 @@ TEST_P(Packed422, holdsEverySampleUnchangedUpToTheLastColumn) {
     const auto [format, width] = GetParam();
     const bool isFullRange = format == AV_PIX_FMT_YUVJ422P;
     const int height = 6;
-    const auto frame = make422(format, width, height);
+    const auto frame = makeNoise(format, width, height);
     FFmpegPixelFormatConverter converter(format, AVCOL_RANGE_UNSPECIFIED, width, height);
     ASSERT_TRUE(converter.isConversionNeeded());
     ASSERT_EQ(converter.destinationPixelFormat(),

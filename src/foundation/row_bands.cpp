@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/video_raster/row_bands.h"
+#include "foundation/row_bands.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -8,7 +8,7 @@
 
 #include "foundation/dispatch.h"
 
-namespace zelvane::raster {
+namespace zelvane {
 namespace {
 
 /// Outlives the call for helpers that come too late; those never touch `work`.
@@ -62,4 +62,4 @@ void forEachBand(int rows, int rowsPerBand, int workers,
     bands->waitForOthers();
 }
 
-} // namespace zelvane::raster
+} // namespace zelvane

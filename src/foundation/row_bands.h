@@ -3,7 +3,7 @@
 
 #include <functional>
 
-namespace zelvane::raster {
+namespace zelvane {
 
 /// Some neighbouring rows, and which of the workers does them.
 struct RowBand {
@@ -20,4 +20,4 @@ struct RowBand {
 void forEachBand(int rows, int rowsPerBand, int workers,
                  const std::function<void(const RowBand&)>& work);
 
-} // namespace zelvane::raster
+} // namespace zelvane

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "platform/video_raster/row_bands.h"
+#include "foundation/row_bands.h"
 
 #include <atomic>
 #include <mutex>
@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-namespace zelvane::raster {
+namespace zelvane {
 namespace {
 
 TEST(RowBands, everyRowIsDoneOnceAndAWorkerIsOneThreadAtATime) {
@@ -58,4 +58,4 @@ TEST(RowBands, oneWorkerStaysOnTheCallersThread) {
 }
 
 } // namespace
-} // namespace zelvane::raster
+} // namespace zelvane
