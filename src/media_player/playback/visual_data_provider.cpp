@@ -137,6 +137,9 @@ void VisualDataProvider::route(const PacketSource::TrackPacket& packet,
                                const FramesReceiver& receiver) {
     if (packet.track == selectedVideoTrack_) {
         feed()->decode(packet.packet, "Failed to start decoding video packet");
+        // Left to itself the decoder gives two pictures at a time, one more than there is room for,
+        // and one may be 25 MB.
+        feed()->deliverReady();
         return;
     }
     for (std::size_t i = 0; i < subtitles_.size(); ++i) {

@@ -249,13 +249,11 @@ void VisualDataProvider::decodeUntilAnswered(const PacketSource::CollectedPacket
             route({packet, track}, receiver);
         }
     }
-    feed()->deliverReady();
     while (!answer.isFound() && !answer.isTooLate()) {
         if (provideNext(receiver) == Feeding::isOver) {
             finishSearch(answer);
             return;
         }
-        feed()->deliverReady();
     }
 }
 
