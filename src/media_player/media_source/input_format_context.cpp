@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <limits>
 #include <span>
-#include <string_view>
 #include <utility>
 
 #include <sys/stat.h>
 
 #include "core_media/ffmpeg_error.h"
 #include "foundation/dispatch.h"
+#include "media_player/media_source/picture_headers.h"
 
 namespace zelvane {
 namespace {
@@ -42,29 +42,12 @@ bool isStream(const std::string& path) {
 /// Whether the header tells of every picture stream what probing would decode pictures for. Other
 /// containers take their start time from the order of decoded pictures, or find streams on the way.
 bool knowsItsPictures(const AVFormatContext& context) {
-    const std::string_view name = context.iformat->name;
     const auto streams = std::span(context.streams, context.nb_streams);
-    return name.substr(0, name.find(',')) == "mov" &&
+    return isMovieFile(context) &&
            std::all_of(streams.begin(), streams.end(), [](const AVStream* stream) {
                const AVCodecParameters& parameters = *stream->codecpar;
                return parameters.codec_type != AVMEDIA_TYPE_VIDEO || parameters.width > 0;
            });
-}
-
-std::string makeDecodersButThoseOfPictures() {
-    std::string names;
-    void* position = nullptr;
-    while (const AVCodec* codec = av_codec_iterate(&position)) {
-        if (av_codec_is_decoder(codec) != 0 && codec->type != AVMEDIA_TYPE_VIDEO) {
-            names += (names.empty() ? "" : ",") + std::string(codec->name);
-        }
-    }
-    return names;
-}
-
-const std::string& decodersButThoseOfPictures() {
-    static const std::string names = makeDecodersButThoseOfPictures();
-    return names;
 }
 
 /// Nobody would forgive a container refused for what was left out: all of it is read then.
@@ -88,7 +71,7 @@ InputOpening::InputOpening(const URL& url, Probing probing,
 }
 
 /// A failed opening frees its context, so each try makes a new one.
-int InputOpening::open() {
+int InputOpening::open(ffmpeg::InputContext& opened, AVIOContext* memory) {
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {
         isOutOfMemory_ = true;
@@ -97,9 +80,9 @@ int InputOpening::open() {
     context->interrupt_callback = {didRead, input_.watch_.get()};
     // Complete knowledge of the streams matters more than the time to open.
     context->probesize = std::numeric_limits<std::int64_t>::max();
-    context->pb = input_.memoryInput_ ? input_.memoryInput_->context() : nullptr;
+    context->pb = memory;
     const int status = avformat_open_input(&context, path_.c_str(), nullptr, nullptr);
-    input_.context_.reset(context);
+    opened.reset(context);
     return status;
 }
 
@@ -125,21 +108,32 @@ int InputOpening::probe() {
 
 void InputOpening::run() noexcept {
     if (openStatus_ >= 0) {
-        openStatus_ = repeatOnEAGAIN([this] { return open(); });
+        AVIOContext* const memory = input_.memoryInput_ ? input_.memoryInput_->context() : nullptr;
+        openStatus_ = repeatOnEAGAIN([&] { return open(input_.context_, memory); });
     }
     if (hasFailed()) {
         return;
     }
     input_->max_analyze_duration = std::numeric_limits<std::int64_t>::max();
     leavePicturesOut();
+    readPictureHeaders();
     probeStatus_ = probe();
-    av_freep(static_cast<void*>(&input_->codec_whitelist));
+    allowAllDecoders(*input_);
 }
 
 void InputOpening::leavePicturesOut() {
     if (probing_ == Probing::withoutPictures && knowsItsPictures(*input_)) {
-        input_->codec_whitelist = av_strdup(decodersButThoseOfPictures().c_str());
-        isPartial_ = input_->codec_whitelist != nullptr;
+        isPartial_ = leaveDecodersOut(
+            *input_, [](const AVCodec& codec) { return codec.type == AVMEDIA_TYPE_VIDEO; });
+    }
+}
+
+/// By another demuxer: what this one reads before it is probed would be missing.
+void InputOpening::readPictureHeaders() {
+    ffmpeg::InputContext ahead;
+    if (!isPartial_ && !input_.memoryInput_ && PictureHeaders::areWorthReading(*input_) &&
+        open(ahead, nullptr) >= 0 && ahead != nullptr) {
+        PictureHeaders(*ahead).tell(*input_);
     }
 }
 

@@ -65,9 +65,10 @@ class InputOpening {
     /// The library's callback: whether to give up.
     static int didRead(void* watch);
 
-    int open();
+    int open(ffmpeg::InputContext& opened, AVIOContext* memory);
     int probe();
     void leavePicturesOut();
+    void readPictureHeaders();
 
     std::string path_;
     Probing probing_;

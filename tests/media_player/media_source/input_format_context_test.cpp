@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <limits>
 #include <span>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "media_player/media_source/packet_reading.h"
+#include "media_player/media_source/picture_headers.h"
 #include "tests/media_player/media_source/media_source_support.h"
 #include "tests/support/log_capture.h"
 
@@ -87,6 +91,110 @@ TEST(InputFormatContext, whatIsLeftOutChangesNoSound) {
         }
     }
     EXPECT_GT(count, 30);
+}
+
+/// All that a demuxer knows of its streams.
+std::string allOf(const AVFormatContext& context) {
+    auto text = fmt::format("{} {} {}", context.start_time, context.duration, context.bit_rate);
+    for (const AVStream* stream : std::span(context.streams, context.nb_streams)) {
+        const AVCodecParameters& coding = *stream->codecpar;
+        const auto rational = [](const AVRational& value) {
+            return fmt::format("{}/{}", value.num, value.den);
+        };
+        text += fmt::format(
+            "\n{}: {} {} {} {} {} {} {} | {} {} {} {} {} {} {}x{} {} {} {} {} {} {} {} {} {} {} {} "
+            "| "
+            "{} {} {} {}",
+            stream->index, stream->start_time, stream->duration, stream->nb_frames,
+            stream->disposition, rational(stream->avg_frame_rate), rational(stream->r_frame_rate),
+            rational(stream->sample_aspect_ratio), static_cast<int>(coding.codec_id),
+            coding.codec_tag, coding.format, coding.bit_rate, coding.profile, coding.level,
+            coding.width, coding.height, rational(coding.sample_aspect_ratio),
+            static_cast<int>(coding.field_order), static_cast<int>(coding.color_range),
+            static_cast<int>(coding.color_primaries), static_cast<int>(coding.color_trc),
+            static_cast<int>(coding.color_space), static_cast<int>(coding.chroma_location),
+            coding.video_delay, coding.bits_per_raw_sample, coding.bits_per_coded_sample,
+            std::string(reinterpret_cast<const char*>(coding.extradata),
+                        static_cast<std::size_t>(coding.extradata_size)),
+            coding.sample_rate, coding.ch_layout.nb_channels, coding.frame_size,
+            coding.initial_padding);
+    }
+    return text;
+}
+
+/// As the library does it by itself.
+ffmpeg::InputContext probed(const fs::path& path) {
+    AVFormatContext* context = avformat_alloc_context();
+    context->probesize = std::numeric_limits<std::int64_t>::max();
+    if (avformat_open_input(&context, path.c_str(), nullptr, nullptr) < 0) {
+        return nullptr;
+    }
+    ffmpeg::InputContext opened(context);
+    opened->max_analyze_duration = std::numeric_limits<std::int64_t>::max();
+    return avformat_find_stream_info(opened.get(), nullptr) < 0 ? nullptr : std::move(opened);
+}
+
+/// Whether headers of pictures were read.
+bool comparesWithProbing(const fs::path& path) {
+    SCOPED_TRACE(path);
+    const auto whole = probed(path);
+    if (whole == nullptr) {
+        return false;
+    }
+    const auto ours = makeInputFormatContext(URL::fromPath(path));
+    EXPECT_EQ(allOf(*ours), allOf(*whole));
+    return PictureHeaders::areWorthReading(*ours);
+}
+
+TEST(PictureHeaders, tellOfMadeClipsWhatDecodingWould) {
+    const std::vector<std::pair<std::string, std::string>> clips{
+        {"b.mp4", "-c:v libx264 -bf 3"},
+        {"no_b.mp4", "-c:v libx264 -bf 0"},
+        {"interlaced.mov", "-c:v libx264 -flags +ildct+ilme -colorspace smpte170m"},
+        {"wide.mp4", "-c:v libx264 -pix_fmt yuv422p10le -aspect 3:1"},
+        {"late.mp4", "-c:v libx264 -output_ts_offset 3"},
+        {"profile2.webm", "-c:v libvpx-vp9 -pix_fmt yuv420p10le -deadline realtime -cpu-used 8"},
+        {"full.mp4", "-c:v libvpx-vp9 -color_range pc -deadline realtime -cpu-used 8"},
+        {"short.mkv", "-c:v libx264"}};
+    for (const auto& [name, coding] : clips) {
+        const auto clip =
+            test::madeClip("headers_" + name,
+                           "-f lavfi -i testsrc2=s=128x72:d=1:r=24 -f lavfi -i "
+                           "sine=d=1 -c:a " +
+                               std::string(name.ends_with("webm") ? "libopus " : "aac ") + coding);
+        EXPECT_EQ(comparesWithProbing(clip), name != "short.mkv");
+    }
+}
+
+TEST(PictureHeaders, tellOfSharedMediaWhatDecodingWould) {
+    ZELVANE_NEEDS_SHARED_MEDIA(media);
+    const test::LogCapture log;
+    int count = 0;
+    for (const char* folder : {"broken", "codecs", "containers", "seeking", "rotated", "hdr"}) {
+        for (const auto& entry : fs::directory_iterator(media / folder)) {
+            const auto extension = entry.path().extension();
+            if (extension == ".mp4" || extension == ".mov" || extension == ".m4v" ||
+                extension == ".webm" || extension == ".ivf") {
+                count += comparesWithProbing(entry.path()) ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(count, 40);
+}
+
+TEST(PictureHeaders, areKnownBeforeProbing) {
+    const auto clip = test::madeClip("headers_lone.webm", "-f lavfi -i testsrc2=s=128x72:d=0.1 "
+                                                          "-c:v libvpx-vp9 -pix_fmt yuv444p");
+    AVFormatContext* opened = nullptr;
+    ASSERT_GE(avformat_open_input(&opened, clip.c_str(), nullptr, nullptr), 0);
+    const ffmpeg::InputContext context(opened);
+    AVFormatContext* openedAgain = nullptr;
+    ASSERT_GE(avformat_open_input(&openedAgain, clip.c_str(), nullptr, nullptr), 0);
+    const ffmpeg::InputContext ahead(openedAgain);
+    ASSERT_EQ(context->streams[0]->codecpar->format, AV_PIX_FMT_NONE);
+    PictureHeaders(*ahead).tell(*context);
+    EXPECT_EQ(context->streams[0]->codecpar->format, AV_PIX_FMT_YUV444P);
+    EXPECT_EQ(context->streams[0]->codecpar->profile, FF_PROFILE_VP9_1);
 }
 
 } // namespace
