@@ -2,6 +2,7 @@
 #include "media_player/media_source/input_format_context.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
 #include <span>
 #include <utility>
@@ -10,6 +11,7 @@
 
 #include "core_media/ffmpeg_error.h"
 #include "foundation/dispatch.h"
+#include "foundation/host_clock.h"
 #include "media_player/media_source/picture_headers.h"
 
 namespace zelvane {
@@ -22,6 +24,10 @@ std::string inputPath(const URL& url) {
 
 /// Enough for the first pictures of every stream, from whose order their start is known.
 constexpr std::int64_t kMaxBufferedBytes = std::int64_t{16} << 20;
+
+/// About what decoding a large picture takes. A file that takes as long to open is not opened once
+/// more to save that.
+constexpr HostDuration kPictureTime = std::chrono::milliseconds(50);
 
 template <class Call>
 int repeatOnEAGAIN(Call&& call) {
@@ -107,6 +113,7 @@ int InputOpening::probe() {
 }
 
 void InputOpening::run() noexcept {
+    const HostTime begin = HostClock::system()->now();
     if (openStatus_ >= 0) {
         AVIOContext* const memory = input_.memoryInput_ ? input_.memoryInput_->context() : nullptr;
         openStatus_ = repeatOnEAGAIN([&] { return open(input_.context_, memory); });
@@ -116,7 +123,9 @@ void InputOpening::run() noexcept {
     }
     input_->max_analyze_duration = std::numeric_limits<std::int64_t>::max();
     leavePicturesOut();
-    readPictureHeaders();
+    if (HostClock::system()->now() - begin < kPictureTime) {
+        readPictureHeaders();
+    }
     probeStatus_ = probe();
     allowAllDecoders(*input_);
 }
