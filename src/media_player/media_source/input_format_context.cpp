@@ -13,6 +13,7 @@
 #include "foundation/dispatch.h"
 #include "foundation/host_clock.h"
 #include "media_player/media_source/picture_headers.h"
+#include "media_player/media_source/probing.h"
 
 namespace zelvane {
 namespace {

@@ -2,9 +2,10 @@
 #include "media_player/media_source/picture_headers.h"
 
 #include <algorithm>
+#include <memory>
 #include <span>
-#include <string>
-#include <string_view>
+
+#include "media_player/media_source/probing.h"
 
 namespace zelvane {
 namespace {
@@ -71,32 +72,7 @@ class HeaderDecoder {
     bool isOpen_ = false;
 };
 
-std::string namesOfOthers(bool (*isLeftOut)(const AVCodec&)) {
-    std::string names;
-    void* position = nullptr;
-    while (const AVCodec* codec = av_codec_iterate(&position)) {
-        if (av_codec_is_decoder(codec) != 0 && !isLeftOut(*codec)) {
-            names += (names.empty() ? "" : ",") + std::string(codec->name);
-        }
-    }
-    return names;
-}
-
 } // namespace
-
-bool isMovieFile(const AVFormatContext& context) {
-    const std::string_view name = context.iformat->name;
-    return name.substr(0, name.find(',')) == "mov";
-}
-
-bool leaveDecodersOut(AVFormatContext& context, bool (*isLeftOut)(const AVCodec&)) {
-    context.codec_whitelist = av_strdup(namesOfOthers(isLeftOut).c_str());
-    return context.codec_whitelist != nullptr;
-}
-
-void allowAllDecoders(AVFormatContext& context) {
-    av_freep(static_cast<void*>(&context.codec_whitelist));
-}
 
 bool PictureHeaders::areWorthReading(const AVFormatContext& context) {
     const auto streams = streamsOf(context);
@@ -156,8 +132,8 @@ void PictureHeaders::tell(AVFormatContext& context) const {
         if (told == nullptr || (told->codec_id == AV_CODEC_ID_H264 && !tellsAllH264)) {
             continue;
         }
-        avcodec_parameters_copy(stream->codecpar, told);
-        if (told->codec_id == AV_CODEC_ID_H264 && context.codec_whitelist == nullptr) {
+        const bool isTold = avcodec_parameters_copy(stream->codecpar, told) >= 0;
+        if (isTold && told->codec_id == AV_CODEC_ID_H264 && context.codec_whitelist == nullptr) {
             // Whatever it is told, the library looks at a picture of such streams, if it can.
             leaveDecodersOut(context,
                              [](const AVCodec& codec) { return codec.id == AV_CODEC_ID_H264; });

@@ -23,7 +23,8 @@ class PictureHeaders {
     /// cannot be read is left for probing to find.
     explicit PictureHeaders(AVFormatContext& context);
 
-    /// Tells the first demuxer, so that probing need not decode what is known.
+    /// Tells the first demuxer, so that probing need not decode what is known. It may have to be
+    /// kept from it: allowAllDecoders() afterwards.
     void tell(AVFormatContext& context) const;
 
   private:
@@ -33,14 +34,5 @@ class PictureHeaders {
     /// By stream; null where nothing is known.
     std::vector<ffmpeg::CodecParameters> parameters_;
 };
-
-/// Whether a demuxer reads the format of QuickTime and MP4, whose header states the times of all
-/// packets.
-bool isMovieFile(const AVFormatContext& context);
-
-/// Has probing do without those decoders for which `isLeftOut` says so, until allowAllDecoders().
-/// Returns false, and changes nothing, when memory is short.
-bool leaveDecodersOut(AVFormatContext& context, bool (*isLeftOut)(const AVCodec&));
-void allowAllDecoders(AVFormatContext& context);
 
 } // namespace zelvane
