@@ -37,7 +37,8 @@ int sampleDepth(AVPixelFormat format) {
     }
 }
 
-/// Two processors move about all that memory takes; the samples of 1080p are not worth a second one.
+/// Two processors move about all that memory takes; the samples of 1080p are not worth a second
+/// one.
 constexpr int kPackers = 2;
 constexpr int kSamplesPerBand = 1 << 21;
 
@@ -54,9 +55,9 @@ void packBand(const AVFrame& frame, const FFmpegPointers& destination, const Row
     const auto packed = [&](std::size_t plane, int index) {
         return row(destination.data[plane], destination.linesize[plane], index);
     };
-    libyuv::ConvertToMSBPlane_16(
-        source(0, band.first), sampleCount(frame.linesize[0]), packed(0, band.first),
-        sampleCount(destination.linesize[0]), frame.width, band.end - band.first, depth);
+    libyuv::ConvertToMSBPlane_16(source(0, band.first), sampleCount(frame.linesize[0]),
+                                 packed(0, band.first), sampleCount(destination.linesize[0]),
+                                 frame.width, band.end - band.first, depth);
     const int chroma = band.first / 2;
     libyuv::MergeUVPlane_16(source(1, chroma), sampleCount(frame.linesize[1]), source(2, chroma),
                             sampleCount(frame.linesize[2]), packed(1, chroma),

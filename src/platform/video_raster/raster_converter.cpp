@@ -87,7 +87,7 @@ class RasterConverter::Tables {
             }
         };
         forEachBand(picture.height(), std::max(1, kPixelsPerBand / picture.width()),
-                            static_cast<int>(workers_.size()), convertBand);
+                    static_cast<int>(workers_.size()), convertBand);
     }
 
   private:
