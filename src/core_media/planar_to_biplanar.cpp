@@ -37,8 +37,7 @@ int sampleDepth(AVPixelFormat format) {
     }
 }
 
-/// Two processors move about all that memory takes; the samples of 1080p are not worth a second
-/// one.
+/// One helper at most, since others have a film to decode. The samples of 1080p are not worth one.
 constexpr int kPackers = 2;
 constexpr int kSamplesPerBand = 1 << 21;
 
