@@ -1,21 +1,23 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What the sanitizers should not report: faults of libraries that are not built with them. Each
-// function is called by its sanitizer's runtime, and by nobody in a build without it.
+// Suppresses sanitizer reports about libraries that are not built with the sanitizers. The runtime
+// of a sanitizer calls its function; in other builds the functions are unused.
 
 // NOLINTBEGIN(bugprone-reserved-identifier)
 
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
-    // Of the first, atomics and the pipes between its threads look like races; the second counts
-    // the references to a pool by atomics before it destroys the pool's mutex.
+    // libpulse synchronises with atomics and pipes that the sanitizer does not see. So does FFmpeg:
+    // it counts the references to a buffer with atomics before it frees it, and the decoder of a
+    // search has threads of its own.
     return "race:libpulse\n"
-           "race:av_buffer_pool_uninit\n";
+           "race:libavutil.so\n"
+           "race:libavcodec.so\n";
 }
 
 extern "C" const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
-    // Keeps its configuration for the life of the process.
+    // Fontconfig keeps its configuration until the process ends.
     return "leak:libfontconfig\n";
 }
 
