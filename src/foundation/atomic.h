@@ -7,9 +7,8 @@
 
 namespace zelvane {
 
-/// A value behind a recursive lock, readable and writable from any thread. Two boxes may share one
-/// lock, so that a pair of values changes as one. Handlers of a change run with the lock held and
-/// may use the same box again.
+/// A value with a recursive lock. Any thread. Several objects may share a lock so that their values
+/// change together. Handlers of a change run with the lock held and may use the same object.
 template <class Value>
 class Atomic {
   public:
@@ -59,8 +58,7 @@ class Atomic {
 
     Lock lock() const { return lock_; }
 
-    /// Takes another box's lock in place of its own. Only before the box is shared with other
-    /// threads.
+    /// Uses the lock of another object. Only before the object is shared with other threads.
     void shareLock(Lock lock) { lock_ = std::move(lock); }
 
   private:

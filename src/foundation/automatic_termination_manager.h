@@ -6,8 +6,8 @@
 
 namespace zelvane {
 
-/// What a session may do to an idle application. It counts the claims of all holders. This one asks
-/// nobody: for sessions that never end an application by themselves. Any thread.
+/// The session's service that ends idle applications; it counts the claims of all managers. This
+/// base class does nothing, for sessions that never end an application. Any thread.
 class ProcessInfo {
   public:
     virtual ~ProcessInfo() = default;
@@ -15,8 +15,8 @@ class ProcessInfo {
     virtual void enableAutomaticTermination(const std::string& /*reason*/) {}
 };
 
-/// Keeps the session from ending the application while its holder needs it, with one claim at most,
-/// which goes with it. Used on its holder's queue.
+/// Keeps the session from ending the application while its owner needs it, with at most one claim,
+/// released at the latest by the destructor. Used on its owner's queue.
 class AutomaticTerminationManager {
   public:
     explicit AutomaticTerminationManager(std::shared_ptr<ProcessInfo> processInfo);

@@ -27,11 +27,11 @@ class Converter {
     Converter& operator=(const Converter&) = delete;
 
     bool isOpen() const {
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): iconv's own sign of failure
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): iconv's error value
         return handle_ != reinterpret_cast<iconv_t>(-1);
     }
 
-    /// Appends what an encoding with states has held back at the end.
+    /// Appends what a stateful encoding still holds at the end.
     void finish(std::string& text) const {
         std::array<char, 64> buffer; // NOLINT(*-member-init): overwritten
         char* out = buffer.data();
@@ -40,12 +40,12 @@ class Converter {
         text.append(buffer.data(), buffer.size() - outLeft);
     }
 
-    /// Appends what can be read of `bytes` and removes that from them; 0 or an errno.
+    /// Converts the start of `bytes` that is valid and removes it from them. Returns 0 or an errno.
     int convert(std::string_view& bytes, std::string& text) const {
         std::array<char, 16384> buffer; // NOLINT(*-member-init): overwritten
         int status = E2BIG;
         while (status == E2BIG) {
-            // iconv reads through this pointer only.
+            // iconv only reads through this pointer.
             char* in = const_cast<char*>(bytes.data());
             std::size_t inLeft = bytes.size();
             char* out = buffer.data();
@@ -62,7 +62,7 @@ class Converter {
     iconv_t handle_;
 };
 
-/// The bytes of the smallest unit of an encoding: what to skip to get behind one that is malformed.
+/// The size of the smallest unit of an encoding: what to skip after a malformed one.
 std::size_t unitSize(std::string_view encoding) {
     if (encoding.substr(0, 6) == "UTF-32") {
         return 4;
@@ -75,8 +75,8 @@ struct EffectiveName {
     std::string_view effectiveName;
 };
 
-// Text of the names on the left is written on systems that use the ones on the right, which give
-// meaning to bytes that mean nothing, or a control character, in the standard.
+// Text labelled with a name on the left is in practice written in the encoding on the right, which
+// assigns characters to bytes that are unassigned or control characters in the standard.
 constexpr std::array<EffectiveName, 10> kEffectiveNames{{
     {"ISO-8859-1", "WINDOWS-1252"},
     {"ISO-8859-9", "WINDOWS-1254"},
@@ -99,7 +99,7 @@ std::size_t replacementCount(std::string_view text) {
     return count;
 }
 
-/// Converters of glibc let numbers above U+10FFFF through.
+/// glibc's converters accept code points above U+10FFFF.
 void repair(DecodedText& decoded) {
     const std::size_t before = replacementCount(decoded.text);
     decoded.text = repairedUTF8(decoded.text);

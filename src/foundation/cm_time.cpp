@@ -116,9 +116,9 @@ std::string CMTime::description() const {
 }
 
 CMTime CMTime::fromScaledSum(Int128 value, std::int64_t timescale, bool rounded) {
-    // Beyond this no timescale helps, and the products below could overflow.
-    constexpr Int128 kHopeless = static_cast<Int128>(1) << 95;
-    if (timescale <= kMaxTimescale && (value > kHopeless || value < -kHopeless)) {
+    // A larger value fits at no timescale, and the products below could overflow.
+    constexpr Int128 kTooLarge = static_cast<Int128>(1) << 95;
+    if (timescale <= kMaxTimescale && (value > kTooLarge || value < -kTooLarge)) {
         return value > 0 ? positiveInfinity() : negativeInfinity();
     }
     std::int64_t scale = timescale;

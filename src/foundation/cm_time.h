@@ -7,7 +7,7 @@
 
 namespace zelvane {
 
-/// How convertScale and the arithmetic of CMTime treat what does not fit the new timescale.
+/// How CMTime::convertScale rounds.
 enum class CMTimeRoundingMethod {
     roundHalfAwayFromZero,
     roundTowardZero,
@@ -17,12 +17,12 @@ enum class CMTimeRoundingMethod {
 };
 
 /// Rational media time: `value / timescale` seconds, or one of the special values invalid,
-/// indefinite and plus or minus infinity. A plain value: copy it freely between threads.
+/// indefinite and plus or minus infinity. A plain value.
 ///
-/// Arithmetic works at the least common timescale of the operands as far as that fits 31 bits, and
-/// marks a result as rounded when it is not exact. A result that does not fit 64 bits is taken at
-/// ever coarser timescales and ends as an infinity. Order: -infinity, numbers, indefinite,
-/// +infinity, invalid; numbers compare exactly, whatever their timescales.
+/// Arithmetic uses the least common timescale of the operands if it fits 31 bits, and marks an
+/// inexact result as rounded. If the value does not fit 64 bits the timescale is halved until it
+/// does; a value that fits at no timescale becomes an infinity. Order: -infinity, numbers,
+/// indefinite, +infinity, invalid; numbers compare exactly.
 class CMTime {
   public:
     enum Flag : std::uint32_t {
@@ -37,7 +37,7 @@ class CMTime {
 
     /// An invalid time.
     constexpr CMTime() = default;
-    /// `value / timescale` seconds; a timescale below 1 makes an invalid time.
+    /// `value / timescale` seconds; a timescale below 1 gives an invalid time.
     constexpr CMTime(std::int64_t value, std::int32_t timescale)
         : value_(value), timescale_(timescale), flags_(timescale > 0 ? std::uint32_t{kValid} : 0U) {
     }
@@ -45,13 +45,12 @@ class CMTime {
     static constexpr CMTime indefinite() { return special(kIndefinite); }
     static constexpr CMTime positiveInfinity() { return special(kPositiveInfinity); }
     static constexpr CMTime negativeInfinity() { return special(kNegativeInfinity); }
-    /// The nearest time toward zero at the timescale, halved for as long as the value does not
-    /// fit. Marked as rounded when it does not equal `seconds`. A NaN gives an invalid time.
+    /// Rounds toward zero at the timescale, which is halved until the value fits. The result is
+    /// marked as rounded when it does not equal `seconds`. NaN gives an invalid time.
     static CMTime fromSeconds(double seconds, std::int32_t preferredTimescale);
 
     constexpr std::int64_t value() const { return value_; }
     constexpr std::int32_t timescale() const { return timescale_; }
-    constexpr std::uint32_t flags() const { return flags_; }
     constexpr bool isValid() const { return (flags_ & kValid) != 0; }
     constexpr bool isIndefinite() const { return (flags_ & kIndefinite) != 0; }
     constexpr bool isPositiveInfinity() const { return (flags_ & kPositiveInfinity) != 0; }
@@ -62,10 +61,10 @@ class CMTime {
         return (flags_ & (kValid | kIndefinite | kPositiveInfinity | kNegativeInfinity)) == kValid;
     }
 
-    /// Seconds as a double; NaN for invalid and indefinite times, the infinities for theirs.
+    /// Seconds as a double; NaN for invalid and indefinite times, ±infinity for infinities.
     double seconds() const;
-    /// The same instant at another timescale. Special values come back as they are; a value that
-    /// does not fit becomes an infinity; a timescale below 1 gives an invalid time.
+    /// The time at another timescale. Special values are returned unchanged; a value that does not
+    /// fit becomes an infinity; a timescale below 1 gives an invalid time.
     CMTime convertScale(std::int32_t timescale, CMTimeRoundingMethod method) const;
     /// "value/timescale", or the name of a special value, for logs and test output.
     std::string description() const;
@@ -73,7 +72,7 @@ class CMTime {
     friend CMTime operator+(const CMTime& left, const CMTime& right);
     friend CMTime operator-(const CMTime& left, const CMTime& right);
     CMTime operator-() const;
-    /// The multiple of a time, at its own timescale as far as that fits.
+    /// The multiple of a time, at its timescale if it fits.
     friend CMTime operator*(const CMTime& time, std::int64_t multiplier);
     friend std::weak_ordering operator<=>(const CMTime& left, const CMTime& right);
     friend bool operator==(const CMTime& left, const CMTime& right) {

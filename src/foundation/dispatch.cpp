@@ -2,19 +2,22 @@
 #include "foundation/dispatch.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <deque>
 #include <thread>
 #include <vector>
 
 #include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "foundation/log.h"
 
 namespace zelvane::dispatch {
 namespace {
 
-/// The queues whose tasks this thread is running, the innermost last.
+/// The queues whose tasks this thread is running; the innermost is last.
 thread_local std::vector<const void*> currentQueues;
 
 class CurrentScope {
@@ -35,12 +38,12 @@ void refuseSyncOnOwnQueue(const void* queue, const std::string& label) {
     }
 }
 
-/// Tasks that are waiting or running on threads of the queues, process-wide.
-class Census {
+/// The number of tasks that are waiting or running on threads of queues, in the whole process.
+class PendingTaskCount {
   public:
-    static Census& shared() {
-        static Census& census = *std::make_unique<Census>().release();
-        return census;
+    static PendingTaskCount& shared() {
+        static PendingTaskCount& count = *std::make_unique<PendingTaskCount>().release();
+        return count;
     }
     void add() {
         const std::lock_guard lock(mutex_);
@@ -63,16 +66,21 @@ class Census {
     int count_ = 0;
 };
 
-void nameThisThread(const std::string& label) {
+void setUpThisThread(const std::string& label, QualityOfService qos) {
     constexpr std::size_t kMaxThreadName = 15;
     pthread_setname_np(pthread_self(), label.substr(0, kMaxThreadName).c_str());
+    if (qos == QualityOfService::utility) {
+        constexpr int kUtilityNiceness = 5;
+        const auto thread = static_cast<id_t>(gettid());
+        setpriority(PRIO_PROCESS, thread, getpriority(PRIO_PROCESS, thread) + kUtilityNiceness);
+    }
 }
 
-/// Where a thread waits for its turn.
+/// Lets a thread wait for its turn.
 class Turn {
   public:
     void give() {
-        // Notified under the lock: the waiter's stack frame may be gone right after it.
+        // Notify under the lock: the waiter may destroy this object as soon as it can lock.
         const std::lock_guard lock(mutex_);
         given_ = true;
         condition_.notify_one();
@@ -90,18 +98,21 @@ class Turn {
 
 } // namespace
 
-/// One owner at a time runs a task: the queue's thread or a thread inside sync. Who ends a task
-/// hands ownership to the first of the line: to the queue's thread for a task, to the waiter for a
-/// sync.
+/// One owner at a time runs a task: the queue's thread or a thread inside sync. The owner that ends
+/// a task passes ownership to the first in line: to the queue's thread for an asynchronous task, to
+/// the waiting thread for a synchronous one.
 class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::State> {
   public:
     State(std::string label, QualityOfService qos) : label_(std::move(label)), qos_(qos) {}
 
-    const std::string& label() const { return label_; }
-
     void async(Task task) {
-        Census::shared().add();
         const std::lock_guard lock(mutex_);
+        if (!threadStarted_) {
+            // Before the task is stored: if this throws, the task is not taken.
+            std::thread([self = shared_from_this()] { self->run(); }).detach();
+            threadStarted_ = true;
+        }
+        PendingTaskCount::shared().add();
         line_.push_back({std::move(task), nullptr});
         if (!owned_) {
             owned_ = true;
@@ -146,12 +157,7 @@ class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::Stat
 
     void handToThread() {
         threadsTurn_ = true;
-        if (!threadStarted_) {
-            threadStarted_ = true;
-            std::thread([self = shared_from_this()] { self->run(); }).detach();
-        } else {
-            wake_.notify_one();
-        }
+        wake_.notify_one();
     }
 
     /// Under the lock, by the owner that has ended its task.
@@ -160,7 +166,7 @@ class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::Stat
         if (line_.empty()) {
             owned_ = false;
             if (closed_) {
-                // The thread waits for whoever owned the queue when it was closed.
+                // The thread waits until the last owner has released the queue.
                 wake_.notify_one();
             }
         } else if (Turn* turn = line_.front().turn) {
@@ -172,7 +178,7 @@ class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::Stat
     }
 
     void run() {
-        nameThisThread(label_);
+        setUpThisThread(label_, qos_);
         std::unique_lock lock(mutex_);
         while (true) {
             wake_.wait(lock, [this] { return threadsTurn_ || (closed_ && !owned_); });
@@ -180,21 +186,22 @@ class SerialQueue::State : public std::enable_shared_from_this<SerialQueue::Stat
                 return;
             }
             {
-                // The task goes before the scope: what it holds is let go as part of the queue too.
+                // Destroyed before the scope: destructors of captured objects run as part of the
+                // queue.
                 const CurrentScope scope(this);
                 const Task task = std::move(line_.front().task);
                 line_.pop_front();
                 lock.unlock();
                 task();
             }
-            Census::shared().remove();
+            PendingTaskCount::shared().remove();
             lock.lock();
             passOn();
         }
     }
 
     const std::string label_;
-    [[maybe_unused]] const QualityOfService qos_;
+    const QualityOfService qos_;
     std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<Place> line_;
@@ -219,9 +226,6 @@ void SerialQueue::syncTask(const Task& task) {
 bool SerialQueue::isCurrent() const {
     return isCurrentQueue(state_.get());
 }
-const std::string& SerialQueue::label() const {
-    return state_->label();
-}
 
 std::shared_ptr<SerialQueue> makeSerialQueue(std::string label, QualityOfService qos) {
     return std::make_shared<SerialQueue>(std::move(label), qos);
@@ -229,20 +233,20 @@ std::shared_ptr<SerialQueue> makeSerialQueue(std::string label, QualityOfService
 
 namespace {
 
-/// Starts a thread whenever a task comes and none is idle; an idle thread ends after a while.
+/// Starts a thread for a task when none is idle. An idle thread ends after kIdleLife.
 class GlobalQueue final : public Queue {
   public:
-    explicit GlobalQueue(std::string label) : label_(std::move(label)) {}
+    GlobalQueue(std::string label, QualityOfService qos) : label_(std::move(label)), qos_(qos) {}
 
     void async(Task task) override {
-        Census::shared().add();
         const std::lock_guard lock(mutex_);
-        tasks_.push_back(std::move(task));
-        if (idle_ < tasks_.size()) {
+        if (idle_ <= tasks_.size()) {
+            // Before the task is stored: if this throws, the task is not taken.
             std::thread([this] { run(); }).detach();
-        } else {
-            wake_.notify_one();
         }
+        PendingTaskCount::shared().add();
+        tasks_.push_back(std::move(task));
+        wake_.notify_one();
     }
 
     void syncTask(const Task& task) override {
@@ -251,12 +255,11 @@ class GlobalQueue final : public Queue {
     }
 
     bool isCurrent() const override { return isCurrentQueue(this); }
-    const std::string& label() const override { return label_; }
 
   private:
     void run() {
         constexpr std::chrono::seconds kIdleLife{5};
-        nameThisThread(label_);
+        setUpThisThread(label_, qos_);
         std::unique_lock lock(mutex_);
         while (true) {
             ++idle_;
@@ -272,42 +275,34 @@ class GlobalQueue final : public Queue {
                 lock.unlock();
                 task();
             }
-            Census::shared().remove();
+            PendingTaskCount::shared().remove();
             lock.lock();
         }
     }
 
     const std::string label_;
+    const QualityOfService qos_;
     std::mutex mutex_;
     std::condition_variable wake_;
     std::deque<Task> tasks_;
     std::size_t idle_ = 0;
 };
 
-std::shared_ptr<Queue> makeGlobalQueue(std::string label) {
-    // Its threads are detached and may outlast main: never destroyed.
-    auto* queue = std::make_unique<GlobalQueue>(std::move(label)).release();
+std::shared_ptr<Queue> makeGlobalQueue(std::string label, QualityOfService qos) {
+    // Never destroyed: its threads are detached and may run after main() returns.
+    auto* queue = std::make_unique<GlobalQueue>(std::move(label), qos).release();
     return {queue, [](Queue*) {}};
 }
 
 } // namespace
 
 const std::shared_ptr<Queue>& globalQueue(QualityOfService qos) {
-    static const std::shared_ptr<Queue> unspecified = makeGlobalQueue("global");
-    static const std::shared_ptr<Queue> interactive = makeGlobalQueue("global-interactive");
-    static const std::shared_ptr<Queue> initiated = makeGlobalQueue("global-initiated");
-    static const std::shared_ptr<Queue> utility = makeGlobalQueue("global-utility");
-    switch (qos) {
-    case QualityOfService::userInteractive:
-        return interactive;
-    case QualityOfService::userInitiated:
-        return initiated;
-    case QualityOfService::utility:
-        return utility;
-    case QualityOfService::unspecified:
-        break;
-    }
-    return unspecified;
+    using enum QualityOfService;
+    static const std::array queues{makeGlobalQueue("global", unspecified),
+                                   makeGlobalQueue("global-interactive", userInteractive),
+                                   makeGlobalQueue("global-initiated", userInitiated),
+                                   makeGlobalQueue("global-utility", utility)};
+    return queues.at(static_cast<std::size_t>(qos));
 }
 
 namespace {
@@ -456,7 +451,7 @@ void Group::wait() const {
 }
 
 bool waitForQuiescence(std::chrono::milliseconds timeout) {
-    return Census::shared().waitForZero(timeout);
+    return PendingTaskCount::shared().waitForZero(timeout);
 }
 
 } // namespace zelvane::dispatch

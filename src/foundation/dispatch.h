@@ -15,24 +15,26 @@ namespace zelvane::dispatch {
 
 using Task = std::function<void()>;
 
+/// How urgent the tasks of a queue are. Linux lets a thread only lower its own priority: threads of
+/// `utility` queues give way to all others, which run at the priority of the process.
 enum class QualityOfService { unspecified, userInteractive, userInitiated, utility };
 
-/// Something that runs tasks. Queues are shared by reference: whoever hands work over holds one.
-/// A task must not throw out of async(); what a sync() block throws reaches its caller.
+/// Runs tasks. Queues are shared: each user holds a reference. A task of async() must not throw;
+/// sync() rethrows what its block throws.
 class Queue {
   public:
     virtual ~Queue() = default;
 
-    /// Runs `task` later, never before async returns to a caller on the same queue.
+    /// Runs `task` later, never before async returns to a caller on the same queue. Throws
+    /// std::system_error, and does not take the task, when the system has no thread for it.
     virtual void async(Task task) = 0;
-    /// Runs `task` in the order of the queue and waits for its end. Calling it from a task of the
-    /// same queue could never end and stops the process with a message.
+    /// Runs `task` in the order of the queue and waits for its end. A call from a task of the same
+    /// queue would wait for itself: it stops the process with a message.
     virtual void syncTask(const Task& task) = 0;
-    /// Whether the caller is a task of this queue.
+    /// Whether the calling code runs in a task of this queue.
     virtual bool isCurrent() const = 0;
-    virtual const std::string& label() const = 0;
 
-    /// syncTask with the block's result, and with its exception rethrown to the caller.
+    /// syncTask(), returning the result of the block or rethrowing its exception.
     template <class Block>
     std::invoke_result_t<Block&> sync(Block&& block) {
         using Result = std::invoke_result_t<Block&>;
@@ -68,10 +70,10 @@ class Queue {
     }
 };
 
-/// Runs its tasks one after the other, in the order in which they came. Asynchronous ones run on a
-/// thread of its own, started by the first of them and named by the label; a synchronous one runs
-/// on the caller's thread when its turn has come, so that an uncontended sync costs no thread
-/// switch. Tasks that wait when the last reference goes still run.
+/// Runs its tasks one at a time, in the order of the calls. Asynchronous tasks run on a thread of
+/// the queue, which the first of them starts and which has the label as its name. A synchronous
+/// task runs on the caller's thread, so that an uncontended sync needs no thread switch. Tasks that
+/// are waiting when the last reference is released still run.
 class SerialQueue final : public Queue {
   public:
     explicit SerialQueue(std::string label, QualityOfService qos = QualityOfService::unspecified);
@@ -82,7 +84,6 @@ class SerialQueue final : public Queue {
     void async(Task task) override;
     void syncTask(const Task& task) override;
     bool isCurrent() const override;
-    const std::string& label() const override;
 
   private:
     class State;
@@ -92,17 +93,17 @@ class SerialQueue final : public Queue {
 std::shared_ptr<SerialQueue> makeSerialQueue(std::string label,
                                              QualityOfService qos = QualityOfService::unspecified);
 
-/// The shared concurrent queue of a quality of service: tasks run side by side on threads that are
-/// started as they are needed and kept for a while.
+/// The shared concurrent queue of a quality of service. Its threads are started as needed and end
+/// after some idle seconds.
 const std::shared_ptr<Queue>& globalQueue(QualityOfService qos);
 
-/// The queue of the main thread. The application puts its event loop here, tools and tests a
-/// RunLoopQueue; without one the process stops with a message.
+/// The queue of the main thread: the event loop in the application, a RunLoopQueue in tools and
+/// tests. When none was set, the process stops with a message.
 std::shared_ptr<Queue> mainQueue();
 void setMainQueue(std::shared_ptr<Queue> queue);
 
-/// A queue cranked by hand, by the thread that calls its run functions. It serves as the main queue
-/// where no toolkit has an event loop, and lets a test decide when each task runs.
+/// A queue whose tasks run only within its run functions, on the calling thread. It is the main
+/// queue where there is no toolkit, and lets a test decide when each task runs.
 class RunLoopQueue final : public Queue {
   public:
     explicit RunLoopQueue(std::string label = "main");
@@ -111,14 +112,13 @@ class RunLoopQueue final : public Queue {
     void async(Task task) override;
     void syncTask(const Task& task) override;
     bool isCurrent() const override;
-    const std::string& label() const override { return label_; }
 
-    /// Runs the first waiting task; false when there is none.
+    /// Runs the first waiting task. Returns false when there is none.
     bool runOne();
-    /// Runs what waits, and what that adds, until nothing waits.
+    /// Runs waiting tasks, and those that they add, until none waits.
     void runPending();
-    /// Runs tasks as they come until `done` says so after one of them, or the time is out. Returns
-    /// the last answer of `done`.
+    /// Runs tasks until `done` returns true, checked after each of them, or `timeout` has passed.
+    /// Returns the last result of `done`.
     bool runUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout);
 
   private:
@@ -127,14 +127,14 @@ class RunLoopQueue final : public Queue {
     std::unique_ptr<State> state_;
 };
 
-/// Counts work under way on any threads and tells when all of it has ended.
+/// Counts units of work on any threads and notifies when all have ended.
 class Group {
   public:
     Group();
     void enter() const;
-    /// Balances one enter(); one too many stops the process.
+    /// Balances one enter(). A call without one stops the process.
     void leave() const;
-    /// Runs `task` on `queue` once the count is zero: at once if it is already.
+    /// Runs `task` on `queue` when the count is zero, immediately if it is zero now.
     void notify(const std::shared_ptr<Queue>& queue, Task task) const;
     void wait() const;
 
@@ -143,8 +143,8 @@ class Group {
     std::shared_ptr<State> state_;
 };
 
-/// Waits until every thread that queues have started has nothing left to do, for the end of main()
-/// and of tests. False when that took longer than `timeout`.
+/// Waits until no task of a serial or global queue is waiting or running, for the end of main() and
+/// of tests. Returns false after `timeout`.
 bool waitForQuiescence(std::chrono::milliseconds timeout);
 
 } // namespace zelvane::dispatch

@@ -10,8 +10,8 @@
 
 namespace zelvane {
 
-/// Base of every typed error of the project. Errors are values: caught, copied, compared, kept.
-/// what() is the plain description.
+/// Base of all errors of the project. Errors are values that may be copied and stored. what() is a
+/// plain description.
 class Error : public std::exception {
   public:
     explicit Error(std::string description) : description_(std::move(description)) {}
@@ -21,7 +21,7 @@ class Error : public std::exception {
     std::string description_;
 };
 
-/// An error with texts meant for a person. Each may be absent.
+/// An error with texts for the user, each of them optional.
 class LocalizedError : public Error {
   public:
     LocalizedError(std::string description, std::optional<std::string> errorDescription,
@@ -43,7 +43,7 @@ class LocalizedError : public Error {
 
 inline constexpr std::string_view kLocalizedDescriptionKey = "NSLocalizedDescriptionKey";
 
-/// An error of a service below the engine: a domain, a code in it, and texts by key.
+/// An error of a system service: a domain, a code of the domain, and texts by key.
 class SystemError : public Error {
   public:
     using UserInfo = std::map<std::string, std::string, std::less<>>;
@@ -68,15 +68,15 @@ inline constexpr std::string_view kOSStatusErrorDomain = "NSOSStatusErrorDomain"
 inline constexpr std::string_view kCoreVideoErrorDomain = "com.apple.corevideo";
 inline constexpr std::string_view kPOSIXErrorDomain = "NSPOSIXErrorDomain";
 
-/// Supplies texts for all errors of a domain whose own user info lacks them. Any thread.
+/// Supplies texts for errors of a domain whose user info does not contain them. Any thread.
 using ErrorUserInfoProvider =
     std::function<std::optional<std::string>(const SystemError& error, std::string_view key)>;
 void setUserInfoProvider(std::string domain, ErrorUserInfoProvider provider);
 
-/// The best readable text of any error: the texts for a person joined by a blank, else a system
-/// error's own description, else its domain's, else what().
+/// A readable text of any error: the texts of a LocalizedError joined by blanks, else the
+/// description in a SystemError's user info, else the one of its domain's provider, else what().
 std::string errorDescriptionText(const std::exception& error);
-/// The same for an error of any type that was caught.
+/// The same for a caught object of any type.
 std::string errorDescriptionText(const std::exception_ptr& error);
 
 } // namespace zelvane

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "foundation/error.h"
@@ -14,11 +15,13 @@ std::optional<FileResourceIdentifier> FileResourceIdentifier::of(const URL& url)
     if (!url.isFileURL()) {
         return std::nullopt;
     }
+    auto file =
+        std::make_shared<const FileDescriptor>(open(url.path().c_str(), O_PATH | O_CLOEXEC));
     struct stat status {};
-    if (stat(url.path().c_str(), &status) != 0) {
+    if (!file->isOpen() || fstat(file->get(), &status) != 0) {
         throw SystemError(std::string(kPOSIXErrorDomain), errno);
     }
-    return FileResourceIdentifier(status.st_dev, status.st_ino);
+    return FileResourceIdentifier(std::move(file), status.st_dev, status.st_ino);
 }
 
 } // namespace zelvane

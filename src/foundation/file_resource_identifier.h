@@ -3,26 +3,39 @@
 
 #include <compare>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <utility>
 
+#include "foundation/file_descriptor.h"
 #include "foundation/url.h"
 
 namespace zelvane {
 
-/// Which file it is, whatever it is called: the same for every path and hard link that leads to
-/// it. A value.
+/// Identifies a file independently of its name: equal for every path and hard link to it. A value.
+/// It keeps the file open, without access to its contents, so that the system cannot give the
+/// number of a deleted file to a new one.
 class FileResourceIdentifier {
   public:
-    /// Of the file that lies there now, behind symbolic links; none for a URL that is no file's.
-    /// Throws SystemError of kPOSIXErrorDomain when there is nothing, or nothing that may be seen.
+    /// Identifies the file at the URL after following symbolic links; none for a URL that is not a
+    /// file's. Throws SystemError of kPOSIXErrorDomain when it does not exist or is not accessible.
     static std::optional<FileResourceIdentifier> of(const URL& url);
 
-    friend auto operator<=>(const FileResourceIdentifier&, const FileResourceIdentifier&) = default;
+    friend bool operator==(const FileResourceIdentifier& a, const FileResourceIdentifier& b) {
+        return (a <=> b) == 0;
+    }
+    friend std::strong_ordering operator<=>(const FileResourceIdentifier& a,
+                                            const FileResourceIdentifier& b) {
+        const auto byDevice = a.device_ <=> b.device_;
+        return byDevice != 0 ? byDevice : a.inode_ <=> b.inode_;
+    }
 
   private:
-    FileResourceIdentifier(std::uint64_t device, std::uint64_t inode)
-        : device_(device), inode_(inode) {}
+    FileResourceIdentifier(std::shared_ptr<const FileDescriptor> file, std::uint64_t device,
+                           std::uint64_t inode)
+        : file_(std::move(file)), device_(device), inode_(inode) {}
 
+    std::shared_ptr<const FileDescriptor> file_;
     std::uint64_t device_;
     std::uint64_t inode_;
 };

@@ -38,7 +38,7 @@ struct CGAffineTransform {
 
 inline constexpr CGAffineTransform kCGAffineTransformIdentity{};
 
-/// The smallest upright rectangle that holds the transformed one.
+/// The bounding box of the transformed rectangle.
 CGRect applyAffineTransform(const CGRect& rect, const CGAffineTransform& transform);
 
 } // namespace zelvane

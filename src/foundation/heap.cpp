@@ -12,7 +12,7 @@ namespace zelvane {
 void keepHeapSmall() {
 #ifdef __GLIBC__
     constexpr int kHeaps = 1;
-    // Small pictures and most packets stay below; setting it also stops it from growing.
+    // Small pictures and most packets are smaller. A value that is set does not grow by itself.
     constexpr int kLarge = 256 << 10;
     constexpr int kKeptAtTheEnd = 2 << 20;
     // NOLINTBEGIN(concurrency-mt-unsafe): no other thread runs yet

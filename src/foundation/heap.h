@@ -3,10 +3,10 @@
 
 namespace zelvane {
 
-/// Tells the C library that this program's large memory is pictures and packets: it is asked of the
-/// system and given back to it when it is free, where the library would after the first picture
-/// keep it in a heap full of holes; and there is one heap, where the player's many threads would
-/// each hold on to some that is free. For programs, at their start, before other threads.
+/// Sets up the C library's allocator for large, short-lived blocks (pictures, packets): they are
+/// mapped from the system and unmapped when freed, in place of fragmenting the heap; and all
+/// threads share one heap, in place of keeping free memory in many. Call at the start of main(),
+/// before other threads.
 void keepHeapSmall();
 
 } // namespace zelvane

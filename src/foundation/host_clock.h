@@ -7,10 +7,10 @@
 namespace zelvane {
 
 using HostDuration = std::chrono::nanoseconds;
-/// A point on the monotonic clock of this machine, as a distance from an arbitrary origin.
+/// A moment on the monotonic clock of this machine, since an arbitrary origin.
 using HostTime = std::chrono::nanoseconds;
 
-/// The seam to the monotonic clock: tests crank their own. Any thread.
+/// Interface of the monotonic clock; tests set their own time. Any thread.
 class HostClock {
   public:
     virtual ~HostClock() = default;

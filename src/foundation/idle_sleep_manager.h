@@ -6,17 +6,17 @@
 #include <optional>
 #include <string>
 
-#include "foundation/checked_call.h"
+#include "foundation/status_error.h"
 
 namespace zelvane {
 
-/// The session's service that keeps the display awake. This one has no display. Any thread.
+/// The session's service that keeps the display awake. This base class does nothing. Any thread.
 class PowerManagement {
   public:
     using AssertionID = std::uint32_t;
 
     virtual ~PowerManagement() = default;
-    /// Keeps the display awake until the assertion is released. Anything but kNoErr is a failure.
+    /// Keeps the display awake until the assertion is released. Returns kNoErr, or a status to log.
     virtual OSStatus createDisplayAwakeAssertion(const std::string& /*reason*/,
                                                  AssertionID& assertion) {
         assertion = 0;
@@ -25,8 +25,8 @@ class PowerManagement {
     virtual OSStatus releaseAssertion(AssertionID /*assertion*/) { return kNoErr; }
 };
 
-/// Keeps the display awake while its holder needs it, with one assertion at most, which goes with
-/// it. Used on its holder's queue.
+/// Keeps the display awake while its owner needs it, with at most one assertion, released at the
+/// latest by the destructor. Used on its owner's queue.
 class IdleSleepManager {
   public:
     explicit IdleSleepManager(std::shared_ptr<PowerManagement> powerManagement);

@@ -9,7 +9,7 @@
 namespace zelvane {
 namespace {
 
-/// "de_AT.UTF-8@euro" names the tag "de_AT".
+/// "de_AT" of "de_AT.UTF-8@euro".
 std::string_view withoutEncoding(std::string_view locale) {
     return locale.substr(0, locale.find_first_of(".@"));
 }

@@ -7,13 +7,14 @@
 
 namespace zelvane {
 
-/// One canonical form of a language tag, so that "eng", "en" and "EN" compare equal: BCP 47 through
-/// CLDR's aliases ("ger" and "deu" give "de", "en_us" gives "en-US"). What is no language tag comes
-/// back as it was.
+/// The canonical form of a language tag, so that "eng", "en" and "EN" compare equal: BCP 47 with
+/// CLDR's aliases ("ger" and "deu" give "de", "en_us" gives "en-US"). Other text is returned
+/// unchanged.
 std::string canonicalLanguageIdentifier(std::string_view identifier);
 
-/// The user's languages from LANGUAGE, LC_ALL, LC_MESSAGES and LANG, best first, canonical, the
-/// bare language after each regional one ("de-AT", "de"). "en" when the environment names none.
+/// The user's languages from LANGUAGE, LC_ALL, LC_MESSAGES and LANG, in order of preference,
+/// canonical, each regional one followed by its language ("de-AT", "de"). "en" if the environment
+/// names none.
 std::vector<std::string> preferredLanguagesFromEnvironment();
 
 } // namespace zelvane

@@ -22,12 +22,12 @@ struct Logger {
 };
 
 Logger& logger() {
-    // Left to the end of the process: detached threads may log while other statics go.
+    // Never destroyed: detached threads may log while static objects are destroyed.
     static Logger& instance = *std::make_unique<Logger>().release();
     return instance;
 }
 
-/// systemd tells a service which device and inode its journal stream has.
+/// systemd passes the device and inode of the journal stream in JOURNAL_STREAM.
 bool standardErrorIsJournal() {
     const char* stream = std::getenv("JOURNAL_STREAM"); // NOLINT(concurrency-mt-unsafe)
     struct stat info {};
@@ -76,7 +76,7 @@ ScopedLogSink::~ScopedLogSink() {
 }
 
 void fatalError(std::string_view message) {
-    // Straight to standard error: a sink may be what broke.
+    // Written directly to standard error, because the sink may be the fault.
     const std::string line = fmt::format("{}Fatal error: {}\n", linePrefix(), message);
     std::fwrite(line.data(), 1, line.size(), stderr);
     std::abort();

@@ -9,9 +9,9 @@
 
 namespace zelvane {
 
-/// Writes one message of the engine or the application: a line on standard error with the time, the
-/// program and its process id, or the bare message where standard error is the system journal,
-/// which adds these itself. Any thread; lines of different threads never mix.
+/// Writes one message as a line on standard error, with time, program name and process id. If
+/// standard error is the system journal, which adds these, it writes only the message. Any thread;
+/// lines of different threads do not mix.
 void logMessage(std::string_view message);
 
 template <class... Args>
@@ -19,8 +19,8 @@ void logMessage(fmt::format_string<Args...> format, Args&&... args) {
     logMessage(std::string_view(fmt::format(format, std::forward<Args>(args)...)));
 }
 
-/// Sends all messages to `sink` for as long as it lives, in place of standard error. Tests use it
-/// to read the log. One at a time; the sink is called with a lock held and must not log.
+/// Sends all messages to `sink` instead of standard error during its lifetime; used by tests. Only
+/// one may exist at a time. The sink is called with a lock held and must not log.
 class ScopedLogSink {
   public:
     explicit ScopedLogSink(std::function<void(std::string_view)> sink);
@@ -29,10 +29,10 @@ class ScopedLogSink {
     ScopedLogSink& operator=(const ScopedLogSink&) = delete;
 };
 
-/// Ends the process after logging `message`: for a broken internal contract, never for bad input.
+/// Logs `message` and aborts the process. For broken internal contracts, never for bad input.
 [[noreturn]] void fatalError(std::string_view message);
 
-/// "<ClassName: 0x...>": how log lines name the object that speaks.
+/// "<ClassName: 0x...>": the name of an object in log lines.
 std::string objectIdentifier(std::string_view className, const void* object);
 
 } // namespace zelvane

@@ -16,13 +16,13 @@ namespace zelvane {
 
 struct Notification {
     std::string name;
-    /// Who posted it: an identity, never dereferenced here.
+    /// The identity of the poster; never dereferenced here.
     const void* object = nullptr;
     std::map<std::string, std::any, std::less<>> userInfo;
 };
 
-/// Ends a registration when it goes. A handler that is running on another thread at that moment may
-/// still finish; none starts afterwards.
+/// Ends a registration when it is destroyed. No call of the handler starts afterwards; one that
+/// runs on another thread at that moment may still be running.
 class NotificationObserver {
   public:
     NotificationObserver() = default;
@@ -37,21 +37,21 @@ class NotificationObserver {
     std::shared_ptr<Registration> registration_;
 };
 
-/// Tells whoever asked that something happened. Any thread.
+/// Passes notifications from posters to observers. Any thread.
 class NotificationCenter {
   public:
     using Handler = std::function<void(const Notification&)>;
 
-    /// The process-wide centre.
+    /// The one of the process.
     static NotificationCenter& shared();
 
-    /// Calls `handler` for notifications of this name from `object`, or from anyone when it is
-    /// null: on `queue`, or on the posting thread within post() when there is no queue.
+    /// Calls `handler` for notifications with this name and object; a null object means any. The
+    /// call is made on `queue`, or within post() on the posting thread when there is no queue.
     [[nodiscard]] NotificationObserver addObserver(std::string name, const void* object,
                                                    std::shared_ptr<dispatch::Queue> queue,
                                                    Handler handler);
 
-    /// Hands the notification to its observers in the order of their registration, no lock held.
+    /// Calls the observers in the order of their registration, without a lock.
     void post(const Notification& notification);
 
   private:

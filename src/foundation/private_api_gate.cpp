@@ -21,7 +21,7 @@ constexpr const char* kUnderlyingErrorKey = "UnderlyingNSError";
 constexpr const char* kCallStackSymbolsKey = "CallStackSymbols";
 
 dispatch::SerialQueue& usageQueue() {
-    // Left to the end of the process, like the threads that may still enter.
+    // Never destroyed: detached threads may still use it when the process ends.
     static dispatch::SerialQueue& queue =
         *std::make_unique<dispatch::SerialQueue>("Private API Usage Queue").release();
     return queue;
@@ -41,7 +41,7 @@ SystemError gateError(PrivateAPIUsageErrorCode code, SystemError::UserInfo userI
     return {std::string(kPrivateAPIUsageErrorDomain), static_cast<int>(code), std::move(userInfo)};
 }
 
-/// What came out of a block, and the call stack that came with it.
+/// The error of a block and its call stack, if it has one.
 struct Failure {
     SystemError error;
     std::vector<std::string> callStackSymbols;

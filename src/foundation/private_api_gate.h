@@ -16,44 +16,43 @@ inline constexpr std::string_view kPrivateAPIUsageErrorDomain =
 
 /// Codes of kPrivateAPIUsageErrorDomain.
 enum class PrivateAPIUsageErrorCode {
-    /// A std::exception was thrown; its text is kept under "UnderlyingNSException".
+    /// A std::exception was thrown; its text is stored under "UnderlyingNSException".
     exception = 0,
-    /// A text was thrown; it is kept under "UnderlyingObjectiveCExceptionObject".
+    /// A string was thrown; it is stored under "UnderlyingObjectiveCExceptionObject".
     otherObject = 1,
-    /// Something without a text was thrown.
+    /// An object without a text was thrown.
     notAnObject = 2,
-    /// An error of another domain was reported; its text is kept under "UnderlyingNSError".
+    /// An error of another domain was reported; its text is stored under "UnderlyingNSError".
     underlyingError = 3,
-    /// The call gave nothing. Set by the blocks themselves.
+    /// The call returned null. Set by the blocks.
     nullResult = 4,
 };
 
-/// The error that a block reports when a private call gave nothing.
+/// The error that a block reports when a private call returned null.
 SystemError privateAPINullResultError();
 
-/// Thrown by a block that wants the place of its failure, rather than that of the gate, in the log.
+/// An exception with the call stack of its throw. The gate logs that stack instead of its own.
 class PrivateAPIException : public std::runtime_error {
   public:
     explicit PrivateAPIException(const std::string& reason);
-    /// The frames of the throwing thread, the innermost first.
+    /// The frames of the throwing thread, innermost first.
     const std::vector<std::string>& callStackSymbols() const { return callStackSymbols_; }
 
   private:
     std::vector<std::string> callStackSymbols_;
 };
 
-/// Takes the place of an NSError pointer: a block fills it to report a failure without throwing.
+/// An output parameter: a block sets it to report a failure without throwing.
 using PrivateAPIErrorSlot = std::optional<SystemError>;
 
-/// The one door to calls that nobody promised to keep: runs `block`, turns whatever it reports or
-/// throws into one error of kPrivateAPIUsageErrorDomain, logs that, and hands it to `errorOut`.
-/// True when there was none. One block runs at a time in the whole process; a block may enter
-/// again, and must not wait for a thread that is about to enter. Any thread.
+/// The gate for calls to undocumented interfaces. Runs `block`, converts an error that it reports
+/// or throws to one of kPrivateAPIUsageErrorDomain, logs it and stores it in `errorOut`. Returns
+/// whether there was no error. One block runs at a time in the process. A block may call this
+/// function, and must not wait for another thread that does. Any thread.
 bool safelyUsePrivateAPI(const std::function<void(PrivateAPIErrorSlot& error)>& block,
                          PrivateAPIErrorSlot* errorOut = nullptr);
 
-/// The address of a function or constant that this process may or may not have; null, and a log
-/// line, when it has not.
+/// The address of an optional function or constant. Returns null and logs a line if it is missing.
 void* privateAPISymbol(const char* name);
 
 } // namespace zelvane

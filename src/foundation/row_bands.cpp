@@ -5,13 +5,14 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <system_error>
 
 #include "foundation/dispatch.h"
 
 namespace zelvane {
 namespace {
 
-/// Outlives the call for helpers that come too late; those never touch `work`.
+/// Shared with helpers, which may start after forEachBand has returned; those do not use `work_`.
 class Bands {
   public:
     Bands(int rows, int rowsPerBand, const std::function<void(const RowBand&)>& work)
@@ -22,19 +23,19 @@ class Bands {
         while (next_ < rows_) {
             const int first = next_;
             next_ += rowsPerBand_;
-            ++underWay_;
+            ++runningCount_;
             lock.unlock();
             work_({worker, first, std::min(first + rowsPerBand_, rows_)});
             lock.lock();
-            --underWay_;
+            --runningCount_;
         }
         idle_.notify_all();
     }
 
-    /// Once nobody can take another band.
+    /// To be called when no band is left.
     void waitForOthers() {
         std::unique_lock lock(mutex_);
-        idle_.wait(lock, [this] { return underWay_ == 0; });
+        idle_.wait(lock, [this] { return runningCount_ == 0; });
     }
 
   private:
@@ -44,7 +45,7 @@ class Bands {
     std::mutex mutex_;
     std::condition_variable idle_;
     int next_ = 0;
-    int underWay_ = 0;
+    int runningCount_ = 0;
 };
 
 } // namespace
@@ -54,9 +55,13 @@ void forEachBand(int rows, int rowsPerBand, int workers,
     const auto bands = std::make_shared<Bands>(rows, rowsPerBand, work);
     const int bandCount = (rows + rowsPerBand - 1) / rowsPerBand;
     for (int worker = 1; worker < std::min(workers, bandCount); ++worker) {
-        dispatch::globalQueue(dispatch::QualityOfService::userInteractive)->async([bands, worker] {
-            bands->runAs(worker);
-        });
+        try {
+            dispatch::globalQueue(dispatch::QualityOfService::userInteractive)
+                ->async([bands, worker] { bands->runAs(worker); });
+        } catch (const std::system_error&) {
+            // Fewer workers do the same work.
+            break;
+        }
     }
     bands->runAs(0);
     bands->waitForOthers();

@@ -5,17 +5,17 @@
 
 namespace zelvane {
 
-/// Some neighbouring rows, and which of the workers does them.
+/// A range of rows and the number of the worker that processes it.
 struct RowBand {
     int worker = 0;
     int first = 0;
     int end = 0;
 };
 
-/// Does `rows` rows in bands of `rowsPerBand`, on the calling thread (worker 0) and on up to
-/// `workers` - 1 threads of the shared pool, and returns when all are done. Each takes the next
-/// band when it has done one, and nobody waits for a helper that the system has not let run yet: on
-/// a busy machine the caller does the work itself. A worker's number is on one thread at a time.
+/// Calls `work` for `rows` rows in bands of `rowsPerBand`, on the calling thread (worker 0) and up
+/// to `workers` - 1 threads of the shared pool, and returns when all rows are done. Each worker
+/// takes the next band when it has finished one. A helper that has not started is not waited for,
+/// so on a busy machine the caller does the work. A worker number is used by one thread at a time.
 /// `work` must not throw.
 void forEachBand(int rows, int rowsPerBand, int workers,
                  const std::function<void(const RowBand&)>& work);

@@ -5,8 +5,8 @@
 
 namespace zelvane {
 
-/// Where a checked call stands. std::source_location would do, but the clang that runs the linter
-/// and the fuzzers does not have it.
+/// The source location of a checked call. std::source_location is missing in the clang version that
+/// runs the linter and the fuzzers.
 struct SourceLocation {
     std::string_view file;
     std::string_view function;

@@ -11,7 +11,7 @@
 namespace zelvane {
 namespace {
 
-/// Every white space character that is not a single byte, as UTF-8.
+/// All white space characters of more than one byte in UTF-8.
 constexpr std::array<std::string_view, 19> kWideSpaces{
     "\u0085", "\u00a0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003",
     "\u2004", "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200a",
@@ -43,7 +43,7 @@ std::size_t trailingSpace(std::string_view text) {
     return found == kWideSpaces.end() ? 0 : found->size();
 }
 
-/// The bytes of the sequence that `lead` begins, 0 where it cannot begin one.
+/// The length of the sequence that begins with `lead`; 0 if none can.
 std::size_t sequenceLength(unsigned char lead) {
     if (lead < 0x80) {
         return 1;
@@ -57,8 +57,8 @@ std::size_t sequenceLength(unsigned char lead) {
     return lead >= 0xf0 && lead <= 0xf4 ? 4 : 0;
 }
 
-/// The lead bytes that could begin a longer form than needed, a surrogate or a number above
-/// U+10FFFF leave less room for the byte behind them.
+/// After some lead bytes the second byte is restricted, to exclude overlong forms, surrogates and
+/// code points above U+10FFFF.
 bool canFollowLead(unsigned char lead, unsigned char second) {
     switch (lead) {
     case 0xe0:
@@ -84,7 +84,7 @@ bool isSequence(std::string_view bytes) {
                                              static_cast<unsigned char>(bytes[1]));
 }
 
-/// How many of the first bytes are ASCII, counted by eights.
+/// The number of leading ASCII bytes, in multiples of eight.
 std::size_t leadingASCII(std::string_view bytes) {
     constexpr std::uint64_t kHighBits = 0x8080808080808080U;
     std::size_t count = 0;

@@ -18,7 +18,7 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// Length of the scheme that `text` starts with, without its colon; 0 when there is none.
+/// The length of the scheme at the start of `text`, without its colon; 0 if there is none.
 std::size_t schemeLength(std::string_view text) {
     if (text.empty() || !isLetter(text.front())) {
         return 0;
@@ -29,7 +29,7 @@ std::size_t schemeLength(std::string_view text) {
     return end != text.end() && *end == ':' ? static_cast<std::size_t>(end - text.begin()) : 0;
 }
 
-/// The byte of a percent escape at the start of `text`. None for NUL: a path would end at it, and
+/// The byte of a percent escape at the start of `text`. None for NUL, which would end the path and
 /// name another file.
 std::optional<char> escapedByte(std::string_view text) {
     if (text.size() < 3 || text.front() != '%') {

@@ -7,24 +7,24 @@
 
 namespace zelvane {
 
-/// Where media lies (RFC 3986, as far as a player needs it). A value; any thread.
+/// The location of media: the subset of RFC 3986 that a player needs. A value.
 class URL {
   public:
-    /// The file URL of a path, made absolute against the working folder. Any bytes are kept.
+    /// The file URL of a path, made absolute in the working folder. All bytes are kept.
     static URL fromPath(const std::filesystem::path& path);
-    /// Reads text such as "http://host/film", "file:///film" or, without a scheme, "film". Never
-    /// fails: what has no scheme is a relative URL.
+    /// Parses text such as "http://host/film" or "file:///film". Text without a scheme is a
+    /// relative URL. Never fails.
     static URL parse(std::string_view text);
 
-    /// As written; empty when there is none.
+    /// As written; empty if there is none.
     const std::string& scheme() const { return scheme_; }
-    /// Whether the scheme is "file", in any case.
+    /// Whether the scheme is "file", ignoring case.
     bool isFileURL() const;
-    /// Without host, query and fragment, and with percent escapes decoded.
+    /// The path without host, query and fragment, with percent escapes decoded.
     const std::string& path() const { return path_; }
-    /// The whole, with percent escapes.
+    /// The whole URL with percent escapes.
     const std::string& absoluteString() const { return absoluteString_; }
-    /// The path behind its last slash, slashes at the end aside; "/" for the root.
+    /// The last component of the path, ignoring slashes at its end; "/" for the root.
     std::string lastPathComponent() const;
 
     friend bool operator==(const URL&, const URL&) = default;

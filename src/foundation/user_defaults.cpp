@@ -3,6 +3,9 @@
 
 #include <charconv>
 #include <cmath>
+#include <system_error>
+
+#include <fmt/format.h>
 
 namespace zelvane {
 namespace {
@@ -29,7 +32,7 @@ std::unique_ptr<UserDefaultsStore> orMemory(std::unique_ptr<UserDefaultsStore> s
     return store != nullptr ? std::move(store) : std::make_unique<MemoryStore>();
 }
 
-/// The number that a value means: a text counts up to where it stops being one.
+/// Converts a value to a number; of a text, the number that it begins with.
 struct AsNumber {
     double operator()(bool value) const { return value ? 1 : 0; }
     double operator()(std::int64_t value) const { return static_cast<double>(value); }
@@ -44,6 +47,21 @@ struct AsNumber {
     }
     double operator()(const std::vector<std::string>&) const { return 0; }
 };
+
+/// The exact integer of a value that is one, also where it is written as text.
+std::optional<std::int64_t> integerIn(const DefaultsValue& value) {
+    if (const auto* integer = std::get_if<std::int64_t>(&value)) {
+        return *integer;
+    }
+    if (const auto* text = std::get_if<std::string>(&value)) {
+        std::int64_t integer = 0;
+        const char* const end = text->data() + text->size();
+        const auto result = std::from_chars(text->data(), end, integer);
+        return result.ec == std::errc() && result.ptr == end ? std::optional(integer)
+                                                             : std::nullopt;
+    }
+    return std::nullopt;
+}
 
 } // namespace
 
@@ -86,8 +104,8 @@ bool UserDefaults::boolForKey(std::string_view key) const {
 
 std::int64_t UserDefaults::integerForKey(std::string_view key) const {
     const auto found = value(key);
-    if (found && std::holds_alternative<std::int64_t>(*found)) {
-        return std::get<std::int64_t>(*found);
+    if (const auto integer = found ? integerIn(*found) : std::nullopt) {
+        return *integer;
     }
     const double number = doubleForKey(key);
     constexpr double kLimit = 9.2e18;
@@ -104,13 +122,19 @@ std::string UserDefaults::stringForKey(std::string_view key) const {
     if (found && std::holds_alternative<std::string>(*found)) {
         return std::get<std::string>(*found);
     }
-    return {};
+    // A file of settings separates the entries of a list by commas, and so reads a text with one.
+    return fmt::format("{}", fmt::join(stringsForKey(key), ", "));
 }
 
 std::vector<std::string> UserDefaults::stringsForKey(std::string_view key) const {
     const auto found = value(key);
     if (found && std::holds_alternative<std::vector<std::string>>(*found)) {
         return std::get<std::vector<std::string>>(*found);
+    }
+    // A file of settings cannot tell a list of one entry from a text, nor an empty list from none.
+    if (found && std::holds_alternative<std::string>(*found) &&
+        !std::get<std::string>(*found).empty()) {
+        return {std::get<std::string>(*found)};
     }
     return {};
 }

@@ -16,7 +16,7 @@ namespace zelvane {
 using DefaultsValue =
     std::variant<bool, std::int64_t, double, std::string, std::vector<std::string>>;
 
-/// Where settings are kept: a file below the application, memory in tests. Any thread.
+/// Storage of settings: a file in the application, memory in tests. Any thread.
 class UserDefaultsStore {
   public:
     virtual ~UserDefaultsStore() = default;
@@ -25,23 +25,24 @@ class UserDefaultsStore {
     virtual void write(std::string_view key, const std::optional<DefaultsValue>& value) = 0;
 };
 
-/// The user's settings, read where they are used; a registered default answers for a key that the
-/// store does not have. Any thread.
+/// The user's settings. A registered default is the value of a key that the store does not have.
+/// Any thread.
 class UserDefaults {
   public:
     explicit UserDefaults(std::unique_ptr<UserDefaultsStore> store = nullptr);
 
-    /// The process-wide settings: in memory until the application gives them a store.
+    /// The settings of the process, in memory until the application sets a store.
     static UserDefaults& shared();
-    /// Null puts an empty one in memory.
+    /// Null means an empty store in memory.
     void setStore(std::unique_ptr<UserDefaultsStore> store);
 
     void registerDefaults(std::map<std::string, DefaultsValue, std::less<>> defaults);
     void set(std::string_view key, const std::optional<DefaultsValue>& value);
     std::optional<DefaultsValue> value(std::string_view key) const;
 
-    /// The value as that type; a number or text converts as far as it means one. False, 0 or empty
-    /// when there is none.
+    /// The value, converted to that type where that is possible: a text is a list of one entry, and
+    /// a list is a text with commas. False, 0 or empty when there is no value or it cannot be
+    /// converted.
     bool boolForKey(std::string_view key) const;
     std::int64_t integerForKey(std::string_view key) const;
     double doubleForKey(std::string_view key) const;

@@ -9,44 +9,44 @@
 namespace zelvane {
 namespace {
 
-TEST(Atomic, handlersSurroundAChangeAndOnlyAChange) {
-    Atomic<int> box(1);
+TEST(Atomic, callsHandlersBeforeAndAfterAChangeOnly) {
+    Atomic<int> atomic(1);
     std::string calls;
     const auto change = [&](int value) {
-        return box.compareAndChange(
+        return atomic.compareAndChange(
             value,
-            [&](int old) { calls += "will" + std::to_string(old) + std::to_string(box.load()); },
-            [&](int now) { calls += "did" + std::to_string(now) + std::to_string(box.load()); });
+            [&](int old) { calls += "will" + std::to_string(old) + std::to_string(atomic.load()); },
+            [&](int now) { calls += "did" + std::to_string(now) + std::to_string(atomic.load()); });
     };
     EXPECT_FALSE(change(1));
     EXPECT_EQ(calls, "");
     EXPECT_TRUE(change(2));
     EXPECT_EQ(calls, "will11did22");
-    EXPECT_EQ(box.exchange(3), 2);
-    EXPECT_EQ(box.load(), 3);
+    EXPECT_EQ(atomic.exchange(3), 2);
+    EXPECT_EQ(atomic.load(), 3);
 }
 
-TEST(Atomic, aHandlerMayChangeTheSameBox) {
-    Atomic<int> box(0);
-    box.compareAndChange(
-        1, [](int) {}, [&](int) { box.store(7); });
-    EXPECT_EQ(box.load(), 7);
+TEST(Atomic, letsAHandlerChangeTheSameValue) {
+    Atomic<int> atomic(0);
+    atomic.compareAndChange(
+        1, [](int) {}, [&](int) { atomic.store(7); });
+    EXPECT_EQ(atomic.load(), 7);
 }
 
-TEST(Atomic, noChangeIsLostBetweenThreads) {
-    Atomic<int> box(0);
+TEST(Atomic, losesNoChangeBetweenThreads) {
+    Atomic<int> atomic(0);
     const auto count = [&] {
         for (int i = 0; i < 10000; ++i) {
-            box.withLock([](int& value) { ++value; });
+            atomic.withLock([](int& value) { ++value; });
         }
     };
     std::thread other(count);
     count();
     other.join();
-    EXPECT_EQ(box.load(), 20000);
+    EXPECT_EQ(atomic.load(), 20000);
 }
 
-TEST(Atomic, boxesOfOneLockChangeAsOne) {
+TEST(Atomic, valuesWithASharedLockChangeTogether) {
     Atomic<int> first(0);
     Atomic<int> second(0, first.lock());
     Atomic<int> third(0);

@@ -9,7 +9,7 @@
 namespace zelvane {
 namespace {
 
-TEST(CharacterEncoding, textIsReadInTheVariantThatPeopleWrite) {
+TEST(CharacterEncoding, decodesTheVariantThatIsUsedInPractice) {
     struct Case {
         std::string_view bytes;
         std::string_view encoding;
@@ -29,7 +29,7 @@ TEST(CharacterEncoding, textIsReadInTheVariantThatPeopleWrite) {
     }
 }
 
-TEST(CharacterEncoding, whatMeansNothingCostsNoMoreThanItself) {
+TEST(CharacterEncoding, replacesOnlyTheMalformedBytes) {
     const DecodedText decoded = decodedText("gr\xffn\xc3", "UTF-8");
     EXPECT_EQ(decoded.text, "gr\xef\xbf\xbdn\xef\xbf\xbd");
     EXPECT_EQ(decoded.malformedCount, 2U);
@@ -37,7 +37,7 @@ TEST(CharacterEncoding, whatMeansNothingCostsNoMoreThanItself) {
     EXPECT_EQ(decodedText("a\0\0\xd8z\0"sv, "UTF-16LE").text, "a\xef\xbf\xbdz");
 }
 
-TEST(CharacterEncoding, whatIsNoCharacterComesFromNoEncoding) {
+TEST(CharacterEncoding, rejectsCodePointsThatAreNoCharacters) {
     for (const std::string_view bytes : {"a\xf4\x90\x80\x80z", "a\xf7\xbf\xbf\xbfz",
                                          "a\xed\xa0\x80z", "a\xfc\x84\x80\x80\x80\x80z"}) {
         const DecodedText decoded = decodedText(bytes, "UTF-8");
@@ -48,10 +48,10 @@ TEST(CharacterEncoding, whatIsNoCharacterComesFromNoEncoding) {
     }
 }
 
-TEST(CharacterEncoding, anUnknownNameIsTold) {
-    EXPECT_FALSE(isKnownCharacterEncoding("no such thing"));
+TEST(CharacterEncoding, rejectsAnUnknownName) {
+    EXPECT_FALSE(isKnownCharacterEncoding("unknown name"));
     EXPECT_TRUE(isKnownCharacterEncoding("SHIFT_JIS"));
-    EXPECT_THROW(decodedText("text", "no such thing"), SystemError);
+    EXPECT_THROW(decodedText("text", "unknown name"), SystemError);
 }
 
 } // namespace

@@ -12,6 +12,9 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "foundation/dispatch.h"
 
@@ -20,7 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Blocks a queue from within until it is opened.
+/// Blocks a queue until it is opened.
 struct Gate {
     std::binary_semaphore isShut{0};
     std::binary_semaphore mayOpen{0};
@@ -71,36 +74,29 @@ TEST(SerialQueue, keepsTheOrderOfEachThreadAndRunsOneTaskAtATime) {
     EXPECT_FALSE(everTwo);
 }
 
-TEST(SerialQueue, syncWaitsForWhatCameBefore) {
-    const auto queue = makeSerialQueue("wait");
+TEST(SerialQueue, runsTasksInTheOrderOfTheCalls) {
+    const auto queue = makeSerialQueue("order");
+    std::string order;
     Gate gate;
     gate.shut(*queue);
-    std::string order;
-    for (const char task : {'a', 'b', 'c'}) {
+    for (const char task : {'a', 'b'}) {
         queue->async([&order, task] { order += task; });
     }
     gate.open();
-    queue->sync([&] { order += 'd'; });
-    EXPECT_EQ(order, "abcd");
-}
-
-TEST(SerialQueue, asyncFromATaskRunsAfterIt) {
-    const auto queue = makeSerialQueue("later");
-    std::string order;
     queue->sync([&] {
-        queue->async([&] { order += 'b'; });
-        order += 'a';
+        queue->async([&] { order += 'd'; });
+        order += 'c';
     });
-    queue->sync([&] { order += 'c'; });
-    EXPECT_EQ(order, "abc");
+    queue->sync([&] { order += 'e'; });
+    EXPECT_EQ(order, "abcde");
 }
 
-TEST(SerialQueue, syncBringsBackResultsAndExceptions) {
+TEST(SerialQueue, syncReturnsResultsAndRethrowsExceptions) {
     const auto queue = makeSerialQueue("result");
     EXPECT_EQ(queue->sync([] { return std::string("value"); }), "value");
     EXPECT_THROW(queue->sync([] { throw std::runtime_error("void"); }), std::runtime_error);
     EXPECT_THROW(queue->sync([]() -> int { throw std::runtime_error("int"); }), std::runtime_error);
-    EXPECT_EQ(queue->sync([] { return 5; }), 5) << "the queue goes on";
+    EXPECT_EQ(queue->sync([] { return 5; }), 5) << "the queue continues";
 }
 
 TEST(SerialQueue, knowsItsOwnTasks) {
@@ -114,38 +110,22 @@ TEST(SerialQueue, knowsItsOwnTasks) {
     queue->async([&] { wasCurrent = queue->isCurrent(); });
     queue->sync([] {});
     EXPECT_TRUE(wasCurrent);
-    EXPECT_EQ(queue->label(), "current");
 }
 
-/// Notes, when it goes, whether it goes as part of the queue.
-class LastWord {
-  public:
-    LastWord(const Queue& queue, std::atomic<bool>& wasCurrent)
-        : queue_(queue), wasCurrent_(wasCurrent) {}
-    ~LastWord() { wasCurrent_ = queue_.isCurrent(); }
-    LastWord(const LastWord&) = delete;
-    LastWord& operator=(const LastWord&) = delete;
-
-  private:
-    const Queue& queue_;
-    std::atomic<bool>& wasCurrent_;
-};
-
-TEST(Queues, letGoOfWhatATaskHoldsWithinTheQueue) {
-    RunLoopQueue loop;
+TEST(Queues, destroyCapturedObjectsWithinTheQueue) {
+    const auto loop = std::make_shared<RunLoopQueue>();
     const auto serial = makeSerialQueue("captures");
-    std::atomic<bool> wasCurrent{false};
-    loop.async([word = std::make_shared<LastWord>(loop, wasCurrent)] {});
-    loop.runPending();
-    EXPECT_TRUE(wasCurrent);
-
-    wasCurrent = false;
-    serial->async([word = std::make_shared<LastWord>(*serial, wasCurrent)] {});
-    serial->sync([] {});
-    EXPECT_TRUE(wasCurrent);
+    for (const auto& queue : {std::shared_ptr<Queue>(loop), std::shared_ptr<Queue>(serial)}) {
+        std::atomic<bool> wasCurrent{false};
+        queue->async([capture = std::shared_ptr<void>(
+                          nullptr, [&](std::nullptr_t) { wasCurrent = queue->isCurrent(); })] {});
+        loop->runPending();
+        serial->sync([] {});
+        EXPECT_TRUE(wasCurrent);
+    }
 }
 
-TEST(SerialQueue, tasksThatWaitWhenTheQueueGoesStillRun) {
+TEST(SerialQueue, waitingTasksRunAfterTheQueueIsReleased) {
     std::latch done(3);
     Gate gate;
     {
@@ -159,9 +139,9 @@ TEST(SerialQueue, tasksThatWaitWhenTheQueueGoesStillRun) {
     done.wait();
 }
 
-/// How often each thread of this process that bears a name has gone to sleep.
-std::vector<int> sleepsOfThreadsNamed(const std::string& name) {
-    std::vector<int> sleeps;
+/// For each thread with a name: how often it has waited.
+std::vector<int> waitsOfThreadsNamed(const std::string& name) {
+    std::vector<int> waits;
     for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
         std::ifstream stream(thread.path() / "status");
         std::string line;
@@ -171,18 +151,18 @@ std::vector<int> sleepsOfThreadsNamed(const std::string& name) {
         constexpr std::string_view kKey = "voluntary_ctxt_switches:";
         while (std::getline(stream, line)) {
             if (line.starts_with(kKey)) {
-                sleeps.push_back(std::stoi(line.substr(kKey.size())));
+                waits.push_back(std::stoi(line.substr(kKey.size())));
             }
         }
     }
-    return sleeps;
+    return waits;
 }
 
 std::size_t threadsNamed(const std::string& name) {
-    return sleepsOfThreadsNamed(name).size();
+    return waitsOfThreadsNamed(name).size();
 }
 
-bool comesTrue(const std::function<bool()>& condition) {
+bool becomesTrue(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + 10s;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > deadline) {
@@ -193,26 +173,26 @@ bool comesTrue(const std::function<bool()>& condition) {
     return true;
 }
 
-TEST(SerialQueue, itsThreadBearsTheLabelAndEndsWithTheQueue) {
+TEST(SerialQueue, itsThreadHasTheLabelAndEndsWithTheQueue) {
     auto queue = makeSerialQueue("named thread of the queue");
     queue->async([] {});
-    EXPECT_TRUE(comesTrue([] { return threadsNamed("named thread of") == 1; }));
+    EXPECT_TRUE(becomesTrue([] { return threadsNamed("named thread of") == 1; }));
     queue.reset();
-    EXPECT_TRUE(comesTrue([] { return threadsNamed("named thread of") == 0; }));
+    EXPECT_TRUE(becomesTrue([] { return threadsNamed("named thread of") == 0; }));
 }
 
-TEST(SerialQueue, itsThreadEndsAlsoWhenTheQueueGoesDuringASync) {
+TEST(SerialQueue, itsThreadEndsWhenTheQueueIsReleasedDuringASync) {
     auto queue = makeSerialQueue("gone in sync");
     queue->async([] {});
     queue->sync([] {});
     SerialQueue* raw = queue.get();
     raw->sync([&] {
-        const auto before = sleepsOfThreadsNamed("gone in sync");
+        const auto before = waitsOfThreadsNamed("gone in sync");
         queue.reset();
-        // The thread looks up at this, finds the queue taken, and sleeps on.
-        EXPECT_TRUE(comesTrue([&] { return sleepsOfThreadsNamed("gone in sync") != before; }));
+        // The thread wakes, finds that the queue is owned, and waits again.
+        EXPECT_TRUE(becomesTrue([&] { return waitsOfThreadsNamed("gone in sync") != before; }));
     });
-    EXPECT_TRUE(comesTrue([] { return threadsNamed("gone in sync") == 0; }));
+    EXPECT_TRUE(becomesTrue([] { return threadsNamed("gone in sync") == 0; }));
 }
 
 TEST(QueueDeathTest, syncFromItsOwnTaskStopsTheProcess) {
@@ -231,7 +211,7 @@ TEST(GlobalQueue, runsTasksSideBySide) {
     constexpr int kTasks = 4;
     for (const auto qos : {QualityOfService::unspecified, QualityOfService::userInitiated,
                            QualityOfService::userInteractive}) {
-        // Each waits for all the others, so one after the other would never end.
+        // Each task waits for all others.
         const auto together = std::make_shared<std::barrier<>>(kTasks + 1);
         for (int i = 0; i < kTasks; ++i) {
             globalQueue(qos)->async([together] { together->arrive_and_wait(); });
@@ -241,7 +221,51 @@ TEST(GlobalQueue, runsTasksSideBySide) {
     EXPECT_TRUE(waitForQuiescence(10s));
 }
 
-TEST(RunLoopQueue, runsNothingUntilItIsCranked) {
+TEST(Queues, onlyUtilityThreadsHaveALowerPriority) {
+    const int usual = getpriority(PRIO_PROCESS, 0);
+    for (const auto qos : {QualityOfService::utility, QualityOfService::userInitiated}) {
+        for (const auto& queue :
+             {std::shared_ptr<Queue>(makeSerialQueue("q", qos)), globalQueue(qos)}) {
+            std::atomic<int> niceness{-1};
+            queue->async(
+                [&] { niceness = getpriority(PRIO_PROCESS, static_cast<id_t>(gettid())); });
+            EXPECT_TRUE(waitForQuiescence(5s));
+            EXPECT_EQ(niceness > usual, qos == QualityOfService::utility);
+        }
+    }
+}
+
+TEST(Queues, withoutAThreadATaskIsNotTaken) {
+    pthread_attr_t usual;
+    pthread_getattr_default_np(&usual);
+    pthread_attr_t impossible;
+    pthread_attr_init(&impossible);
+    pthread_attr_setstacksize(&impossible, std::size_t{1} << 47);
+    for (const auto& queue : {std::shared_ptr<Queue>(makeSerialQueue("poor")),
+                              globalQueue(QualityOfService::userInitiated)}) {
+        std::counting_semaphore<> mayEnd{0};
+        std::atomic<int> runs{0};
+        int taken = 0;
+        const auto add = [&] {
+            queue->async([&] {
+                mayEnd.acquire();
+                ++runs;
+            });
+            ++taken;
+        };
+        pthread_setattr_default_np(&impossible);
+        // A global queue may have idle threads.
+        EXPECT_THROW(
+            while (taken < 100) { add(); }, std::system_error);
+        pthread_setattr_default_np(&usual);
+        add();
+        mayEnd.release(taken);
+        EXPECT_TRUE(waitForQuiescence(5s));
+        EXPECT_EQ(runs, taken);
+    }
+}
+
+TEST(RunLoopQueue, runsTasksOnlyInItsRunFunctions) {
     RunLoopQueue queue;
     std::string order;
     queue.async([&] {
@@ -272,7 +296,7 @@ TEST(RunLoopQueue, servesOtherThreads) {
     EXPECT_FALSE(queue.runUntil([] { return false; }, 1ms));
 }
 
-TEST(MainQueueDeathTest, thereIsNoneUntilSomeoneSetsIt) {
+TEST(MainQueueDeathTest, stopsTheProcessUntilOneIsSet) {
     EXPECT_DEATH(mainQueue(), "No main queue has been set\\.");
     const auto queue = std::make_shared<RunLoopQueue>();
     setMainQueue(queue);
@@ -280,13 +304,13 @@ TEST(MainQueueDeathTest, thereIsNoneUntilSomeoneSetsIt) {
     setMainQueue(nullptr);
 }
 
-TEST(Group, notifiesOnceAllHaveLeft) {
+TEST(Group, notifiesWhenAllHaveLeft) {
     const auto queue = std::make_shared<RunLoopQueue>();
     const Group group;
     std::string order;
     group.notify(queue, [&] { order += "first"; });
     queue->runPending();
-    EXPECT_EQ(order, "first") << "nothing is under way";
+    EXPECT_EQ(order, "first") << "no work has entered";
     group.enter();
     group.enter();
     group.notify(queue, [&] { order += " second"; });
@@ -317,7 +341,7 @@ TEST(GroupDeathTest, oneLeaveTooManyStopsTheProcess) {
     EXPECT_DEATH(group.leave(), "Unbalanced leave of a dispatch group\\.");
 }
 
-TEST(Quiescence, isOnlyThereWhenNoTaskWaitsOrRuns) {
+TEST(Quiescence, isReachedWhenNoTaskWaitsOrRuns) {
     const auto queue = makeSerialQueue("busy");
     Gate gate;
     gate.shut(*queue);

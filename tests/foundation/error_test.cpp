@@ -4,8 +4,8 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "foundation/checked_call.h"
 #include "foundation/error.h"
+#include "foundation/status_error.h"
 #include "tests/support/log_capture.h"
 
 namespace zelvane {
@@ -13,30 +13,20 @@ namespace {
 
 using test::LogCapture;
 
-TEST(ErrorDescription, joinsTheTextsThatAreThere) {
-    using Text = std::optional<std::string>;
-    struct Case {
-        Text description;
-        Text reason;
-        Text suggestion;
-        std::string joined;
+TEST(ErrorDescription, joinsTheTextsThatArePresent) {
+    const auto joined = [](auto... texts) {
+        return errorDescriptionText(LocalizedError("plain", texts...));
     };
-    const std::vector<Case> cases{
-        {"What.", "Why.", "Help.", "What. Why. Help."},
-        {"What.", {}, "Help.", "What. Help."},
-        {{}, "Why.", {}, "Why."},
-    };
-    for (const auto& [description, reason, suggestion, joined] : cases) {
-        EXPECT_EQ(errorDescriptionText(LocalizedError("plain", description, reason, suggestion)),
-                  joined);
-    }
+    EXPECT_EQ(joined("What.", "Why.", "Help."), "What. Why. Help.");
+    EXPECT_EQ(joined("What.", std::nullopt, "Help."), "What. Help.");
+    EXPECT_EQ(joined(std::nullopt, "Why.", std::nullopt), "Why.");
 }
 
-TEST(ErrorDescription, ofASystemErrorComesFromItselfThenItsDomainThenItsCode) {
+TEST(ErrorDescription, ofASystemErrorIsItsOwnOrItsDomainsOrItsCode) {
     const std::string domain = "org.example.disk";
-    const SystemError described(domain, 3, {{std::string(kLocalizedDescriptionKey), "Own words."}});
+    const SystemError described(domain, 3, {{std::string(kLocalizedDescriptionKey), "Own text."}});
     const SystemError bare(domain, 3);
-    EXPECT_EQ(errorDescriptionText(described), "Own words.");
+    EXPECT_EQ(errorDescriptionText(described), "Own text.");
     EXPECT_EQ(errorDescriptionText(bare), "Error Domain=org.example.disk Code=3");
     setUserInfoProvider(domain, [](const SystemError& error, std::string_view key) {
         return key == kLocalizedDescriptionKey && error.code() == 3
@@ -44,13 +34,13 @@ TEST(ErrorDescription, ofASystemErrorComesFromItselfThenItsDomainThenItsCode) {
                    : std::nullopt;
     });
     EXPECT_EQ(errorDescriptionText(bare), "Disk full.");
-    EXPECT_EQ(errorDescriptionText(described), "Own words.");
+    EXPECT_EQ(errorDescriptionText(described), "Own text.");
     EXPECT_EQ(errorDescriptionText(SystemError(domain, 4)), "Error Domain=org.example.disk Code=4");
     EXPECT_EQ(errorDescriptionText(SystemError(std::string(kPOSIXErrorDomain), ENOENT)),
               "No such file or directory");
 }
 
-TEST(ErrorDescription, ofAnythingElseIsItsPlainText) {
+TEST(ErrorDescription, ofOtherErrorsIsWhat) {
     EXPECT_EQ(errorDescriptionText(std::runtime_error("plain")), "plain");
     EXPECT_EQ(errorDescriptionText(std::make_exception_ptr(Error("thrown"))), "thrown");
     EXPECT_EQ(errorDescriptionText(std::make_exception_ptr(
@@ -59,46 +49,35 @@ TEST(ErrorDescription, ofAnythingElseIsItsPlainText) {
     EXPECT_EQ(errorDescriptionText(std::make_exception_ptr(5)), "An unknown error occurred.");
 }
 
-TEST(CheckedCalls, successIsSilent) {
-    const LogCapture log;
-    checkedDarwinCall([] { return kNoErr; });
-    checkedCoreVideoCall([] { return 0; });
-    EXPECT_TRUE(log.lines().empty());
-}
-
-TEST(CheckedCalls, failuresAreLoggedWithTheirPlaceAndThrown) {
+template <class Call>
+void expectLoggedFailure(const Call& call, const char* function, const char* domain, int code) {
     const LogCapture log;
     int line = 0;
     try {
-        line = __LINE__ + 1;
-        checkedDarwinCall([] { return OSStatus{-50}; });
-        ADD_FAILURE();
+        call(line);
+        ADD_FAILURE() << domain;
     } catch (const SystemError& error) {
-        EXPECT_EQ(error, SystemError("NSOSStatusErrorDomain", -50));
+        EXPECT_EQ(error, SystemError(domain, code));
     }
     EXPECT_EQ(log.lines().back(),
-              fmt::format("In error_test.cpp TestBody, the Darwin function at line {} returned an "
-                          "error: Error Domain=NSOSStatusErrorDomain Code=-50.",
-                          line));
-    try {
-        line = __LINE__ + 1;
-        checkedCoreVideoCall([] { return CVReturn{-6660}; });
-        ADD_FAILURE();
-    } catch (const SystemError& error) {
-        EXPECT_EQ(error, SystemError("com.apple.corevideo", -6660));
-    }
-    EXPECT_EQ(log.lines().back(),
-              fmt::format("In error_test.cpp TestBody, the Core Video function at line {} returned "
-                          "an error: Error Domain=com.apple.corevideo Code=-6660.",
-                          line));
+              fmt::format("In error_test.cpp operator(), the {} function at line "
+                          "{} returned an error: Error Domain={} Code={}.",
+                          function, line, domain, code));
 }
 
-TEST(CheckedCalls, anExpectedStatusIsThrownInSilence) {
-    const LogCapture log;
-    EXPECT_THROW(checkedDarwinCall([] { return OSStatus{-50}; }, {-1, -50}), SystemError);
-    EXPECT_TRUE(log.lines().empty());
-    EXPECT_THROW(checkedDarwinCall([] { return OSStatus{-51}; }, {-1, -50}), SystemError);
-    EXPECT_EQ(log.lines().size(), 1U);
+TEST(StatusErrors, areLoggedWithTheirLocationAndThrown) {
+    expectLoggedFailure(
+        [](int& line) {
+            line = __LINE__ + 1;
+            throwDarwinError(-50);
+        },
+        "Darwin", "NSOSStatusErrorDomain", -50);
+    expectLoggedFailure(
+        [](int& line) {
+            line = __LINE__ + 1;
+            throwCoreVideoError(-6660);
+        },
+        "Core Video", "com.apple.corevideo", -6660);
 }
 
 } // namespace

@@ -16,7 +16,7 @@ auto identifierOf(const std::filesystem::path& path) {
     return FileResourceIdentifier::of(URL::fromPath(path));
 }
 
-TEST(FileResourceIdentifier, isTheSameByEveryName) {
+TEST(FileResourceIdentifier, isTheSameForEveryName) {
     const test::TemporaryFolder folder;
     const auto path = folder.path() / "a.srt";
     std::ofstream(path) << "text";
@@ -29,7 +29,17 @@ TEST(FileResourceIdentifier, isTheSameByEveryName) {
     EXPECT_NE(identifierOf(path), identifierOf(folder.path() / "d.srt"));
 }
 
-TEST(FileResourceIdentifier, isNoneOfWhatIsNoFile) {
+TEST(FileResourceIdentifier, differsFromThatOfADeletedFile) {
+    const test::TemporaryFolder folder;
+    const auto path = folder.path() / "a.srt";
+    std::ofstream(path) << "text";
+    const auto deleted = identifierOf(path);
+    std::filesystem::remove(path);
+    std::ofstream(path) << "text";
+    EXPECT_NE(identifierOf(path), deleted);
+}
+
+TEST(FileResourceIdentifier, isNoneForOtherURLs) {
     EXPECT_EQ(FileResourceIdentifier::of(URL::parse("http://host/a.srt")), std::nullopt);
     EXPECT_THROW(identifierOf("/no/such/file"), SystemError);
 }

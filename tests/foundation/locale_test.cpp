@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include <array>
 #include <cstdlib>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -11,7 +11,7 @@
 namespace zelvane {
 namespace {
 
-TEST(CanonicalLanguage, isOneFormForAllWaysToWriteIt) {
+TEST(CanonicalLanguage, isTheSameForAllFormsOfALanguage) {
     const std::vector<std::pair<std::string, std::string>> cases{
         {"eng", "en"},      {"en", "en"},           {"EN", "en"},
         {"en_us", "en-US"}, {"ger", "de"},          {"deu", "de"},
@@ -24,59 +24,38 @@ TEST(CanonicalLanguage, isOneFormForAllWaysToWriteIt) {
     for (const auto& [written, canonical] : cases) {
         EXPECT_EQ(canonicalLanguageIdentifier(written), canonical) << written;
     }
-    const std::string absurd(100000, 'x');
-    EXPECT_EQ(canonicalLanguageIdentifier(absurd), absurd);
+    const std::string longText(100000, 'x');
+    EXPECT_EQ(canonicalLanguageIdentifier(longText), longText);
 }
 
-/// Sets the variables that languages come from, and puts them back.
-class LanguageEnvironment {
-  public:
-    explicit LanguageEnvironment(const std::map<std::string, std::string>& variables) {
-        for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
-            if (const char* value = std::getenv(name)) { // NOLINT(concurrency-mt-unsafe)
-                saved_[name] = value;
-            }
-            unsetenv(name); // NOLINT(concurrency-mt-unsafe)
-        }
-        set(variables);
-    }
-    ~LanguageEnvironment() {
-        for (const char* name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
-            unsetenv(name); // NOLINT(concurrency-mt-unsafe)
-        }
-        set(saved_);
-    }
-    LanguageEnvironment(const LanguageEnvironment&) = delete;
-    LanguageEnvironment& operator=(const LanguageEnvironment&) = delete;
+constexpr std::array kVariables{"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"};
+/// Values of kVariables; null for an unset one.
+using Environment = std::array<const char*, 4>;
 
-  private:
-    static void set(const std::map<std::string, std::string>& variables) {
-        for (const auto& [name, value] : variables) {
-            setenv(name.c_str(), value.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+void setEnvironment(const Environment& values) {
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        if (values[i] == nullptr) {
+            unsetenv(kVariables[i]); // NOLINT(concurrency-mt-unsafe)
+        } else {
+            setenv(kVariables[i], values[i], 1); // NOLINT(concurrency-mt-unsafe)
         }
     }
-    std::map<std::string, std::string> saved_;
-};
+}
 
-TEST(PreferredLanguages, comeFromTheEnvironmentBestFirst) {
-    using Variables = std::map<std::string, std::string>;
-    struct Case {
-        Variables variables;
-        std::vector<std::string> languages;
-    };
-    const std::vector<Case> cases{
+TEST(PreferredLanguages, areThoseOfTheEnvironmentInItsOrder) {
+    const std::vector<std::pair<Environment, std::vector<std::string>>> cases{
         {{}, {"en"}},
-        {{{"LANG", "C.UTF-8"}}, {"en"}},
-        {{{"LANG", "de_AT.UTF-8@euro"}}, {"de-AT", "de"}},
-        {{{"LANG", "de_DE.UTF-8"}, {"LC_ALL", "fr_FR"}}, {"fr-FR", "fr"}},
-        {{{"LANG", "de_DE"}, {"LC_MESSAGES", "POSIX"}}, {"en"}},
-        {{{"LANG", "de_DE.UTF-8"}, {"LANGUAGE", "sv:nb_NO:sv"}},
-         {"sv", "nb-NO", "nb", "de-DE", "de"}},
+        {{nullptr, nullptr, nullptr, "C.UTF-8"}, {"en"}},
+        {{nullptr, nullptr, nullptr, "de_AT.UTF-8@euro"}, {"de-AT", "de"}},
+        {{nullptr, "fr_FR", nullptr, "de_DE.UTF-8"}, {"fr-FR", "fr"}},
+        {{nullptr, nullptr, "POSIX", "de_DE"}, {"en"}},
+        {{"sv:nb_NO:sv", nullptr, nullptr, "de_DE.UTF-8"}, {"sv", "nb-NO", "nb", "de-DE", "de"}},
     };
-    for (const auto& [variables, languages] : cases) {
-        const LanguageEnvironment environment(variables);
+    for (const auto& [environment, languages] : cases) {
+        setEnvironment(environment);
         EXPECT_EQ(preferredLanguagesFromEnvironment(), languages);
     }
+    setEnvironment({});
 }
 
 } // namespace

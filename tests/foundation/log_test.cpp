@@ -10,7 +10,7 @@
 namespace zelvane {
 namespace {
 
-TEST(Log, writesALineWithTimeProgramAndProcess) {
+TEST(Log, writesALineWithTimeProgramAndProcessID) {
     testing::internal::CaptureStderr();
     logMessage("braces {} stay");
     logMessage("{} of {}", 1, "two");
@@ -36,8 +36,8 @@ TEST(Log, linesOfThreadsDoNotMix) {
     EXPECT_EQ(log.count(std::string(50, 'a')) + log.count(std::string(50, 'b')), 400U);
 }
 
-TEST(LogDeathTest, aFatalErrorSaysWhy) {
-    EXPECT_DEATH(fatalError("The floor is gone."), "Fatal error: The floor is gone\\.");
+TEST(LogDeathTest, aFatalErrorLogsItsMessage) {
+    EXPECT_DEATH(fatalError("The queue is gone."), "Fatal error: The queue is gone\\.");
 }
 
 } // namespace

@@ -8,86 +8,76 @@
 namespace zelvane {
 namespace {
 
-TEST(NotificationCenter, tellsThoseWhoAskedInTheirOrder) {
+/// Appends a name to a text.
+NotificationCenter::Handler append(std::string& text, const std::string& name) {
+    return [&text, name](const Notification&) { text += name; };
+}
+
+TEST(NotificationCenter, callsObserversOfTheNameAndObjectInTheirOrder) {
     NotificationCenter center;
     const int one = 1;
     const int two = 2;
-    std::string told;
-    const auto note = [&](const std::string& name) {
-        return [&told, name](const Notification&) { told += name; };
-    };
-    const auto all = center.addObserver("changed", nullptr, nullptr, note("a"));
-    const auto ofOne = center.addObserver("changed", &one, nullptr, note("b"));
-    const auto otherName = center.addObserver("ended", nullptr, nullptr, note("c"));
-    center.post({"changed", &one, {}});
-    EXPECT_EQ(told, "ab");
-    center.post({"changed", &two, {}});
-    EXPECT_EQ(told, "aba");
-    center.post({"ended", nullptr, {}});
-    EXPECT_EQ(told, "abac");
-}
-
-TEST(NotificationCenter, carriesWhoAndWhat) {
-    NotificationCenter center;
-    const int sender = 0;
+    std::string called;
     int value = 0;
-    const auto observer =
-        center.addObserver("changed", nullptr, nullptr, [&](const Notification& notification) {
-            EXPECT_EQ(notification.object, &sender);
+    const auto all = center.addObserver("changed", nullptr, nullptr, append(called, "a"));
+    const auto ofOne =
+        center.addObserver("changed", &one, nullptr, [&](const Notification& notification) {
+            called += "b";
+            EXPECT_EQ(notification.object, &one);
             value = std::any_cast<int>(notification.userInfo.at("value"));
         });
-    center.post({"changed", &sender, {{"value", 42}}});
+    const auto otherName = center.addObserver("ended", nullptr, nullptr, append(called, "c"));
+    center.post({"changed", &one, {{"value", 42}}});
+    EXPECT_EQ(called, "ab");
     EXPECT_EQ(value, 42);
+    center.post({"changed", &two, {}});
+    center.post({"ended", nullptr, {}});
+    EXPECT_EQ(called, "abac");
 }
 
 TEST(NotificationCenter, deliversOnTheQueueAndNotAfterTheEndOfARegistration) {
     NotificationCenter center;
     const auto queue = std::make_shared<dispatch::RunLoopQueue>();
-    int told = 0;
+    int called = 0;
     auto observer =
-        center.addObserver("changed", nullptr, queue, [&](const Notification&) { ++told; });
+        center.addObserver("changed", nullptr, queue, [&](const Notification&) { ++called; });
     center.post({"changed", nullptr, {}});
-    EXPECT_EQ(told, 0);
+    EXPECT_EQ(called, 0);
     queue->runPending();
-    EXPECT_EQ(told, 1);
+    EXPECT_EQ(called, 1);
     center.post({"changed", nullptr, {}});
     observer = {};
     queue->runPending();
-    EXPECT_EQ(told, 1) << "it was on its way when the registration ended";
+    EXPECT_EQ(called, 1) << "the registration ended before the queue ran";
 }
 
-TEST(NotificationCenter, anAssignedObserverEndsTheOneBefore) {
+TEST(NotificationCenter, anAssignmentEndsTheEarlierRegistration) {
     NotificationCenter center;
-    std::string told;
-    const auto note = [&](const std::string& name) {
-        return [&told, name](const Notification&) { told += name; };
-    };
-    auto first = center.addObserver("changed", nullptr, nullptr, note("a"));
-    auto second = center.addObserver("changed", nullptr, nullptr, note("b"));
+    std::string called;
+    auto first = center.addObserver("changed", nullptr, nullptr, append(called, "a"));
+    auto second = center.addObserver("changed", nullptr, nullptr, append(called, "b"));
     first = std::move(second);
     center.post({"changed", nullptr, {}});
-    EXPECT_EQ(told, "b");
+    EXPECT_EQ(called, "b");
 }
 
-TEST(NotificationCenter, aHandlerMayRegisterAndEndRegistrations) {
+TEST(NotificationCenter, aHandlerMayAddAndEndRegistrations) {
     NotificationCenter center;
-    std::string told;
+    std::string called;
     NotificationObserver second;
     NotificationObserver third;
     const auto first = center.addObserver("changed", nullptr, nullptr, [&](const Notification&) {
-        told += "a";
+        called += "a";
         second = {};
-        if (told == "a") {
-            third = center.addObserver("changed", nullptr, nullptr,
-                                       [&](const Notification&) { told += "c"; });
+        if (called == "a") {
+            third = center.addObserver("changed", nullptr, nullptr, append(called, "c"));
         }
     });
-    second =
-        center.addObserver("changed", nullptr, nullptr, [&](const Notification&) { told += "b"; });
+    second = center.addObserver("changed", nullptr, nullptr, append(called, "b"));
     center.post({"changed", nullptr, {}});
-    EXPECT_EQ(told, "a");
+    EXPECT_EQ(called, "a");
     center.post({"changed", nullptr, {}});
-    EXPECT_EQ(told, "aac");
+    EXPECT_EQ(called, "aac");
 }
 
 } // namespace

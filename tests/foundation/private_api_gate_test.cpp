@@ -15,12 +15,12 @@ struct Case {
     const char* what;
     std::function<void(Slot&)> block;
     int code;
-    /// The key beside the call stack, and its text.
+    /// The key besides CallStackSymbols, and its text.
     std::string key;
     std::string text;
 };
 
-TEST(PrivateAPIGate, whateverComesOutOfABlockIsOneKindOfError) {
+TEST(PrivateAPIGate, convertsEveryFailureOfABlockToItsOwnDomain) {
     LogCapture log;
     const SystemError foreign("domain", 7, {{std::string(kLocalizedDescriptionKey), "no"}});
     std::size_t failures = 0;
@@ -52,7 +52,7 @@ TEST(PrivateAPIGate, whateverComesOutOfABlockIsOneKindOfError) {
     }
 }
 
-TEST(PrivateAPIGate, successIsSilentAndLeavesTheSlotAlone) {
+TEST(PrivateAPIGate, successIsNotLoggedAndKeepsTheSlot) {
     LogCapture log;
     Slot error;
     EXPECT_TRUE(safelyUsePrivateAPI([](Slot&) {}, &error));
@@ -60,14 +60,14 @@ TEST(PrivateAPIGate, successIsSilentAndLeavesTheSlotAlone) {
     EXPECT_TRUE(log.lines().empty());
 }
 
-TEST(PrivateAPIGate, aFailureNobodyAsksForIsLogged) {
+TEST(PrivateAPIGate, logsAFailureWithoutASlot) {
     LogCapture log;
     EXPECT_FALSE(safelyUsePrivateAPI([](Slot&) { throw std::runtime_error("lost"); }));
     ASSERT_EQ(log.lines().size(), 1U);
     EXPECT_THAT(log.lines()[0], HasSubstr("lost"));
 }
 
-TEST(PrivateAPIGate, anExceptionsOwnCallStackIsPreferred) {
+TEST(PrivateAPIGate, prefersTheCallStackOfTheException) {
     LogCapture log;
     Slot error;
     std::string thrownAt;
@@ -82,7 +82,7 @@ TEST(PrivateAPIGate, anExceptionsOwnCallStackIsPreferred) {
     EXPECT_EQ(error->userInfo().at("CallStackSymbols").rfind(thrownAt, 0), 0U);
 }
 
-TEST(PrivateAPIGate, aBlockMayEnterAgain) {
+TEST(PrivateAPIGate, aBlockMayUseTheGate) {
     LogCapture log;
     Slot inner;
     EXPECT_TRUE(safelyUsePrivateAPI(
@@ -90,7 +90,7 @@ TEST(PrivateAPIGate, aBlockMayEnterAgain) {
     EXPECT_TRUE(inner);
 }
 
-TEST(PrivateAPIGate, aMissingSymbolIsNamed) {
+TEST(PrivateAPIGate, logsTheNameOfAMissingSymbol) {
     LogCapture log;
     EXPECT_NE(privateAPISymbol("malloc"), nullptr);
     EXPECT_EQ(privateAPISymbol("zelvaneNoSuchSymbol"), nullptr);

@@ -12,7 +12,7 @@
 namespace zelvane {
 namespace {
 
-TEST(RowBands, everyRowIsDoneOnceAndAWorkerIsOneThreadAtATime) {
+TEST(RowBands, processesEachRowOnceAndUsesAWorkerOnOneThreadAtATime) {
     constexpr int kWorkers = 4;
     for (const int rows : {1, 7, 64, 1001}) {
         std::vector<std::atomic<int>> done(static_cast<std::size_t>(rows));
@@ -33,11 +33,11 @@ TEST(RowBands, everyRowIsDoneOnceAndAWorkerIsOneThreadAtATime) {
     }
 }
 
-TEST(RowBands, aHelperTakesABandWhileTheCallerIsAtOne) {
+TEST(RowBands, runsBandsInParallel) {
     std::atomic<int> together{0};
     std::set<int> workers;
     std::mutex mutex;
-    // Each band waits for the other one, so one thread alone would never end.
+    // Each band waits for the other one, so a single thread would never finish.
     forEachBand(2, 1, 2, [&](const RowBand& band) {
         ++together;
         while (together < 2) {
@@ -49,7 +49,7 @@ TEST(RowBands, aHelperTakesABandWhileTheCallerIsAtOne) {
     EXPECT_EQ(workers, (std::set{0, 1}));
 }
 
-TEST(RowBands, oneWorkerStaysOnTheCallersThread) {
+TEST(RowBands, runsOneWorkerOnTheCallingThread) {
     const auto caller = std::this_thread::get_id();
     forEachBand(100, 8, 1, [&](const RowBand& band) {
         EXPECT_EQ(band.worker, 0);

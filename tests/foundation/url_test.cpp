@@ -19,7 +19,7 @@ struct Parsed {
     std::string lastPathComponent;
 };
 
-TEST(URL, textIsReadByItsScheme) {
+TEST(URL, parsesTextByItsScheme) {
     const std::vector<Parsed> cases{
         {"http://host/a/b.mp4?x=1#t", "http", false, "/a/b.mp4", "b.mp4"},
         {"http://host?x", "http", false, "", ""},
@@ -34,7 +34,7 @@ TEST(URL, textIsReadByItsScheme) {
         {"2001: a film.mkv", "", false, "2001: a film.mkv", "2001: a film.mkv"},
         {":x", "", false, ":x", ":x"},
         {"", "", false, "", ""},
-        // A broken escape is text, and an escaped NUL must not cut the path short.
+        // A broken escape is kept, and an escaped NUL must not shorten the path.
         {"file:///100%", "file", true, "/100%", "100%"},
         {"file:///%zz%2", "file", true, "/%zz%2", "%zz%2"},
         {"file:///secret%00.mp4", "file", true, "/secret%00.mp4", "secret%00.mp4"},
@@ -50,7 +50,7 @@ TEST(URL, textIsReadByItsScheme) {
     }
 }
 
-TEST(URL, aPathSurvivesTheWayThroughItsText) {
+TEST(URL, keepsAPathThroughItsText) {
     for (const std::string path :
          {"/a b", "/100%", "/%20", "/a?b#c", "/\xff\x01\n", "/ü/日本.mkv"}) {
         const URL url = URL::fromPath(path);
@@ -61,12 +61,12 @@ TEST(URL, aPathSurvivesTheWayThroughItsText) {
     EXPECT_EQ(URL::fromPath("/a b%/ü").absoluteString(), "file:///a%20b%25/%C3%BC");
 }
 
-TEST(URL, aRelativePathIsTakenFromTheWorkingFolder) {
+TEST(URL, resolvesARelativePathInTheWorkingFolder) {
     const auto expected = (std::filesystem::current_path() / "film.mkv").string();
     EXPECT_EQ(URL::fromPath("film.mkv").path(), expected);
 }
 
-TEST(Text, whiteSpaceOfAnyScriptIsTrimmedAtBothSides) {
+TEST(Text, trimsWhiteSpaceOfAnyScriptAtBothEnds) {
     EXPECT_EQ(trimmingWhitespace(" \t\r\n a b \n"), "a b");
     EXPECT_EQ(trimmingWhitespace("\u3000\u00a0日本\u2028\u0085"), "日本");
     EXPECT_EQ(trimmingWhitespace(" \u2003 "), "");

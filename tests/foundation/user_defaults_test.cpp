@@ -41,6 +41,7 @@ TEST(UserDefaults, valuesConvertAsFarAsTheyMeanSomething) {
         {std::string("12.5 dB"), true, 12, 12.5},
         {std::string("0"), false, 0, 0},
         {std::string("loud"), false, 0, 0},
+        {std::string("9007199254740993"), true, 9007199254740993, 9007199254740992.0},
         {std::vector<std::string>{"1"}, false, 0, 0},
     };
     UserDefaults defaults;
@@ -54,8 +55,11 @@ TEST(UserDefaults, valuesConvertAsFarAsTheyMeanSomething) {
     defaults.set("text", std::string("a"));
     defaults.set("list", std::vector<std::string>{"a", "b"});
     EXPECT_EQ(defaults.stringForKey("text"), "a");
-    EXPECT_EQ(defaults.stringForKey("list"), "");
+    EXPECT_EQ(defaults.stringForKey("list"), "a, b");
     EXPECT_EQ(defaults.stringsForKey("list"), (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(defaults.stringsForKey("text"), std::vector<std::string>{"a"});
+    defaults.set("text", std::string());
+    EXPECT_TRUE(defaults.stringsForKey("text").empty());
     EXPECT_TRUE(defaults.stringsForKey("absent").empty());
 }
 

@@ -9,7 +9,7 @@
 namespace zelvane {
 namespace {
 
-TEST(UUID, isOfVersionFourAndNew) {
+TEST(UUID, isANewOneOfVersion4) {
     std::set<std::string> seen;
     for (int i = 0; i < 200; ++i) {
         const std::string uuid = makeUUIDString();
@@ -19,7 +19,7 @@ TEST(UUID, isOfVersionFourAndNew) {
     }
 }
 
-TEST(AffineTransform, givesTheUprightRectangleAroundTheResult) {
+TEST(AffineTransform, givesTheBoundingBox) {
     struct Case {
         CGAffineTransform transform;
         CGRect result;
