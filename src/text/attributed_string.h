@@ -11,12 +11,12 @@
 
 namespace zelvane {
 
-/// Text whose runs bear attributes. A value while it is built, by one thread; shared between
-/// threads as an AttributedStringRef.
+/// Text with attributes for each run. A value while one thread builds it; shared between threads as
+/// an AttributedStringRef.
 class AttributedString {
   public:
-    /// A piece of the text with equal attributes, in bytes of UTF-8. Runs lie end to end, none is
-    /// empty, and together they cover the text.
+    /// A piece of the text with equal attributes, in bytes of UTF-8. Runs are adjacent and not
+    /// empty, and cover the text.
     struct Run {
         std::size_t location = 0;
         std::size_t length = 0;
@@ -30,10 +30,10 @@ class AttributedString {
         append(text, attributes);
     }
 
-    /// `text` is UTF-8. It joins the last run when their attributes are equal.
+    /// Appends UTF-8 text; extends the last run if the attributes are equal.
     void append(std::string_view text, const StringAttributes& attributes);
 
-    /// Lets `edit(StringAttributes&)` change the attributes of each run.
+    /// Calls `edit(StringAttributes&)` for the attributes of each run.
     template <class Edit>
     void updateAttributes(Edit&& edit) {
         for (Run& run : runs_) {

@@ -13,12 +13,12 @@ using FontTraitMask = std::uint32_t;
 inline constexpr FontTraitMask kItalicFontMask = 1;
 inline constexpr FontTraitMask kBoldFontMask = 2;
 
-/// Which font text is drawn in: a value that any thread may copy. It names a family and does not
-/// hold the face; who draws makes up a trait that the family has no face for.
+/// A font for drawing text: a value that any thread may copy. It names a family and does not hold
+/// the face; the renderer synthesises a trait that the family has no face for.
 struct Font {
-    /// A family that is installed, or "sans-serif" where none is.
+    /// An installed family, or "sans-serif" if there is none.
     std::string familyName;
-    /// In the units of the text that it is for.
+    /// In the units of its text.
     double pointSize = 0;
     FontTraitMask traits = 0;
 

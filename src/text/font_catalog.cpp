@@ -8,28 +8,21 @@
 
 #include <fontconfig/fontconfig.h>
 
+#include "foundation/release.h"
 #include "foundation/text.h"
 
 namespace zelvane {
 namespace {
 
 constexpr std::string_view kGenericFamily = "sans-serif";
-/// To ask for a family in the place of another takes the better part of a millisecond, and a script
-/// may name any number: beyond this many, names that are not installed are just that.
+/// Finding a replacement for a family takes most of a millisecond, and a script may name any
+/// number: above this limit, names that are not installed are not looked up.
 constexpr std::size_t kMaximumRememberedNames = 1024;
 
-template <auto destroy>
-struct Destroy {
-    template <class Object>
-    void operator()(Object* object) const {
-        destroy(object);
-    }
-};
-
-using Config = std::unique_ptr<FcConfig, Destroy<FcConfigDestroy>>;
-using Pattern = std::unique_ptr<FcPattern, Destroy<FcPatternDestroy>>;
-using ObjectSet = std::unique_ptr<FcObjectSet, Destroy<FcObjectSetDestroy>>;
-using FontSet = std::unique_ptr<FcFontSet, Destroy<FcFontSetDestroy>>;
+using Config = std::unique_ptr<FcConfig, Release<FcConfigDestroy>>;
+using Pattern = std::unique_ptr<FcPattern, Release<FcPatternDestroy>>;
+using ObjectSet = std::unique_ptr<FcObjectSet, Release<FcObjectSetDestroy>>;
+using FontSet = std::unique_ptr<FcFontSet, Release<FcFontSetDestroy>>;
 
 /// A family, and the traits that its name implies.
 struct Face {
@@ -57,7 +50,7 @@ std::string_view stringOf(const FcPattern* pattern, const char* object, int inde
 
 int integerOf(const FcPattern* pattern, const char* object, int otherwise) {
     int value = otherwise;
-    // Variable fonts answer with a range: they are every weight, and none by name.
+    // Variable fonts return a range: they have every weight, and none by name.
     return FcPatternGetInteger(pattern, object, 0, &value) == FcResultMatch ? value : otherwise;
 }
 
@@ -94,7 +87,7 @@ void addFamilies(FacesByName& faces, const FcPattern* font) {
     }
 }
 
-/// Families come first, so that a face never hides a family of the same name.
+/// Families precede faces, so that a face never hides a family of the same name.
 FacesByName facesByName(FcConfig* config) {
     FacesByName faces;
     const FontSet fonts = installedFonts(config);
@@ -156,8 +149,7 @@ struct FontCatalog::State {
         return std::string(kGenericFamily);
     }
 
-    /// Of the families that the system puts in the place of one, those bound weakly are no more
-    /// than a fallback.
+    /// Among the replacements of a family, those with a weak binding are only fallbacks.
     std::optional<Face> substitute(const std::string& name) const {
         const Pattern pattern = config ? substitutedPattern(config.get(), name) : nullptr;
         FcValue value;
@@ -196,7 +188,7 @@ struct FontCatalog::State {
 };
 
 FontCatalog& FontCatalog::shared() {
-    // Never destroyed: threads may decode until the process is gone.
+    // Never destroyed: threads may decode until the process ends.
     static FontCatalog& catalog = *std::make_unique<FontCatalog>().release();
     return catalog;
 }

@@ -9,11 +9,11 @@
 
 namespace zelvane {
 
-/// The fonts of the system as fontconfig knows them. Answers are remembered; any thread. A system
-/// without fonts has a catalogue in which nothing is found.
+/// The system's fonts, according to fontconfig, with a cache. Any thread. On a system without fonts
+/// the catalogue finds nothing.
 class FontCatalog {
   public:
-    /// The process's catalogue, made when it is first asked for.
+    /// The process's catalogue, made on first use.
     static FontCatalog& shared();
 
     FontCatalog();
@@ -21,13 +21,13 @@ class FontCatalog {
     FontCatalog(const FontCatalog&) = delete;
     FontCatalog& operator=(const FontCatalog&) = delete;
 
-    /// The font of a family's name, of a face's full name or of its PostScript name, whatever the
-    /// case of the letters. A name that the system says is drawn by another family of the same
-    /// measures ("Helvetica", "Arial") gives that one. Nothing for any other name.
+    /// The font for the name of a family, the full name of a face or its PostScript name, ignoring
+    /// case. A name that the system replaces by another family of the same metrics ("Helvetica",
+    /// "Arial") gives that one. None for any other name.
     std::optional<Font> font(std::string_view name, double pointSize) const;
-    /// "Helvetica" or what stands for it, else the system font.
+    /// "Helvetica" or its replacement, else the system font.
     Font helvetica(double pointSize) const;
-    /// What the system draws text without serifs in.
+    /// The system's sans-serif font.
     Font systemFont(double pointSize) const;
 
   private:

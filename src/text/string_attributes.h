@@ -23,7 +23,7 @@ inline constexpr SRGBColor kBlackColor{0, 0, 0, 1};
 inline constexpr SRGBColor kWhiteColor{1, 1, 1, 1};
 inline constexpr SRGBColor kClearWhiteColor{1, 1, 1, 0};
 
-/// What text casts on the ground. Lengths are in the units of the font's size.
+/// The shadow of text. Lengths are in the units of the font's size.
 struct TextShadow {
     /// To the right and upward.
     CGSize offset;
@@ -35,7 +35,7 @@ struct TextShadow {
 
 enum class TextAlignment { left, center, right };
 
-/// How a run of text looks. What is absent is left to whoever draws.
+/// The look of a run of text. The renderer chooses what is absent.
 struct StringAttributes {
     std::optional<Font> font;
     std::optional<SRGBColor> foregroundColor;
@@ -45,15 +45,15 @@ struct StringAttributes {
     /// 0 for none, 1 for a single line.
     std::optional<int> underlineStyle;
     std::optional<int> strikethroughStyle;
-    /// Of the foreground where absent.
+    /// The foreground's if absent.
     std::optional<SRGBColor> underlineColor;
     std::optional<SRGBColor> strikethroughColor;
     /// In percent of the font's size, centred on the outline; below 0 the letters are filled too.
     std::optional<double> strokeWidth;
-    /// The foreground's where absent.
+    /// The foreground colour if absent.
     std::optional<SRGBColor> strokeColor;
     std::optional<TextShadow> shadow;
-    /// Of the lines within their block.
+    /// The alignment of the lines within their block.
     std::optional<TextAlignment> paragraphAlignment;
 
     friend bool operator==(const StringAttributes&, const StringAttributes&) = default;

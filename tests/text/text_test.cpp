@@ -32,7 +32,7 @@ TEST(AttributedString, runsCoverTheTextAndEqualNeighboursAreOne) {
     EXPECT_EQ(string.runs()[1].attributes.underlineStyle, 1);
 }
 
-TEST(Font, traitsGoOnAndOffAndTheRestStays) {
+TEST(Font, traitsAreAddedAndRemoved) {
     const Font font{"Family", 12, kItalicFontMask};
     EXPECT_EQ(font.havingTraits(kBoldFontMask),
               (Font{"Family", 12, kBoldFontMask | kItalicFontMask}));
