@@ -1,18 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "core_media/audio_converter.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
 namespace zelvane {
 namespace {
-
-AudioStreamBasicDescription interleaved(AudioStreamBasicDescription description) {
-    description.mFormatFlags &= ~kAudioFormatFlagIsNonInterleaved;
-    description.mBytesPerFrame *= description.mChannelsPerFrame;
-    description.mBytesPerPacket *= description.mChannelsPerFrame;
-    return description;
-}
 
 template <class Sample>
 Sample load(const std::uint8_t* source, std::size_t index) {
@@ -21,8 +15,8 @@ Sample load(const std::uint8_t* source, std::size_t index) {
     return sample;
 }
 
-/// Two channels, in tiles of a fixed size that compilers turn into vector code. Frames lie `stride`
-/// bytes apart in the output; a pair that is all of its frame is written in whole tiles.
+/// Two channels, in tiles of a fixed size that compilers turn into vector code. Frames are
+/// `stride` bytes apart in the output; a pair that is all of its frame is written in whole tiles.
 template <class Sample>
 void interleavePair(std::size_t frameCount, const std::uint8_t* left, const std::uint8_t* right,
                     std::size_t stride, std::uint8_t* output) {
@@ -79,45 +73,29 @@ void convert(std::size_t frameCount, std::span<const std::uint8_t* const> channe
 
 } // namespace
 
-OSStatus AudioConverter::create(const AudioStreamBasicDescription& source,
-                                const AudioStreamBasicDescription& destination,
-                                std::unique_ptr<const AudioConverter>& converter) {
-    const std::size_t size = source.mBytesPerFrame;
-    const bool hasKnownSize = size == 1 || size == 2 || size == 4 || size == 8;
-    if ((source.mFormatFlags & kAudioFormatFlagIsNonInterleaved) == 0 ||
-        interleaved(source) != destination || source.mChannelsPerFrame == 0 || !hasKnownSize) {
-        return kAudioConverterErr_FormatNotSupported;
+void interleaveChannels(std::size_t frameCount, std::size_t bytesPerSample,
+                        std::span<const std::uint8_t* const> channels, std::uint8_t* output) {
+    switch (bytesPerSample) {
+    case 1:
+        return convert<std::uint8_t>(frameCount, channels, output);
+    case 2:
+        return convert<std::uint16_t>(frameCount, channels, output);
+    case 4:
+        return convert<std::uint32_t>(frameCount, channels, output);
+    default:
+        return convert<std::uint64_t>(frameCount, channels, output);
     }
-    converter =
-        std::unique_ptr<const AudioConverter>(new AudioConverter(source.mChannelsPerFrame, size));
-    return kNoErr;
 }
 
-OSStatus AudioConverter::convertComplexBuffer(std::size_t frameCount,
-                                              std::span<const std::uint8_t* const> channels,
-                                              std::size_t channelByteCount,
-                                              std::span<std::uint8_t> output) const {
-    if (channels.size() != channelCount_ || channelByteCount / bytesPerSample_ < frameCount) {
-        return kAudioConverterErr_InvalidInputSize;
+void reorderChannels(std::size_t frameCount, std::size_t bytesPerSample,
+                     std::span<const std::uint8_t> channelMap, const std::uint8_t* input,
+                     std::uint8_t* output) {
+    const std::size_t bytesPerFrame = channelMap.size() * bytesPerSample;
+    for (std::size_t frame = 0; frame < frameCount; ++frame, input += bytesPerFrame) {
+        for (const std::size_t source : channelMap) {
+            output = std::copy_n(input + source * bytesPerSample, bytesPerSample, output);
+        }
     }
-    if (output.size() / bytesPerSample_ / channelCount_ < frameCount) {
-        return kAudioConverterErr_InvalidOutputSize;
-    }
-    switch (bytesPerSample_) {
-    case 1:
-        convert<std::uint8_t>(frameCount, channels, output.data());
-        break;
-    case 2:
-        convert<std::uint16_t>(frameCount, channels, output.data());
-        break;
-    case 4:
-        convert<std::uint32_t>(frameCount, channels, output.data());
-        break;
-    default:
-        convert<std::uint64_t>(frameCount, channels, output.data());
-        break;
-    }
-    return kNoErr;
 }
 
 } // namespace zelvane

@@ -10,17 +10,19 @@ namespace zelvane {
 using AudioFormatFlags = std::uint32_t;
 /// The number of a layout in the upper half, its channel count in the lower.
 using AudioChannelLayoutTag = std::uint32_t;
+/// What one channel is for: 1 to 18 are FFmpeg's channels in the order of their bits.
+using AudioChannelLabel = std::uint32_t;
 
 inline constexpr AudioFormatFlags kAudioFormatFlagIsFloat = 0x1;
 inline constexpr AudioFormatFlags kAudioFormatFlagIsSignedInteger = 0x4;
-/// Samples with fewer bits than their container lie at its high end.
+/// Samples with fewer bits than their container use its high bits.
 inline constexpr AudioFormatFlags kAudioFormatFlagIsAlignedHigh = 0x10;
-/// Each channel in a buffer of its own.
+/// Each channel has its own buffer.
 inline constexpr AudioFormatFlags kAudioFormatFlagIsNonInterleaved = 0x20;
 
 inline constexpr OSType kAudioFormatLinearPCM = fourCharCode("lpcm");
 
-/// The shape of an audio stream in memory.
+/// The memory format of an audio stream.
 struct AudioStreamBasicDescription {
     double mSampleRate = 0;
     OSType mFormatID = 0;
@@ -34,6 +36,13 @@ struct AudioStreamBasicDescription {
     friend bool operator==(const AudioStreamBasicDescription&,
                            const AudioStreamBasicDescription&) = default;
 };
+
+/// A label for each channel takes the place of a tag.
+inline constexpr AudioChannelLayoutTag kAudioChannelLayoutTag_UseChannelDescriptions = 0;
+/// Plus n: the n-th channel of those that have no known place.
+inline constexpr AudioChannelLabel kAudioChannelLabel_Discrete_0 = 1U << 16;
+/// Plus n: the n-th component of an ambisonic sound field, in the order of ACN.
+inline constexpr AudioChannelLabel kAudioChannelLabel_HOA_ACN_0 = 2U << 16;
 
 inline constexpr AudioChannelLayoutTag kAudioChannelLayoutTag_Mono = 0x640001;
 inline constexpr AudioChannelLayoutTag kAudioChannelLayoutTag_Stereo = 0x650002;

@@ -9,19 +9,14 @@
 #include <lcms2.h>
 
 #include "core_media/cv_attachments.h"
+#include "foundation/release.h"
 
 namespace zelvane {
 namespace {
 
-struct CloseProfile {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-using Profile = std::unique_ptr<void, CloseProfile>;
+using Profile = std::unique_ptr<void, Release<cmsCloseProfile>>;
 
-struct DeleteTransform {
-    void operator()(void* transform) const { cmsDeleteTransform(transform); }
-};
-using Transform = std::unique_ptr<void, DeleteTransform>;
+using Transform = std::unique_ptr<void, Release<cmsDeleteTransform>>;
 
 constexpr std::array kKnownPrimaries{
     kCVImageBufferColorPrimaries_ITU_R_709_2, kCVImageBufferColorPrimaries_EBU_3213,
@@ -47,7 +42,7 @@ bool isAmong(const Names& names, std::string_view name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// Zero for kinds of colour that no picture of ours has.
+/// Zero for kinds of colour that no picture has here.
 cmsUInt32Number pictureLayout(cmsColorSpaceSignature space) {
     switch (space) {
     case cmsSigRgbData:
@@ -61,8 +56,7 @@ cmsUInt32Number pictureLayout(cmsColorSpaceSignature space) {
     }
 }
 
-/// A header that reads well proves little: only a profile that colours can be brought through is of
-/// use.
+/// A valid header proves little: a profile is usable only if lcms can convert colours with it.
 bool canConvertColors(const Profile& profile) {
     const auto layout = pictureLayout(cmsGetColorSpace(profile.get()));
     if (layout == 0) {

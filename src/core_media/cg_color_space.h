@@ -10,15 +10,15 @@
 
 namespace zelvane {
 
-/// What the colour values of a picture mean: an ICC profile, or coded primaries, transfer and
-/// matrix under the names that buffer attachments use. Immutable; shared between threads.
+/// The meaning of a picture's colour values: an ICC profile, or coded primaries, transfer and
+/// matrix under the names of buffer attachments. Immutable; shared between threads.
 class CGColorSpace {
   public:
-    /// A space of an ICC profile; null when the bytes are no usable RGB, grey or YCbCr profile.
+    /// The space of an ICC profile; null unless the bytes are a usable RGB, grey or YCbCr profile.
     static std::shared_ptr<const CGColorSpace>
     createWithICCData(std::span<const std::uint8_t> profile);
-    /// A space of coded values. Null when primaries or transfer are not among the attachment values
-    /// that this system knows. `gamma` belongs to the "UseGamma" transfer.
+    /// The space of coded values. Null when primaries or transfer are not known attachment values.
+    /// `gamma` belongs to the "UseGamma" transfer.
     static std::shared_ptr<const CGColorSpace> createWithCodedValues(std::string primaries,
                                                                      std::string transfer,
                                                                      std::string matrix,

@@ -14,17 +14,16 @@ CMBlockBuffer::~CMBlockBuffer() {
     }
 }
 
-OSStatus CMBlockBuffer::appendMemoryBlock(std::span<const std::uint8_t> data,
-                                          std::function<void()> release) {
+void CMBlockBuffer::appendMemoryBlock(std::span<const std::uint8_t> data,
+                                      std::function<void()> release) {
     if (data.empty()) {
         if (release) {
             release();
         }
-        return kNoErr;
+        return;
     }
     blocks_.push_back({data, std::move(release)});
     dataLength_ += data.size();
-    return kNoErr;
 }
 
 bool CMBlockBuffer::copyDataBytes(std::size_t offset, std::span<std::uint8_t> target) const {

@@ -7,12 +7,11 @@
 #include <span>
 #include <vector>
 
-#include "foundation/checked_call.h"
-
 namespace zelvane {
 
-/// A chain of memory blocks read as one run of bytes. Each block carries what releases it, which
-/// runs once when the chain goes. Filled by one thread; shared read-only afterwards.
+/// A chain of memory blocks that is read as one sequence of bytes. Each block has a function that
+/// releases it, which runs once when the chain is destroyed. Filled by one thread; shared read-only
+/// afterwards.
 class CMBlockBuffer {
   public:
     CMBlockBuffer() = default;
@@ -20,14 +19,13 @@ class CMBlockBuffer {
     CMBlockBuffer(const CMBlockBuffer&) = delete;
     CMBlockBuffer& operator=(const CMBlockBuffer&) = delete;
 
-    /// Appends `data`, which `release` gives back. Answers kNoErr; an empty block is released at
-    /// once and leaves no trace.
-    OSStatus appendMemoryBlock(std::span<const std::uint8_t> data, std::function<void()> release);
+    /// Appends `data`, which `release` frees. An empty block is released at once and not appended.
+    void appendMemoryBlock(std::span<const std::uint8_t> data, std::function<void()> release);
 
     std::size_t dataLength() const { return dataLength_; }
     std::size_t blockCount() const { return blocks_.size(); }
     std::span<const std::uint8_t> block(std::size_t index) const { return blocks_[index].data; }
-    /// Copies `target.size()` bytes from `offset` on; false, with nothing copied, when the chain is
+    /// Copies `target.size()` bytes from `offset`; false, with nothing copied, when the chain is
     /// shorter.
     bool copyDataBytes(std::size_t offset, std::span<std::uint8_t> target) const;
 

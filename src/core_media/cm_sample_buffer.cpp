@@ -1,56 +1,40 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "core_media/cm_sample_buffer.h"
 
-#include <utility>
-
 namespace zelvane {
 
-OSStatus
-CMFormatDescription::createForImageBuffer(const CVPixelBuffer& pixelBuffer,
-                                          std::shared_ptr<const CMFormatDescription>& description) {
-    description = CMFormatDescriptionRef(new CMFormatDescription(
-        Video{pixelBuffer.pixelFormat(), pixelBuffer.width(), pixelBuffer.height()}));
-    return kNoErr;
-}
-
-OSStatus
-CMFormatDescription::createForAudio(Audio audio,
-                                    std::shared_ptr<const CMFormatDescription>& description) {
+CMFormatDescriptionRef CMFormatDescription::ofAudio(Audio audio) {
     const auto& stream = audio.streamDescription;
-    const bool channelsAgree = (audio.channelLayoutTag & 0xffff) == stream.mChannelsPerFrame;
+    const bool hasTag = audio.channelLayoutTag != kAudioChannelLayoutTag_UseChannelDescriptions;
+    const bool channelsAgree = (hasTag ? audio.channelLayoutTag & 0xffff
+                                       : audio.channelLabels.size()) == stream.mChannelsPerFrame;
     if (!(stream.mSampleRate > 0) || stream.mBytesPerFrame == 0 || stream.mChannelsPerFrame == 0 ||
         !channelsAgree) {
-        return kCMFormatDescriptionError_InvalidParameter;
+        throwDarwinError(kCMFormatDescriptionError_InvalidParameter);
     }
-    description = CMFormatDescriptionRef(new CMFormatDescription(std::move(audio)));
-    return kNoErr;
+    return CMFormatDescriptionRef(new CMFormatDescription(std::move(audio)));
 }
 
-OSStatus CMSampleBuffer::createReadyWithImageBuffer(
-    CVPixelBufferRef imageBuffer, CMFormatDescriptionRef formatDescription,
-    const CMSampleTimingInfo& timing, std::shared_ptr<const CMSampleBuffer>& sampleBuffer) {
-    if (imageBuffer == nullptr || formatDescription == nullptr) {
-        return kCMSampleBufferError_RequiredParameterMissing;
-    }
+CMSampleBufferRef CMSampleBuffer::ofPicture(CVPixelBufferRef imageBuffer,
+                                            const CMSampleTimingInfo& timing) {
     std::shared_ptr<CMSampleBuffer> made(new CMSampleBuffer);
     made->imageBuffer_ = std::move(imageBuffer);
-    made->formatDescription_ = std::move(formatDescription);
     made->timing_ = timing;
     made->duration_ = timing.duration;
     made->sampleCount_ = 1;
-    sampleBuffer = std::move(made);
-    return kNoErr;
+    return made;
 }
 
-OSStatus CMSampleBuffer::create(std::shared_ptr<const CMBlockBuffer> dataBuffer,
-                                CMFormatDescriptionRef formatDescription, std::int64_t sampleCount,
-                                const CMSampleTimingInfo& timing, std::size_t sampleSize,
-                                std::shared_ptr<const CMSampleBuffer>& sampleBuffer) {
+CMSampleBufferRef CMSampleBuffer::ofAudio(std::shared_ptr<const CMBlockBuffer> dataBuffer,
+                                          CMFormatDescriptionRef formatDescription,
+                                          std::int64_t sampleCount,
+                                          const CMSampleTimingInfo& timing,
+                                          std::size_t sampleSize) {
     if (dataBuffer == nullptr || formatDescription == nullptr || sampleCount < 1) {
-        return kCMSampleBufferError_RequiredParameterMissing;
+        throwDarwinError(kCMSampleBufferError_RequiredParameterMissing);
     }
     if (dataBuffer->dataLength() != static_cast<std::size_t>(sampleCount) * sampleSize) {
-        return kCMSampleBufferError_DataFailed;
+        throwDarwinError(kCMSampleBufferError_DataFailed);
     }
     std::shared_ptr<CMSampleBuffer> made(new CMSampleBuffer);
     made->dataBuffer_ = std::move(dataBuffer);
@@ -58,8 +42,7 @@ OSStatus CMSampleBuffer::create(std::shared_ptr<const CMBlockBuffer> dataBuffer,
     made->timing_ = timing;
     made->duration_ = timing.duration * sampleCount;
     made->sampleCount_ = sampleCount;
-    sampleBuffer = std::move(made);
-    return kNoErr;
+    return made;
 }
 
 } // namespace zelvane

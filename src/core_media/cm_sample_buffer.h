@@ -5,13 +5,14 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <variant>
+#include <utility>
+#include <vector>
 
 #include "core_media/audio_format.h"
 #include "core_media/cm_block_buffer.h"
 #include "core_media/cv_pixel_buffer.h"
-#include "foundation/checked_call.h"
 #include "foundation/cm_time.h"
+#include "foundation/status_error.h"
 
 namespace zelvane {
 
@@ -19,36 +20,27 @@ inline constexpr OSStatus kCMSampleBufferError_RequiredParameterMissing = -12731
 inline constexpr OSStatus kCMSampleBufferError_DataFailed = -16750;
 inline constexpr OSStatus kCMFormatDescriptionError_InvalidParameter = -12710;
 
-/// What the samples of a buffer are: pictures of a size and format, or PCM. Immutable, shared.
+/// The format of a buffer's audio samples. Immutable, shared.
 class CMFormatDescription {
   public:
     using Extensions = std::map<std::string, bool, std::less<>>;
-    struct Video {
-        OSType pixelFormat = 0;
-        int width = 0;
-        int height = 0;
-    };
     struct Audio {
         AudioStreamBasicDescription streamDescription;
         AudioChannelLayoutTag channelLayoutTag = 0;
         Extensions extensions;
+        /// One for each channel, with kAudioChannelLayoutTag_UseChannelDescriptions only.
+        std::vector<AudioChannelLabel> channelLabels{};
     };
 
-    static OSStatus createForImageBuffer(const CVPixelBuffer& pixelBuffer,
-                                         std::shared_ptr<const CMFormatDescription>& description);
-    /// kCMFormatDescriptionError_InvalidParameter for a rate, frame size or channel count of zero,
-    /// or a tag of another channel count.
-    static OSStatus createForAudio(Audio audio,
-                                   std::shared_ptr<const CMFormatDescription>& description);
+    /// Throws SystemError kCMFormatDescriptionError_InvalidParameter for a rate, frame size or
+    /// channel count of zero, or a tag or labels of another channel count.
+    static std::shared_ptr<const CMFormatDescription> ofAudio(Audio audio);
 
-    /// Null for audio.
-    const Video* video() const { return std::get_if<Video>(&format_); }
-    /// Null for video.
-    const Audio* audio() const { return std::get_if<Audio>(&format_); }
+    const Audio* audio() const { return &audio_; }
 
   private:
-    explicit CMFormatDescription(std::variant<Video, Audio> format) : format_(std::move(format)) {}
-    std::variant<Video, Audio> format_;
+    explicit CMFormatDescription(Audio audio) : audio_(std::move(audio)) {}
+    Audio audio_;
 };
 
 using CMFormatDescriptionRef = std::shared_ptr<const CMFormatDescription>;
@@ -60,20 +52,19 @@ struct CMSampleTimingInfo {
     CMTime decodeTimeStamp;
 };
 
-/// A picture, or a run of audio frames, with its time: what decoders make and renderers take.
-/// Immutable once made; shared by reference between threads.
+/// A picture, or a sequence of audio frames, with its time: the output of decoders and input of
+/// renderers. Immutable once made; shared by reference between threads.
 class CMSampleBuffer {
   public:
-    static OSStatus createReadyWithImageBuffer(CVPixelBufferRef imageBuffer,
-                                               CMFormatDescriptionRef formatDescription,
-                                               const CMSampleTimingInfo& timing,
-                                               std::shared_ptr<const CMSampleBuffer>& sampleBuffer);
-    /// `sampleCount` samples of `sampleSize` bytes each, all of the same duration. Fails with
-    /// kCMSampleBufferError_DataFailed when the block buffer holds another number of bytes.
-    static OSStatus create(std::shared_ptr<const CMBlockBuffer> dataBuffer,
-                           CMFormatDescriptionRef formatDescription, std::int64_t sampleCount,
-                           const CMSampleTimingInfo& timing, std::size_t sampleSize,
-                           std::shared_ptr<const CMSampleBuffer>& sampleBuffer);
+    static std::shared_ptr<const CMSampleBuffer> ofPicture(CVPixelBufferRef imageBuffer,
+                                                           const CMSampleTimingInfo& timing);
+    /// `sampleCount` samples of `sampleSize` bytes each, all of the same duration. Throws
+    /// SystemError kCMSampleBufferError_DataFailed when the block buffer holds another number of
+    /// bytes, kCMSampleBufferError_RequiredParameterMissing for no samples.
+    static std::shared_ptr<const CMSampleBuffer>
+    ofAudio(std::shared_ptr<const CMBlockBuffer> dataBuffer,
+            CMFormatDescriptionRef formatDescription, std::int64_t sampleCount,
+            const CMSampleTimingInfo& timing, std::size_t sampleSize);
 
     const CMTime& presentationTimeStamp() const { return timing_.presentationTimeStamp; }
     /// Of the whole buffer; invalid when a sample's is.
@@ -84,6 +75,7 @@ class CMSampleBuffer {
     const CVPixelBufferRef& imageBuffer() const { return imageBuffer_; }
     /// Null for video.
     const std::shared_ptr<const CMBlockBuffer>& dataBuffer() const { return dataBuffer_; }
+    /// Null for video.
     const CMFormatDescriptionRef& formatDescription() const { return formatDescription_; }
 
   private:

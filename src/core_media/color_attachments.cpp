@@ -9,6 +9,7 @@
 
 #include "core_media/hdr_color_spaces.h"
 #include "core_media/pixel_format.h"
+#include "core_media/ycbcr_matrix.h"
 
 namespace zelvane {
 namespace {
@@ -96,8 +97,8 @@ void set(CVAttachments& attachments, std::string_view key, CVAttachmentValue val
     attachments.insert_or_assign(std::string(key), std::move(value));
 }
 
-/// Primaries, transfer and, unless empty, matrix, with the colour space that they make. None when
-/// they make none.
+/// Primaries, transfer and, unless empty, matrix, with their colour space. None where they do not
+/// define one.
 std::optional<CVAttachments> attachmentsOfValues(std::string_view primaries,
                                                  std::string_view transfer, std::string_view matrix,
                                                  std::optional<double> gamma) {
@@ -136,6 +137,28 @@ struct SizeRow {
         : attachments(attachmentsOfValues(primaries, transfer, matrix, std::nullopt).value()) {}
     CVAttachments attachments;
 };
+
+std::string_view valueOf(const CVAttachments& attachments, std::string_view key) {
+    const auto found = attachments.find(key);
+    return found == attachments.end() ? std::string_view()
+                                      : std::string_view(std::get<std::string>(found->second));
+}
+
+/// A profile describes R'G'B' only: the matrix is still that of the code points.
+void applyProfile(CVPixelBuffer& pixelBuffer, CGColorSpaceRef colorSpace,
+                  const CodedColors& colors) {
+    CVAttachments attachments;
+    set(attachments, kCVImageBufferICCProfileKey, colorSpace->iccData());
+    set(attachments, kCVImageBufferCGColorSpaceKey, std::move(colorSpace));
+    set(attachments, kDidConfigureColorSpaceKey, true);
+    if (pixelFormatIsYCbCr(pixelBuffer.pixelFormat())) {
+        const auto matrix =
+            yCbCrMatrixName(matrixValue(colors.matrix), primariesValue(colors.primaries),
+                            pixelBuffer.width(), pixelBuffer.height());
+        set(attachments, kCVImageBufferYCbCrMatrixKey, std::string(matrix));
+    }
+    applyColorAttachments(pixelBuffer, attachments);
+}
 
 } // namespace
 
@@ -179,25 +202,37 @@ const CVAttachments& colorAttachmentsForSize(int width, int height, bool isYCbCr
     return height >= 484 ? lines625.attachments : lines525.attachments;
 }
 
+CVAttachments colorAttachmentsOrUsual(const CodedColors& colors, OSType pixelFormat, int width,
+                                      int height) {
+    if (auto stated = colorAttachments(colors, pixelFormat)) {
+        return *std::move(stated);
+    }
+    const bool isYCbCr = pixelFormatIsYCbCr(pixelFormat);
+    const auto& usual = colorAttachmentsForSize(width, height, isYCbCr);
+    const auto matrix = matrixValue(colors.matrix);
+    if (!isYCbCr || matrix.empty()) {
+        return usual;
+    }
+    return attachmentsOfValues(valueOf(usual, kCVImageBufferColorPrimariesKey),
+                               valueOf(usual, kCVImageBufferTransferFunctionKey), matrix,
+                               std::nullopt)
+        .value();
+}
+
 void applyColorAttachments(CVPixelBuffer& pixelBuffer, const CVAttachments& attachments) {
-    for (const auto key :
-         {kCVImageBufferCGColorSpaceKey, kCVImageBufferICCProfileKey, kCVImageBufferYCbCrMatrixKey,
-          kCVImageBufferColorPrimariesKey, kCVImageBufferTransferFunctionKey,
-          kCVImageBufferGammaLevelKey, kColorInfoGuessedByKey}) {
+    for (const auto key : {kCVImageBufferCGColorSpaceKey, kCVImageBufferICCProfileKey,
+                           kCVImageBufferYCbCrMatrixKey, kCVImageBufferColorPrimariesKey,
+                           kCVImageBufferTransferFunctionKey, kCVImageBufferGammaLevelKey}) {
         pixelBuffer.removeAttachment(key);
     }
-    pixelBuffer.setAttachments(attachments, CVAttachmentMode::shouldPropagate);
+    pixelBuffer.setAttachments(attachments);
 }
 
 void FrameColorConfigurator::configure(CVPixelBuffer& pixelBuffer, const AVFrame& frame) {
     const auto* profile = av_frame_get_side_data(&frame, AV_FRAME_DATA_ICC_PROFILE);
     if (profile != nullptr && profile->size > 0) {
         if (auto colorSpace = colorSpaceOfProfile(*profile)) {
-            CVAttachments attachments;
-            set(attachments, kCVImageBufferICCProfileKey, colorSpace->iccData());
-            set(attachments, kCVImageBufferCGColorSpaceKey, std::move(colorSpace));
-            set(attachments, kDidConfigureColorSpaceKey, true);
-            applyColorAttachments(pixelBuffer, attachments);
+            applyProfile(pixelBuffer, std::move(colorSpace), CodedColors::of(frame));
             return;
         }
     }
@@ -205,11 +240,9 @@ void FrameColorConfigurator::configure(CVPixelBuffer& pixelBuffer, const AVFrame
     if (isConfigured != nullptr && *isConfigured) {
         return;
     }
-    const auto stated = colorAttachments(CodedColors::of(frame), pixelBuffer.pixelFormat());
-    applyColorAttachments(pixelBuffer, stated ? *stated
-                                              : colorAttachmentsForSize(
-                                                    pixelBuffer.width(), pixelBuffer.height(),
-                                                    pixelFormatIsYCbCr(pixelBuffer.pixelFormat())));
+    applyColorAttachments(pixelBuffer,
+                          colorAttachmentsOrUsual(CodedColors::of(frame), pixelBuffer.pixelFormat(),
+                                                  pixelBuffer.width(), pixelBuffer.height()));
 }
 
 CGColorSpaceRef FrameColorConfigurator::colorSpaceOfProfile(const AVFrameSideData& profile) {

@@ -14,7 +14,7 @@ struct CodedColors {
     AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
     AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
 
-    /// Those of a frame or an opened decoder; what is no code point counts as unspecified.
+    /// The code points of a frame or an opened decoder; an invalid value counts as unspecified.
     template <class Described>
     static CodedColors of(const Described& described) {
         return {ffmpeg::knownValue(described.colorspace, AVCOL_SPC_NB, AVCOL_SPC_UNSPECIFIED),
@@ -25,21 +25,26 @@ struct CodedColors {
     friend bool operator==(const CodedColors&, const CodedColors&) = default;
 };
 
-/// The attachments that say the same as the code points. None unless both primaries and transfer
-/// are known; the matrix may be missing.
+/// The attachments for the code points. None unless both primaries and transfer are known; the
+/// matrix may be missing.
 std::optional<CVAttachments> colorAttachments(const CodedColors& colors, OSType pixelFormat);
 
-/// What a picture most likely means that states nothing usable: high definition is BT.709, ultra
-/// high definition BT.2020, and standard definition goes by its number of lines.
+/// The usual colours of a picture that states none: BT.709 for high definition, BT.2020 for ultra
+/// high definition, and by the number of lines for standard definition.
 const CVAttachments& colorAttachmentsForSize(int width, int height, bool isYCbCr);
 
-/// Takes away all that was said about colour before, then sets `attachments`.
+/// The colours of a picture of those code points and that size: colorAttachments(), or else the
+/// usual ones for the size, with the stated matrix if there is one: cameras often state nothing
+/// else.
+CVAttachments colorAttachmentsOrUsual(const CodedColors& colors, OSType pixelFormat, int width,
+                                      int height);
+
+/// Removes all attachments that describe colour, then sets `attachments`.
 void applyColorAttachments(CVPixelBuffer& pixelBuffer, const CVAttachments& attachments);
 
-/// Decides the colours of pixel buffers from their frames: by an ICC profile that the frame
-/// carries, else not at all where that is done already, else by its code points, else by its size.
-/// Remembers the last profile, since each frame of an animation or a still carries the same. One
-/// thread.
+/// Sets the colours of pixel buffers from their frames: from the ICC profile and the matrix of the
+/// frame; without a profile, from its code points and its size, unless the buffer has colours
+/// already. Caches the last profile, since all frames of an animation carry the same. One thread.
 class FrameColorConfigurator {
   public:
     void configure(CVPixelBuffer& pixelBuffer, const AVFrame& frame);

@@ -20,13 +20,11 @@ struct PixelAspectRatio {
     friend bool operator==(const PixelAspectRatio&, const PixelAspectRatio&) = default;
 };
 
-/// What a buffer says about its pixels beside their layout. Values of coded colour are the names of
+/// The properties of a buffer's pixels beside their layout. Values of coded colour are the names of
 /// the constants below.
 using CVAttachmentValue = std::variant<bool, double, std::string, std::vector<std::uint8_t>,
                                        PixelAspectRatio, CGColorSpaceRef>;
 using CVAttachments = std::map<std::string, CVAttachmentValue, std::less<>>;
-
-enum class CVAttachmentMode { shouldNotPropagate, shouldPropagate };
 
 #define ZELVANE_NAME(name) inline constexpr std::string_view name = #name
 
@@ -68,7 +66,5 @@ ZELVANE_NAME(kCVImageBufferYCbCrMatrix_P3_D65);
 
 /// Set once a buffer's colour has been decided, so that later frames of a pooled buffer skip it.
 inline constexpr std::string_view kDidConfigureColorSpaceKey = "zelvane.didConfigureColorSpace";
-/// A mark that hardware decoders leave beside colours that they made up.
-inline constexpr std::string_view kColorInfoGuessedByKey = "ColorInfoGuessedBy";
 
 } // namespace zelvane

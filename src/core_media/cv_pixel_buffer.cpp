@@ -25,6 +25,38 @@ void setPlaneSizes(CVPixelBuffer::Geometry& geometry, const PixelFormatDescripto
     }
 }
 
+void checkAttributes(const CVPixelBufferPoolAttributes& attributes) {
+    const int alignment = attributes.bytesPerRowAlignment;
+    if (alignment < 1 || (alignment & (alignment - 1)) != 0 || attributes.extendedPixelsRight < 0 ||
+        attributes.extendedPixelsBottom < 0) {
+        throwCoreVideoError(kCVReturnInvalidArgument);
+    }
+    constexpr int kMaxExtent = 1 << 16;
+    if (attributes.width < 1 || attributes.height < 1 || attributes.width > kMaxExtent ||
+        attributes.height > kMaxExtent || attributes.extendedPixelsRight > kMaxExtent ||
+        attributes.extendedPixelsBottom > kMaxExtent) {
+        throwCoreVideoError(kCVReturnInvalidSize);
+    }
+}
+
+std::size_t roundedUp(std::size_t value, std::size_t powerOfTwo) {
+    return (value + powerOfTwo - 1) & ~(powerOfTwo - 1);
+}
+
+std::size_t rowByteCount(const CVPixelBufferPoolAttributes& attributes,
+                         const PixelPlaneLayout& layout) {
+    const int blocks =
+        dividedRoundingUp(attributes.width + attributes.extendedPixelsRight, layout.widthDivisor);
+    return roundedUp(static_cast<std::size_t>(blocks) * layout.bytesPerBlock,
+                     static_cast<std::size_t>(attributes.bytesPerRowAlignment));
+}
+
+std::size_t rowCount(const CVPixelBufferPoolAttributes& attributes,
+                     const PixelPlaneLayout& layout) {
+    return static_cast<std::size_t>(dividedRoundingUp(
+        attributes.height + attributes.extendedPixelsBottom, layout.heightDivisor));
+}
+
 } // namespace
 
 CVPixelBufferRef CVPixelBuffer::overMemory(const Geometry& geometry, std::shared_ptr<void> owner) {
@@ -85,26 +117,17 @@ std::size_t CVPixelBuffer::dataSize() const {
     return size;
 }
 
-CVReturn CVPixelBuffer::lockBaseAddress() const {
-    return deviceFrame_ == nullptr ? kCVReturnSuccess : kCVReturnError;
-}
-
-CVReturn CVPixelBuffer::unlockBaseAddress() const {
-    return lockBaseAddress();
-}
-
-void CVPixelBuffer::setAttachment(std::string_view key, CVAttachmentValue value,
-                                  CVAttachmentMode /*mode*/) {
+void CVPixelBuffer::setAttachment(std::string_view key, CVAttachmentValue value) {
     attachments_.insert_or_assign(std::string(key), std::move(value));
 }
 
-void CVPixelBuffer::setAttachments(const CVAttachments& attachments, CVAttachmentMode mode) {
+void CVPixelBuffer::setAttachments(const CVAttachments& attachments) {
     if (attachments_.empty()) {
         attachments_ = attachments;
         return;
     }
     for (const auto& [key, value] : attachments) {
-        setAttachment(key, value, mode);
+        setAttachment(key, value);
     }
 }
 
@@ -114,83 +137,42 @@ void CVPixelBuffer::removeAttachment(std::string_view key) {
     }
 }
 
-/// The pool's memory; buffers hold it through FFmpeg's pool, which counts references itself.
-struct CVPixelBufferPool::Memory {
-    CVPixelBufferPoolAttributes attributes;
-    /// Offsets in place of addresses.
-    CVPixelBuffer::Geometry geometry;
-    std::array<std::size_t, 4> offsets{};
-    ffmpeg::BufferPool pool;
-};
-
-CVPixelBufferPool::CVPixelBufferPool(std::shared_ptr<Memory> memory) : memory_(std::move(memory)) {}
-
-CVPixelBufferPool::~CVPixelBufferPool() = default;
-
-const CVPixelBufferPoolAttributes& CVPixelBufferPool::attributes() const {
-    return memory_->attributes;
-}
-
-CVReturn CVPixelBufferPool::create(CVPixelBufferPoolAttributes attributes,
-                                   std::unique_ptr<CVPixelBufferPool>& pool) {
-    const auto* descriptor = pixelFormatDescriptor(attributes.pixelFormat);
+CVPixelBufferPool::CVPixelBufferPool(CVPixelBufferPoolAttributes attributes)
+    : attributes_(std::move(attributes)) {
+    const auto* descriptor = pixelFormatDescriptor(attributes_.pixelFormat);
     if (descriptor == nullptr) {
-        return kCVReturnInvalidPixelFormat;
+        throwCoreVideoError(kCVReturnInvalidPixelFormat);
     }
-    const int alignment = attributes.bytesPerRowAlignment;
-    if (alignment < 1 || (alignment & (alignment - 1)) != 0 || attributes.extendedPixelsRight < 0 ||
-        attributes.extendedPixelsBottom < 0) {
-        return kCVReturnInvalidArgument;
-    }
-    constexpr int kMaxExtent = 1 << 16;
-    if (attributes.width < 1 || attributes.height < 1 || attributes.width > kMaxExtent ||
-        attributes.height > kMaxExtent || attributes.extendedPixelsRight > kMaxExtent ||
-        attributes.extendedPixelsBottom > kMaxExtent) {
-        return kCVReturnInvalidSize;
-    }
-    auto memory = std::make_shared<Memory>();
-    memory->geometry = {attributes.pixelFormat, attributes.width, attributes.height, 1, {}};
-    setPlaneSizes(memory->geometry, *descriptor);
+    checkAttributes(attributes_);
+    geometry_ = {attributes_.pixelFormat, attributes_.width, attributes_.height, 1, {}};
+    setPlaneSizes(geometry_, *descriptor);
     std::size_t total = 0;
     for (std::size_t i = 0; i < static_cast<std::size_t>(descriptor->planeCount); ++i) {
-        const auto& layout = descriptor->planes[i];
-        const auto mask = static_cast<std::size_t>(alignment) - 1;
-        const auto blocks = static_cast<std::size_t>(dividedRoundingUp(
-            attributes.width + attributes.extendedPixelsRight, layout.widthDivisor));
-        const auto rows = static_cast<std::size_t>(dividedRoundingUp(
-            attributes.height + attributes.extendedPixelsBottom, layout.heightDivisor));
-        const std::size_t rowBytes =
-            (blocks * static_cast<std::size_t>(layout.bytesPerBlock) + mask) & ~mask;
-        memory->geometry.planes[i].bytesPerRow = rowBytes;
-        memory->offsets[i] = total;
-        total += (rowBytes * rows + 63) & ~std::size_t{63};
+        const std::size_t rowBytes = rowByteCount(attributes_, descriptor->planes[i]);
+        geometry_.planes[i].bytesPerRow = rowBytes;
+        offsets_[i] = total;
+        total += roundedUp(rowBytes * rowCount(attributes_, descriptor->planes[i]), 64);
     }
     // Vector instructions of converters read and write a little past the last row.
-    memory->pool.reset(
-        av_buffer_pool_init(total + AV_INPUT_BUFFER_PADDING_SIZE, allocatePictureMemory));
-    if (memory->pool == nullptr) {
-        return kCVReturnAllocationFailed;
+    pool_.reset(av_buffer_pool_init(total + AV_INPUT_BUFFER_PADDING_SIZE, allocatePictureMemory));
+    if (pool_ == nullptr) {
+        throwCoreVideoError(kCVReturnAllocationFailed);
     }
-    memory->attributes = std::move(attributes);
-    // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): the constructor is private
-    pool.reset(new CVPixelBufferPool(std::move(memory)));
-    return kCVReturnSuccess;
 }
 
-CVReturn CVPixelBufferPool::createPixelBuffer(CVPixelBufferRef& pixelBuffer) const {
-    ffmpeg::BufferRef buffer(av_buffer_pool_get(memory_->pool.get()));
+CVPixelBufferRef CVPixelBufferPool::makePixelBuffer() const {
+    ffmpeg::BufferRef buffer(av_buffer_pool_get(pool_.get()));
     if (buffer == nullptr) {
-        return kCVReturnPoolAllocationFailed;
+        throwCoreVideoError(kCVReturnPoolAllocationFailed);
     }
-    auto geometry = memory_->geometry;
+    auto geometry = geometry_;
     for (std::size_t i = 0; i < static_cast<std::size_t>(geometry.planeCount); ++i) {
-        geometry.planes[i].baseAddress = buffer->data + memory_->offsets[i];
+        geometry.planes[i].baseAddress = buffer->data + offsets_[i];
     }
-    pixelBuffer =
+    auto pixelBuffer =
         CVPixelBuffer::overMemory(geometry, std::shared_ptr<AVBufferRef>(std::move(buffer)));
-    pixelBuffer->setAttachments(memory_->attributes.propagatedAttachments,
-                                CVAttachmentMode::shouldPropagate);
-    return kCVReturnSuccess;
+    pixelBuffer->setAttachments(attributes_.propagatedAttachments);
+    return pixelBuffer;
 }
 
 } // namespace zelvane

@@ -12,11 +12,10 @@
 #include "core_media/cv_attachments.h"
 #include "core_media/ffmpeg_handles.h"
 #include "core_media/pixel_format.h"
-#include "foundation/checked_call.h"
+#include "foundation/status_error.h"
 
 namespace zelvane {
 
-inline constexpr CVReturn kCVReturnSuccess = 0;
 inline constexpr CVReturn kCVReturnError = -6660;
 inline constexpr CVReturn kCVReturnInvalidArgument = -6661;
 inline constexpr CVReturn kCVReturnAllocationFailed = -6662;
@@ -25,8 +24,8 @@ inline constexpr CVReturn kCVReturnInvalidPixelFormat = -6680;
 inline constexpr CVReturn kCVReturnPoolAllocationFailed = -6690;
 
 /// One picture in memory or on a device, with what is known about its colours. Shared by reference.
-/// Its producer fills it and sets its attachments before anyone else sees it; from then on it is
-/// only read, from any thread.
+/// Its producer fills it and sets its attachments before it passes the buffer on; after that any
+/// thread may read it and none writes it.
 class CVPixelBuffer {
   public:
     struct Plane {
@@ -50,8 +49,8 @@ class CVPixelBuffer {
     /// A picture over a decoded software frame, whose memory is used in place and never written.
     /// Null when the frame's rows run upward or are short, or its layout is not `pixelFormat`'s.
     static std::shared_ptr<CVPixelBuffer> wrappingFrame(ffmpeg::Frame frame, OSType pixelFormat);
-    /// A picture that lies on a device. `pixelFormat` tells what its pixels are once they are
-    /// brought to memory. It has no base addresses.
+    /// A picture on a device. `pixelFormat` is the format of its pixels once they are copied to
+    /// memory. It has no base addresses.
     static std::shared_ptr<CVPixelBuffer> onDevice(ffmpeg::Frame frame, OSType pixelFormat);
 
     OSType pixelFormat() const { return geometry_.pixelFormat; }
@@ -60,14 +59,11 @@ class CVPixelBuffer {
     bool isPlanar() const;
     int planeCount() const { return geometry_.planeCount; }
     const Plane& plane(int index) const { return geometry_.planes.at(static_cast<size_t>(index)); }
-    /// Bytes that the picture keeps in memory or on its device, roughly: for limits on queues.
+    /// The approximate number of bytes that the picture occupies in memory or on its device, for
+    /// limits on queues.
     std::size_t dataSize() const;
     /// The frame on the device, or null for a picture in memory. Owned by the buffer.
     const AVFrame* deviceFrame() const { return deviceFrame_.get(); }
-
-    /// Must hold around every access to base addresses, and fails for a picture on a device.
-    CVReturn lockBaseAddress() const;
-    CVReturn unlockBaseAddress() const;
 
     const CVAttachments& attachments() const { return attachments_; }
     /// The attachment as that type, or null.
@@ -77,8 +73,8 @@ class CVPixelBuffer {
         return found == attachments_.end() ? nullptr : std::get_if<Value>(&found->second);
     }
     bool hasAttachment(std::string_view key) const { return attachments_.contains(key); }
-    void setAttachment(std::string_view key, CVAttachmentValue value, CVAttachmentMode mode);
-    void setAttachments(const CVAttachments& attachments, CVAttachmentMode mode);
+    void setAttachment(std::string_view key, CVAttachmentValue value);
+    void setAttachments(const CVAttachments& attachments);
     void removeAttachment(std::string_view key);
 
   private:
@@ -92,7 +88,7 @@ class CVPixelBuffer {
 
 using CVPixelBufferRef = std::shared_ptr<CVPixelBuffer>;
 
-/// What the buffers of a pool are like.
+/// The properties of a pool's buffers.
 struct CVPixelBufferPoolAttributes {
     OSType pixelFormat = 0;
     int width = 0;
@@ -102,27 +98,29 @@ struct CVPixelBufferPoolAttributes {
     int extendedPixelsBottom = 0;
     /// A power of two.
     int bytesPerRowAlignment = 16;
-    bool isCompositorCompatible = true;
-    /// What each new buffer starts with.
+    /// The attachments of each new buffer.
     CVAttachments propagatedAttachments;
 };
 
-/// Hands out buffers of one kind and takes their memory back when the last reference to one goes,
-/// on whatever thread. The pool may go before its buffers.
+/// Makes buffers of one kind, and reuses the memory of a buffer after its last reference is
+/// released, on any thread. The pool may be destroyed before its buffers.
 class CVPixelBufferPool {
   public:
-    /// Fails with kCVReturnInvalidPixelFormat, kCVReturnInvalidSize or kCVReturnInvalidArgument.
-    static CVReturn create(CVPixelBufferPoolAttributes attributes,
-                           std::unique_ptr<CVPixelBufferPool>& pool);
-    ~CVPixelBufferPool();
+    /// Throws SystemError of the Core Video domain: kCVReturnInvalidPixelFormat,
+    /// kCVReturnInvalidSize, kCVReturnInvalidArgument or kCVReturnAllocationFailed.
+    explicit CVPixelBufferPool(CVPixelBufferPoolAttributes attributes);
 
-    CVReturn createPixelBuffer(CVPixelBufferRef& pixelBuffer) const;
-    const CVPixelBufferPoolAttributes& attributes() const;
+    /// Throws SystemError kCVReturnPoolAllocationFailed.
+    CVPixelBufferRef makePixelBuffer() const;
+    const CVPixelBufferPoolAttributes& attributes() const { return attributes_; }
 
   private:
-    struct Memory;
-    explicit CVPixelBufferPool(std::shared_ptr<Memory> memory);
-    std::shared_ptr<Memory> memory_;
+    CVPixelBufferPoolAttributes attributes_;
+    /// Without addresses.
+    CVPixelBuffer::Geometry geometry_;
+    std::array<std::size_t, 4> offsets_{};
+    /// FFmpeg counts its references: buffers keep the memory.
+    ffmpeg::BufferPool pool_;
 };
 
 } // namespace zelvane

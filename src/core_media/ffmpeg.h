@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-// The one door to FFmpeg's C headers, and the one place that knows of their versions.
+// The only file that includes FFmpeg's C headers and depends on their versions.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,10 +17,14 @@ extern "C" {
 #include <libavutil/dict.h>
 #include <libavutil/display.h>
 #include <libavutil/hwcontext.h>
+#include <libavutil/hwcontext_drm.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/mastering_display_metadata.h>
+#include <libavutil/mem.h>
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 #include <libavutil/samplefmt.h>
+#include <libavutil/sha.h>
 #include <libswresample/swresample.h>
 #include <libswscale/swscale.h>
 }
@@ -40,8 +44,8 @@ inline std::int64_t frameDuration(const AVFrame& frame) {
 #endif
 }
 
-/// The value of one of FFmpeg's enumerations, or `otherwise` where it is none: demuxers pass on
-/// what stands in a file, and reading such a value as an enumerator is undefined. Valid values are
+/// The value of one of FFmpeg's enumerations, or `otherwise` where it is invalid: demuxers pass on
+/// numbers from the file, and using such a number as an enumerator is undefined. Valid values are
 /// below `end`.
 template <class Enum>
 Enum knownValue(const Enum& value, Enum end, Enum otherwise) {
@@ -57,8 +61,8 @@ AVColorRange colorRangeOf(const Described& described) {
     return knownValue(described.color_range, AVCOL_RANGE_NB, AVCOL_RANGE_UNSPECIFIED);
 }
 
-/// What the container says about a stream beside its parameters; empty when it says nothing of that
-/// type. The bytes belong to the stream.
+/// The container's side data of a stream; empty when there is none of that type. The bytes belong
+/// to the stream.
 inline std::span<const std::uint8_t> streamSideData(const AVStream& stream,
                                                     AVPacketSideDataType type) {
 #if LIBAVFORMAT_VERSION_INT >= AV_VERSION_INT(60, 15, 100)

@@ -12,7 +12,7 @@
 
 namespace zelvane {
 
-/// What went wrong in FFmpeg or in what was asked of it: a case and its payload. A value.
+/// An error of FFmpeg or of a request to it: a case and its payload. A value.
 class FFmpegError : public Error {
   public:
     enum class Case {
@@ -47,7 +47,7 @@ class FFmpegError : public Error {
     static FFmpegError simple(Case errorCase);
 
     Case errorCase() const { return case_; }
-    /// The status of a case that comes from one, the codec ID, sample format, mask or count of the
+    /// The status for cases made from one; the codec ID, sample format, mask or count for the
     /// others; 0 without payload.
     std::int64_t payload() const { return payload_; }
     int channelCount() const { return channelCount_; }
@@ -73,11 +73,11 @@ void logFFmpegError(const FFmpegError& error, const SourceLocation& location);
 struct FFmpegCallOptions {
     /// Cases that the caller handles: thrown, but not logged.
     std::initializer_list<FFmpegError::Case> expected = {};
-    /// Repeat the call for as long as it answers AVERROR(EAGAIN).
+    /// Repeat the call for as long as it returns AVERROR(EAGAIN).
     bool retryOnEAGAIN = false;
 };
 
-/// Runs a call that answers a status. A status of zero or above is returned; any other is logged,
+/// Runs a call that returns a status. A status of zero or above is returned; any other is logged,
 /// unless it is expected, and thrown as FFmpegError.
 template <class Call>
 int checkedFFmpegCall(Call&& call, const FFmpegCallOptions& options = {},
@@ -97,7 +97,7 @@ int checkedFFmpegCall(Call&& call, const FFmpegCallOptions& options = {},
     throw error;
 }
 
-/// Passes on what an allocator of FFmpeg returned; logs and throws allocationFailure for null.
+/// Returns the result of an FFmpeg allocator; logs and throws allocationFailure for null.
 template <class Pointer>
 Pointer checkedFFmpegAllocation(Pointer pointer,
                                 SourceLocation location = SourceLocation::current()) {

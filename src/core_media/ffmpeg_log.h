@@ -3,8 +3,8 @@
 
 namespace zelvane {
 
-/// Keeps FFmpeg's own messages off standard error: the checked calls say what failed and where.
-/// ZELVANE_FFMPEG_LOG in the environment lets them through. For programs, at their start.
+/// Silences FFmpeg's own messages on standard error: the checked calls log what failed and where.
+/// With ZELVANE_FFMPEG_LOG in the environment it does nothing. Programs call it at their start.
 void quietFFmpegLog();
 
 } // namespace zelvane

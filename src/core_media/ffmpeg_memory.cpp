@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "core_media/ffmpeg_memory.h"
 
-extern "C" {
-#include <libavutil/mem.h>
-}
+#include "core_media/ffmpeg.h"
 
 namespace zelvane {
 

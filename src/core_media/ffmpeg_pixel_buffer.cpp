@@ -15,18 +15,11 @@ std::string ofPlane(std::optional<int> planeIndex) {
     return planeIndex ? fmt::format(" of plane {}", *planeIndex) : std::string();
 }
 
-class LockedBaseAddress {
-  public:
-    explicit LockedBaseAddress(const CVPixelBuffer& pixelBuffer) : pixelBuffer_(pixelBuffer) {
-        checkedCoreVideoCall([&] { return pixelBuffer.lockBaseAddress(); });
+void checkIsInMemory(const CVPixelBuffer& pixelBuffer) {
+    if (pixelBuffer.deviceFrame() != nullptr) {
+        throwCoreVideoError(kCVReturnError);
     }
-    ~LockedBaseAddress() { pixelBuffer_.unlockBaseAddress(); }
-    LockedBaseAddress(const LockedBaseAddress&) = delete;
-    LockedBaseAddress& operator=(const LockedBaseAddress&) = delete;
-
-  private:
-    const CVPixelBuffer& pixelBuffer_;
-};
+}
 
 /// Bytes of a row that belong to the picture.
 std::size_t visibleRowByteCount(const CVPixelBuffer& pixelBuffer, int planeIndex) {
@@ -93,7 +86,7 @@ DataMismatchError DataMismatchError::unexpectedPixelBufferPlaneHeight(int planeI
 
 void withPointersForFFmpeg(const CVPixelBuffer& pixelBuffer,
                            const std::function<void(const FFmpegPointers&)>& use) {
-    const LockedBaseAddress lock(pixelBuffer);
+    checkIsInMemory(pixelBuffer);
     checkPlaneCount(pixelBuffer);
     FFmpegPointers pointers;
     for (int i = 0; i < pixelBuffer.planeCount(); ++i) {
@@ -106,7 +99,7 @@ void withPointersForFFmpeg(const CVPixelBuffer& pixelBuffer,
 void fillData(CVPixelBuffer& pixelBuffer,
               const std::uint8_t* const (&ffmpegData)[AV_NUM_DATA_POINTERS],
               const int (&ffmpegDataLinesize)[AV_NUM_DATA_POINTERS]) {
-    const LockedBaseAddress lock(pixelBuffer);
+    checkIsInMemory(pixelBuffer);
     checkPlaneCount(pixelBuffer);
     for (int i = 0; i < pixelBuffer.planeCount(); ++i) {
         fillPlane(pixelBuffer, i, ffmpegData[i], ffmpegDataLinesize[i]);

@@ -12,7 +12,7 @@
 
 namespace zelvane {
 
-/// A frame's memory is not what a pixel buffer of its format can take.
+/// A frame's memory does not fit a pixel buffer of its format.
 class DataMismatchError : public Error {
   public:
     enum class Case {
@@ -44,14 +44,14 @@ struct FFmpegPointers {
     std::array<int, 4> linesize{};
 };
 
-/// Calls `use` with the planes of a buffer in memory, locked for as long as the call lasts. Throws
-/// SystemError for a buffer on a device, DataMismatchError for a planar one without 1 to 4 planes.
+/// Calls `use` with the planes of a buffer in memory. Throws SystemError for a buffer on a device,
+/// DataMismatchError for a planar one without 1 to 4 planes.
 void withPointersForFFmpeg(const CVPixelBuffer& pixelBuffer,
                            const std::function<void(const FFmpegPointers&)>& use);
 
-/// Copies the visible part of each plane from a frame of the same layout, whatever the row sizes on
+/// Copies the visible part of each plane from a frame of the same layout, for any row sizes on
 /// either side; rows of the frame may run upward. Throws DataMismatchError when a plane is missing
-/// or its rows are shorter than what they should show.
+/// or its rows are shorter than the visible part.
 void fillData(CVPixelBuffer& pixelBuffer,
               const std::uint8_t* const (&ffmpegData)[AV_NUM_DATA_POINTERS],
               const int (&ffmpegDataLinesize)[AV_NUM_DATA_POINTERS]);

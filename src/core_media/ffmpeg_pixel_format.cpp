@@ -10,7 +10,7 @@ namespace {
 struct Correspondence {
     OSType pixelFormat;
     AVPixelFormat ffmpegFormat;
-    /// AVCOL_RANGE_UNSPECIFIED stands for any.
+    /// AVCOL_RANGE_UNSPECIFIED means any.
     AVColorRange range;
 };
 
@@ -84,6 +84,16 @@ AVPixelFormat plainTwin(AVPixelFormat format) {
     }
 }
 
+bool isGrey(AVPixelFormat format) {
+    constexpr unsigned kColored = AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL;
+    const auto* descriptor = av_pix_fmt_desc_get(format);
+    if (descriptor == nullptr || (descriptor->flags & kColored) != 0) {
+        return false;
+    }
+    const bool hasAlpha = (descriptor->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
+    return descriptor->nb_components == (hasAlpha ? 2 : 1);
+}
+
 } // namespace
 
 AVPixelFormat ffmpegPixelFormat(OSType pixelFormat) {
@@ -95,7 +105,8 @@ AVPixelFormat ffmpegPixelFormat(OSType pixelFormat) {
 
 FFmpegPixelLayout canonicalLayout(AVPixelFormat format, AVColorRange range) {
     const AVPixelFormat plain = plainTwin(format);
-    const bool isFullRange = plain != format || range == AVCOL_RANGE_JPEG;
+    const bool isFullRange = plain != format || range == AVCOL_RANGE_JPEG ||
+                             (range == AVCOL_RANGE_UNSPECIFIED && isGrey(format));
     return {plain, isFullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG};
 }
 

@@ -9,8 +9,8 @@
 
 namespace zelvane {
 
-/// FFmpeg's name for the memory layout of a pixel format, whatever its range; AV_PIX_FMT_NONE when
-/// it has none.
+/// FFmpeg's name for the memory layout of a pixel format of any range; AV_PIX_FMT_NONE when it has
+/// none.
 AVPixelFormat ffmpegPixelFormat(OSType pixelFormat);
 
 /// A memory layout and the range of its values, as FFmpeg states them.
@@ -20,19 +20,20 @@ struct FFmpegPixelLayout {
     friend bool operator==(const FFmpegPixelLayout&, const FFmpegPixelLayout&) = default;
 };
 
-/// The layout with FFmpeg's old full-range formats ("yuvj420p") under the name of their plain
-/// twins, and an unstated range as video range, which is what it means.
+/// The layout with FFmpeg's old full-range formats ("yuvj420p") replaced by their plain
+/// equivalents, and an unstated range by its meaning: full for grey, as in still images, and video
+/// range for all other formats.
 FFmpegPixelLayout canonicalLayout(AVPixelFormat format, AVColorRange range);
 
-/// The pixel format that lies in memory just so; none where there is none, supported or not.
+/// The pixel format of this memory layout, supported or not; none where there is none.
 std::optional<OSType> correspondingPixelFormat(const FFmpegPixelLayout& layout);
 
 /// The formats that the display path takes.
 std::span<const OSType> supportedPixelFormats();
 bool isSupportedPixelFormat(OSType pixelFormat);
 
-/// What a layout is converted to that has no supported pixel format of its own. Luma of more than
-/// 8 bits keeps 10; all subsampling of such pictures becomes 4:2:0.
+/// The format to which a layout without a supported pixel format is converted. Luma of more than 8
+/// bits keeps 10; all subsampling of such pictures becomes 4:2:0.
 OSType conversionTarget(const FFmpegPixelLayout& layout);
 
 } // namespace zelvane

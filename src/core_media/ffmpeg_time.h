@@ -9,7 +9,7 @@
 
 namespace zelvane {
 
-/// A stream's or container's time stamp as time; none for AV_NOPTS_VALUE or a zero in the base. A
+/// A stream's or container's time stamp as a time; none for AV_NOPTS_VALUE or a zero in the base. A
 /// product that overflows 64 bits stops the process.
 std::optional<CMTime> timeFromStamp(std::int64_t stamp, AVRational timeBase);
 

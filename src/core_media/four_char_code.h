@@ -17,7 +17,7 @@ constexpr OSType fourCharCode(const char (&code)[5]) {
     return value;
 }
 
-/// "x420", or "0x00000018" where the bytes are no printable characters.
+/// "x420", or "0x00000018" where not all bytes are printable characters.
 std::string fourCharCodeText(OSType code);
 
 } // namespace zelvane

@@ -12,24 +12,16 @@
 
 #include "core_media/cv_attachments.h"
 #include "foundation/log.h"
+#include "foundation/release.h"
 
 namespace zelvane {
 namespace {
 
-struct CloseProfile {
-    void operator()(void* profile) const { cmsCloseProfile(profile); }
-};
-using Profile = std::unique_ptr<void, CloseProfile>;
+using Profile = std::unique_ptr<void, Release<cmsCloseProfile>>;
 
-struct FreeCurve {
-    void operator()(cmsToneCurve* curve) const { cmsFreeToneCurve(curve); }
-};
-using ToneCurve = std::unique_ptr<cmsToneCurve, FreeCurve>;
+using ToneCurve = std::unique_ptr<cmsToneCurve, Release<cmsFreeToneCurve>>;
 
-struct FreeText {
-    void operator()(cmsMLU* text) const { cmsMLUfree(text); }
-};
-using Text = std::unique_ptr<cmsMLU, FreeText>;
+using Text = std::unique_ptr<cmsMLU, Release<cmsMLUfree>>;
 
 /// SMPTE ST 2084: code value to light, both from 0 to 1, where 1 is 10000 candela per square metre.
 double lightOfPQ(double code) {
@@ -50,7 +42,7 @@ double lightOfHLG(double code) {
     return code <= 0.5 ? code * code / 3 : (std::exp((code - c) / a) + b) / 12;
 }
 
-/// The entries are enough for the step between neighbours to stay below one of 12 bits.
+/// With this many entries the step between neighbours is below one of 12 bits.
 ToneCurve toneCurve(double (*lightOfCode)(double)) {
     std::array<cmsUInt16Number, 4096> table{};
     for (std::size_t i = 0; i < table.size(); ++i) {
@@ -66,8 +58,7 @@ void writeText(const Profile& profile, cmsTagSignature tag, const char* value) {
     cmsWriteTag(profile.get(), tag, text.get());
 }
 
-/// The library stamps a profile with the time of its making; equal pictures shall carry equal
-/// bytes.
+/// lcms writes the current time into a profile; equal pictures must carry equal bytes.
 void setCreationDate(std::vector<std::uint8_t>& bytes) {
     constexpr std::size_t kDateOffset = 24;
     constexpr std::array<std::uint8_t, 12> kFirstOfJanuary2024{0x07, 0xe8, 0, 1, 0, 1};

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 
-#include "foundation/log.h"
-
 namespace zelvane {
 namespace {
 
@@ -15,11 +13,11 @@ void appendBigEndian(std::vector<std::uint8_t>& bytes, Integer value) {
     }
 }
 
-/// In steps of 0.00002.
-std::uint16_t codedChromaticity(AVRational value) {
+/// In steps of 0.00002; none when it does not fit.
+std::optional<std::uint16_t> codedChromaticity(AVRational value) {
     const double scaled = 50000.0 / value.den * value.num;
     if (!(scaled > -1 && scaled < 65536)) {
-        fatalError("A chromaticity of a mastering display is out of range.");
+        return std::nullopt;
     }
     return static_cast<std::uint16_t>(std::max(scaled, 0.0));
 }
@@ -33,29 +31,32 @@ std::uint32_t codedLuminance(AVRational value) {
         std::min<std::int64_t>(av_rescale(value.num, 10000, value.den), UINT32_MAX));
 }
 
-std::uint16_t codedLightLevel(unsigned level) {
-    if (level > UINT16_MAX) {
-        fatalError("A content light level is out of range.");
+/// In the order of the message: green, blue, red, white. False when one does not fit.
+bool appendChromaticities(std::vector<std::uint8_t>& bytes,
+                          const AVMasteringDisplayMetadata& metadata) {
+    const AVRational* const points[] = {metadata.display_primaries[1],
+                                        metadata.display_primaries[2],
+                                        metadata.display_primaries[0], metadata.white_point};
+    for (const AVRational* point : points) {
+        const auto x = codedChromaticity(point[0]);
+        const auto y = codedChromaticity(point[1]);
+        if (!x || !y) {
+            return false;
+        }
+        appendBigEndian(bytes, *x);
+        appendBigEndian(bytes, *y);
     }
-    return static_cast<std::uint16_t>(level);
+    return true;
 }
 
 } // namespace
 
-std::vector<std::uint8_t>
+std::optional<std::vector<std::uint8_t>>
 masteringDisplayColorVolumeSEIMessageData(const AVMasteringDisplayMetadata& metadata) {
-    constexpr int kRed = 0;
-    constexpr int kGreen = 1;
-    constexpr int kBlue = 2;
     std::vector<std::uint8_t> bytes;
     bytes.reserve(24);
-    if (metadata.has_primaries != 0) {
-        for (const int primary : {kGreen, kBlue, kRed}) {
-            appendBigEndian(bytes, codedChromaticity(metadata.display_primaries[primary][0]));
-            appendBigEndian(bytes, codedChromaticity(metadata.display_primaries[primary][1]));
-        }
-        appendBigEndian(bytes, codedChromaticity(metadata.white_point[0]));
-        appendBigEndian(bytes, codedChromaticity(metadata.white_point[1]));
+    if (metadata.has_primaries != 0 && !appendChromaticities(bytes, metadata)) {
+        return std::nullopt;
     }
     bytes.resize(16);
     if (metadata.has_luminance != 0) {
@@ -66,12 +67,14 @@ masteringDisplayColorVolumeSEIMessageData(const AVMasteringDisplayMetadata& meta
     return bytes;
 }
 
-std::vector<std::uint8_t>
+std::optional<std::vector<std::uint8_t>>
 contentLightLevelInfoSEIMessageData(const AVContentLightMetadata& metadata) {
+    if (metadata.MaxCLL > UINT16_MAX || metadata.MaxFALL > UINT16_MAX) {
+        return std::nullopt;
+    }
     std::vector<std::uint8_t> bytes;
-    bytes.reserve(4);
-    appendBigEndian(bytes, codedLightLevel(metadata.MaxCLL));
-    appendBigEndian(bytes, codedLightLevel(metadata.MaxFALL));
+    appendBigEndian(bytes, static_cast<std::uint16_t>(metadata.MaxCLL));
+    appendBigEndian(bytes, static_cast<std::uint16_t>(metadata.MaxFALL));
     return bytes;
 }
 

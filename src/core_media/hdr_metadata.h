@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "core_media/ffmpeg.h"
@@ -9,13 +10,14 @@
 namespace zelvane {
 
 /// The payload of the mastering display colour volume SEI message (SMPTE ST 2086): 24 bytes, zero
-/// where the metadata says nothing. A chromaticity that 16 bits cannot hold stops the process.
-std::vector<std::uint8_t>
+/// where the metadata says nothing. None where a chromaticity does not fit 16 bits: such metadata
+/// is damaged.
+std::optional<std::vector<std::uint8_t>>
 masteringDisplayColorVolumeSEIMessageData(const AVMasteringDisplayMetadata& metadata);
 
-/// The payload of the content light level information SEI message (CTA-861.3): 4 bytes. A level
-/// above 65535 stops the process.
-std::vector<std::uint8_t>
+/// The payload of the content light level information SEI message (CTA-861.3): 4 bytes. None where
+/// a level is above 65535.
+std::optional<std::vector<std::uint8_t>>
 contentLightLevelInfoSEIMessageData(const AVContentLightMetadata& metadata);
 
 } // namespace zelvane

@@ -18,7 +18,7 @@ struct ImageFormat {
     const char* name;
     AVCodecID codecID;
     std::string_view signature;
-    /// A second signature behind the length that follows the first one.
+    /// A second signature after the length field that follows the first.
     std::string_view kind = ""sv;
 };
 
@@ -40,7 +40,7 @@ const ImageFormat* formatOf(std::string_view bytes) {
     return found == kFormats.end() ? nullptr : found;
 }
 
-/// Null when there is no picture in it.
+/// Null when it contains no picture.
 ffmpeg::Frame decodedFrame(const AVPacket& file, const AVCodec* codec) {
     const ffmpeg::CodecContext context(checkedFFmpegAllocation(avcodec_alloc_context3(codec)));
     ffmpeg::Frame frame(checkedFFmpegAllocation(av_frame_alloc()));
@@ -48,7 +48,7 @@ ffmpeg::Frame decodedFrame(const AVPacket& file, const AVCodec* codec) {
     context->thread_count = 1;
     const bool isDecoded = avcodec_open2(context.get(), codec, nullptr) >= 0 &&
                            avcodec_send_packet(context.get(), &file) >= 0 &&
-                           // The end makes decoders that wait for more hand out what they have.
+                           // Draining makes decoders with a delay return the frame.
                            avcodec_send_packet(context.get(), nullptr) >= 0 &&
                            avcodec_receive_frame(context.get(), frame.get()) >= 0;
     return isDecoded ? std::move(frame) : nullptr;
@@ -66,7 +66,7 @@ ffmpeg::Scaler makeScaler(const AVFrame& frame, const FFmpegPixelLayout& layout)
     if (scaler != nullptr) {
         constexpr int kFullRange = 1;
         constexpr int kUnchanged = 1 << 16;
-        // JPEG and WebP know one matrix only.
+        // JPEG and WebP have one matrix only.
         const int* const matrix = sws_getCoefficients(SWS_CS_ITU601);
         sws_setColorspaceDetails(scaler.get(), matrix, layout.range == AVCOL_RANGE_JPEG ? 1 : 0,
                                  matrix, kFullRange, 0, kUnchanged, kUnchanged);

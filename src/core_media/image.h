@@ -15,19 +15,19 @@ namespace zelvane {
 struct Image {
     int width = 0;
     int height = 0;
-    /// What it was encoded as: "JPEG", "PNG", "GIF", "BMP" or "WebP".
+    /// The format of the file: "JPEG", "PNG", "GIF", "BMP" or "WebP".
     std::string format;
     std::vector<std::uint8_t> pixels;
 };
 
 using ImageRef = std::shared_ptr<const Image>;
 
-/// More pixels than this make no image: a few hundred bytes could ask for gigabytes.
+/// Pictures with more pixels are refused: a file of a few hundred bytes could request gigabytes.
 inline constexpr std::int64_t kMaxImagePixelCount = std::int64_t{32} << 20;
 
-/// Decodes a picture file that lies in a packet. What it is told by its first bytes alone; the
-/// first picture counts where there are several. Null for other formats, for pictures that are too
-/// large, and for what cannot be decoded. Any thread.
+/// Decodes the picture file in a packet. Its first bytes alone decide its format; of several
+/// pictures the first is decoded. Null for other formats, for pictures that are too large, and
+/// where decoding fails. Any thread.
 ImageRef decodeImage(const AVPacket& file);
 
 } // namespace zelvane

@@ -17,8 +17,8 @@ void unmap(void* length, std::uint8_t* block) {
     munmap(block, reinterpret_cast<std::size_t>(length));
 }
 
-/// At the start of a huge page, so that as many as possible lie within it. The last, of which only
-/// a part is needed, stays in small ones.
+/// Aligned to a huge page, so that the block holds as many as possible. The rest at its end uses
+/// small pages.
 std::uint8_t* mapAligned(std::size_t length) {
     void* const room = mmap(nullptr, length + kHugePage, PROT_READ | PROT_WRITE,
                             MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
@@ -49,7 +49,7 @@ AVBufferRef* allocatePictureMemory(std::size_t size) {
     if (block == nullptr) {
         return nullptr;
     }
-    // A system without them refuses, and the block is as good as any.
+    // Without huge pages the call fails, and the block is still usable.
     madvise(block, length, MADV_HUGEPAGE);
     void* const owner = reinterpret_cast<void*>(length); // NOLINT(performance-no-int-to-ptr)
     AVBufferRef* const buffer = av_buffer_create(block, size, unmap, owner, 0);

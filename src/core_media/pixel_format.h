@@ -25,19 +25,19 @@ inline constexpr OSType kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange = fourC
 inline constexpr OSType kCVPixelFormatType_420YpCbCr10BiPlanarFullRange = fourCharCode("xf20");
 
 /// One plane of a pixel format. A plane's width in blocks is the picture's width divided by
-/// `widthDivisor`, rounded up; a block is what `bytesPerBlock` holds.
+/// `widthDivisor`, rounded up; a block has `bytesPerBlock` bytes.
 struct PixelPlaneLayout {
     int widthDivisor = 1;
     int heightDivisor = 1;
     int bytesPerBlock = 1;
 };
 
-/// How the pixels of a format lie in memory and what they mean.
+/// The memory layout of a format's pixels and their meaning.
 struct PixelFormatDescriptor {
     OSType pixelFormat = 0;
     bool isYCbCr = false;
     bool isFullRange = false;
-    /// More than one plane, or a format that is laid out as planes by nature.
+    /// More than one plane, or a format that counts as planar.
     bool isPlanar = false;
     int planeCount = 1;
     std::array<PixelPlaneLayout, 4> planes{};
@@ -46,7 +46,7 @@ struct PixelFormatDescriptor {
 /// The descriptor of a format that this system can hold in memory; null for any other.
 const PixelFormatDescriptor* pixelFormatDescriptor(OSType pixelFormat);
 
-/// False for the formats known not to be; a format that nobody describes counts as YCbCr.
+/// An unknown format counts as YCbCr.
 bool pixelFormatIsYCbCr(OSType pixelFormat);
 
 } // namespace zelvane

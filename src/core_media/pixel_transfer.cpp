@@ -3,45 +3,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <string>
 #include <utility>
 #include <vector>
 
-#include "core_media/color_attachments.h"
-#include "core_media/ffmpeg_pixel_format.h"
+#include "core_media/ycbcr_matrix.h"
 
 namespace zelvane {
 namespace {
-
-/// The parts of red and blue in luma.
-struct LumaWeights {
-    double red;
-    double blue;
-};
-
-LumaWeights lumaWeights(const std::string& matrix) {
-    if (matrix == kCVImageBufferYCbCrMatrix_ITU_R_601_4) {
-        return {0.299, 0.114};
-    }
-    if (matrix == kCVImageBufferYCbCrMatrix_SMPTE_240M_1995) {
-        return {0.212, 0.087};
-    }
-    if (matrix == kCVImageBufferYCbCrMatrix_ITU_R_2020) {
-        return {0.2627, 0.0593};
-    }
-    if (matrix == kCVImageBufferYCbCrMatrix_P3_D65) {
-        return {0.22897, 0.07929};
-    }
-    return {0.2126, 0.0722};
-}
-
-std::string matrixOf(const CVPixelBuffer& picture) {
-    if (const auto* stated = picture.attachment<std::string>(kCVImageBufferYCbCrMatrixKey)) {
-        return *stated;
-    }
-    const auto& guessed = colorAttachmentsForSize(picture.width(), picture.height(), true);
-    return std::get<std::string>(guessed.find(kCVImageBufferYCbCrMatrixKey)->second);
-}
 
 /// From code values of 8 bits to R'G'B' between 0 and 1.
 struct Conversion {
@@ -64,14 +32,14 @@ struct Conversion {
     float greenOfCb;
 };
 
-/// A row of chroma, both components in turn, brought to the width and the height of luma.
+/// A row of chroma, both components interleaved, scaled to the width and the height of luma.
 class ChromaRow {
   public:
     ChromaRow(const CVPixelBuffer::Plane& plane, int width)
         : plane_(plane), between_(static_cast<std::size_t>(plane.width) * 2),
           full_(static_cast<std::size_t>(width) * 2) {}
 
-    /// Cb and Cr of each pixel of luma row `y`, less the value of no colour.
+    /// Cb and Cr of each pixel of luma row `y`, less the value for grey.
     const std::vector<float>& values(int y) {
         interpolateRows(y);
         const int last = plane_.width - 1;
@@ -92,7 +60,7 @@ class ChromaRow {
         return plane_.baseAddress + std::clamp(index, 0, plane_.height - 1) * plane_.bytesPerRow;
     }
 
-    /// A chroma row lies a quarter of its distance from each of its two luma rows.
+    /// A chroma row is a quarter of the row distance away from each of its two luma rows.
     void interpolateRows(int y) {
         const auto* nearest = row(y / 2);
         const auto* other = row(y % 2 == 0 ? y / 2 - 1 : y / 2 + 1);
@@ -168,21 +136,16 @@ bool canTransferTo(OSType pixelFormat) {
 
 } // namespace
 
-OSStatus PixelTransferSession::transferImage(const CVPixelBuffer& source,
-                                             CVPixelBuffer& destination) const {
+void PixelTransferSession::transferImage(const CVPixelBuffer& source,
+                                         CVPixelBuffer& destination) const {
     const bool isPossible =
         canTransferFrom(source.pixelFormat()) && canTransferTo(destination.pixelFormat()) &&
         source.width() == destination.width() && source.height() == destination.height() &&
-        destination.deviceFrame() == nullptr;
+        source.deviceFrame() == nullptr && destination.deviceFrame() == nullptr;
     if (!isPossible) {
-        return kVTPixelTransferNotSupportedErr;
+        throwDarwinError(kVTPixelTransferNotSupportedErr);
     }
-    if (source.deviceFrame() != nullptr) {
-        const auto inMemory = pixelBufferInMemory(source);
-        return inMemory == nullptr ? kVTPixelTransferNotSupportedErr
-                                   : transferImage(*inMemory, destination);
-    }
-    const Conversion conversion(lumaWeights(matrixOf(source)),
+    const Conversion conversion(lumaWeights(yCbCrMatrixOf(source)),
                                 source.pixelFormat() ==
                                     kCVPixelFormatType_420YpCbCr8BiPlanarFullRange);
     if (destination.pixelFormat() == kCVPixelFormatType_32BGRA) {
@@ -190,20 +153,6 @@ OSStatus PixelTransferSession::transferImage(const CVPixelBuffer& source,
     } else {
         transfer<8, storeB64A>(source, destination, conversion);
     }
-    return kNoErr;
-}
-
-CVPixelBufferRef pixelBufferInMemory(const CVPixelBuffer& onDevice) {
-    ffmpeg::Frame frame(av_frame_alloc());
-    if (frame == nullptr || onDevice.deviceFrame() == nullptr ||
-        av_hwframe_transfer_data(frame.get(), onDevice.deviceFrame(), 0) < 0) {
-        return nullptr;
-    }
-    auto inMemory = CVPixelBuffer::wrappingFrame(std::move(frame), onDevice.pixelFormat());
-    if (inMemory != nullptr) {
-        inMemory->setAttachments(onDevice.attachments(), CVAttachmentMode::shouldPropagate);
-    }
-    return inMemory;
 }
 
 } // namespace zelvane

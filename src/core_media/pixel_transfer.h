@@ -5,22 +5,18 @@
 
 namespace zelvane {
 
-/// No way from the format or the place of the one buffer to those of the other.
+/// The session does not convert between the formats, sizes or places of the two buffers.
 inline constexpr OSStatus kVTPixelTransferNotSupportedErr = -12905;
 
-/// Turns the picture of one buffer into the format of another, by the matrix that the attachments
-/// of the source state: R'G'B' come out with the primaries and the transfer function that the
-/// picture had. Without a stated matrix, the picture's size tells it. Chroma is taken to lie on the
-/// even columns and between the rows, where MPEG-2 and nearly all that came after put it. Any
-/// thread; the buffers are the caller's.
+/// Converts the picture of one buffer to the format of another with the matrix of yCbCrMatrixOf().
+/// R'G'B' keep the primaries and the transfer function of the picture. Chroma is sited on the even
+/// columns and between the rows, as in MPEG-2 and nearly all later codecs. Any thread; the caller
+/// owns the buffers.
 class PixelTransferSession {
   public:
-    /// From "420v" or "420f", in memory or on a device, to "BGRA" or "b64a" of the same size.
-    OSStatus transferImage(const CVPixelBuffer& source, CVPixelBuffer& destination) const;
+    /// From "420v" or "420f" to "BGRA" or "b64a" of the same size, both in memory; throws
+    /// SystemError kVTPixelTransferNotSupportedErr for all else.
+    void transferImage(const CVPixelBuffer& source, CVPixelBuffer& destination) const;
 };
-
-/// A picture on a device, brought to memory with all its attachments. Null when the device fails or
-/// lays out its memory as no pixel format does.
-CVPixelBufferRef pixelBufferInMemory(const CVPixelBuffer& onDevice);
 
 } // namespace zelvane

@@ -37,7 +37,7 @@ int sampleDepth(AVPixelFormat format) {
     }
 }
 
-/// One helper at most, since others have a film to decode. The samples of 1080p are not worth one.
+/// At most one helper, since the other threads decode. A frame of 1080p is too small for one.
 constexpr int kPackers = 2;
 constexpr int kSamplesPerBand = 1 << 21;
 
@@ -71,7 +71,7 @@ bool canPackAsP010(AVPixelFormat format) {
 }
 
 void packPlanar420AsP010(const AVFrame& frame, const FFmpegPointers& destination) {
-    // Two rows share one of chroma.
+    // Two rows share a row of chroma.
     const int rowsPerBand = std::max(1, kSamplesPerBand / 2 / frame.width) * 2;
     forEachBand(frame.height, rowsPerBand, kPackers,
                 [&](const RowBand& band) { packBand(frame, destination, band); });

@@ -10,9 +10,9 @@ namespace zelvane {
 bool canPackAsP010(AVPixelFormat format);
 
 /// Packs the planes of a frame into those of p010le of the same size, each sample at the high end
-/// of its 16 bits. It gives what swscale gives, six times as fast, which counts for all 10-bit
-/// films, and leaves out no chroma at the edges of odd sizes, which swscale does. A thread of the
-/// shared pool helps with large ones.
+/// of its 16 bits. The result is that of swscale at six times its speed, which matters for all
+/// 10-bit films, and includes the chroma at the edges of odd sizes, which swscale omits. Large
+/// frames also use a thread of the shared pool.
 void packPlanar420AsP010(const AVFrame& frame, const FFmpegPointers& destination);
 
 } // namespace zelvane

@@ -7,7 +7,7 @@
 
 namespace zelvane {
 
-/// How large a picture is coded, and how large it is seen.
+/// The coded size of a picture, and the size at which it is displayed.
 struct VideoDimensions {
     /// Stops the process when a size is below 1 or the ratio is not above 0.
     VideoDimensions(int width, int height, std::optional<CGAffineTransform> displayTransform,

@@ -24,17 +24,9 @@ CMSampleBufferRef makeSampleBuffer(CVPixelBufferRef pixelBuffer, const AVFrame& 
     if (!presentationTime) {
         throw FFmpegError::simple(FFmpegError::Case::noPresentationTimestamp);
     }
-    CMFormatDescriptionRef description;
-    checkedDarwinCall(
-        [&] { return CMFormatDescription::createForImageBuffer(*pixelBuffer, description); });
-    const CMSampleTimingInfo timing{durationOfFrame(ffmpegFrame, ffmpegStreamTimeBase),
-                                    *presentationTime, kCMTimeInvalid};
-    CMSampleBufferRef sampleBuffer;
-    checkedDarwinCall([&] {
-        return CMSampleBuffer::createReadyWithImageBuffer(
-            std::move(pixelBuffer), std::move(description), timing, sampleBuffer);
-    });
-    return sampleBuffer;
+    return CMSampleBuffer::ofPicture(
+        std::move(pixelBuffer),
+        {durationOfFrame(ffmpegFrame, ffmpegStreamTimeBase), *presentationTime, kCMTimeInvalid});
 }
 
 } // namespace zelvane

@@ -32,7 +32,7 @@ TEST(FFmpegError, aStatusHasItsCase) {
     EXPECT_NE(FFmpegError::fromStatus(-1), FFmpegError::fromStatus(-2));
 }
 
-TEST(FFmpegError, saysWhatWentWrong) {
+TEST(FFmpegError, describesEachCase) {
     const std::vector<std::pair<FFmpegError, std::string>> cases{
         {FFmpegError::fromStatus(AVERROR_EOF), "End of file"},
         {FFmpegError::fromStatus(AVERROR(EAGAIN)), "Resource temporarily unavailable"},
@@ -63,7 +63,7 @@ TEST(FFmpegError, saysWhatWentWrong) {
     }
 }
 
-/// Answers one status after the other, and counts how often it was asked.
+/// Returns one status after the other, and counts the calls.
 struct Statuses {
     std::deque<int> answers;
     int calls = 0;
@@ -76,7 +76,7 @@ struct Statuses {
     }
 };
 
-TEST(CheckedFFmpegCall, retriesOnlyWhatAsksForIt) {
+TEST(CheckedFFmpegCall, retriesOnEAGAINOnly) {
     constexpr int kAgain = AVERROR(EAGAIN);
     struct Trial {
         std::deque<int> answers;
@@ -125,7 +125,7 @@ TEST(CheckedFFmpegCall, logsThePlaceUnlessTheErrorIsExpected) {
     EXPECT_EQ(log.lines().size(), 1U);
 }
 
-TEST(CheckedFFmpegAllocation, nullIsAFailure) {
+TEST(CheckedFFmpegAllocation, throwsForNull) {
     const LogCapture log;
     int value = 0;
     EXPECT_EQ(checkedFFmpegAllocation(&value), &value);

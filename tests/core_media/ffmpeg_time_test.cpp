@@ -9,7 +9,7 @@
 namespace zelvane {
 namespace {
 
-TEST(FFmpegTime, stampsAreExactAndAbsentOnesAreNoTime) {
+TEST(FFmpegTime, convertsStampsExactlyAndAbsentOnesToNoTime) {
     const auto ntsc = timeFromStamp(30, {1001, 30000});
     ASSERT_TRUE(ntsc);
     EXPECT_EQ(ntsc->value(), 30030);
@@ -21,7 +21,7 @@ TEST(FFmpegTime, stampsAreExactAndAbsentOnesAreNoTime) {
     EXPECT_EQ(timeFromStamp(5, {1, 0}), std::nullopt);
 }
 
-TEST(FFmpegTime, timesGoToTheStampAtOrBeforeThem) {
+TEST(FFmpegTime, convertsTimesToTheStampAtOrBeforeThem) {
     struct Case {
         CMTime time;
         AVRational timeBase;
@@ -52,7 +52,7 @@ TEST(FFmpegTime, stampsSurviveTheRoundTrip) {
     }
 }
 
-TEST(FFmpegTimeDeathTest, whatFitsNoNumberStopsTheProcess) {
+TEST(FFmpegTimeDeathTest, overflowAndAZeroTimeBaseStopTheProcess) {
     EXPECT_DEATH(timeFromStamp(std::numeric_limits<std::int64_t>::max(), {2, 1}),
                  "does not fit 64 bits");
     EXPECT_DEATH(stampFromTime(kCMTimeZero, {0, 1}), "in units of nothing");

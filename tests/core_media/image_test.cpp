@@ -2,7 +2,6 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -15,11 +14,6 @@ namespace zelvane {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string bytesOf(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 ImageRef decoded(const std::string& bytes) {
     const ffmpeg::AVPacketHandle packet(av_packet_alloc());
@@ -38,7 +32,7 @@ std::string picture(const std::string& extension, const std::vector<std::string>
         "color=0xC04020:s=20x30:d=0.04[a];color=0x2060A0:s=20x30:d=0.04[b];[a][b]hstack"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     arguments.insert(arguments.end(), {"-frames:v", "1"});
-    return bytesOf(test::madeClip("image-two-colours." + extension, arguments));
+    return test::bytesOf(test::madeClip("image-two-colours." + extension, arguments));
 }
 
 std::array<int, 4> pixel(const Image& image, int x, int y) {
@@ -48,7 +42,7 @@ std::array<int, 4> pixel(const Image& image, int x, int y) {
 }
 
 void expectNear(const std::array<int, 4>& found, const std::array<int, 4>& expected) {
-    // What the coding of JPEG and WebP costs.
+    // The error of JPEG and WebP.
     constexpr int kTolerance = 3;
     for (std::size_t i = 0; i < found.size(); ++i) {
         EXPECT_NEAR(found.at(i), expected.at(i), kTolerance) << "component " << i;
@@ -86,14 +80,14 @@ TEST(Image, eachFormatGivesItsColours) {
     }
 }
 
-TEST(Image, alphaStaysBesideTheColours) {
+TEST(Image, keepsAlphaUnmultiplied) {
     const auto image = decoded(
         picture("alpha.png", {"-vf", "format=rgba,colorchannelmixer=aa=0.5", "-pix_fmt", "rgba"}));
     ASSERT_NE(image, nullptr);
     expectNear(pixel(*image, 2, 2), {0xc0, 0x40, 0x20, 0x80});
 }
 
-TEST(Image, whatIsNoPictureMakesNoImage) {
+TEST(Image, refusesOtherAndDamagedFiles) {
     const std::string png = picture("png", {"-pix_fmt", "rgb24"});
     std::string huge = png;
     huge.replace(16, 8, std::string("\0\0\xea\x60\0\0\xea\x60", 8)); // 60000 x 60000

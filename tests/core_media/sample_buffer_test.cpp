@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <array>
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <string>
@@ -10,7 +11,6 @@
 
 #include "core_media/cm_block_buffer.h"
 #include "core_media/cm_sample_buffer.h"
-#include "tests/support/pixel_buffers.h"
 
 namespace zelvane {
 namespace {
@@ -19,12 +19,12 @@ std::span<const std::uint8_t> bytes(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-TEST(BlockBuffer, readsAChainAsOneRunOfBytes) {
+TEST(BlockBuffer, readsAChainAsOneSequence) {
     const std::vector<std::string> blocks{"ab", "cdefg", "h", "ijk"};
     const std::string all = "abcdefghijk";
     CMBlockBuffer buffer;
     for (const auto& block : blocks) {
-        EXPECT_EQ(buffer.appendMemoryBlock(bytes(block), {}), kNoErr);
+        buffer.appendMemoryBlock(bytes(block), {});
     }
     EXPECT_EQ(buffer.dataLength(), all.size());
     EXPECT_EQ(buffer.blockCount(), blocks.size());
@@ -62,13 +62,19 @@ CMFormatDescription::Audio stereo() {
     return audio;
 }
 
-TEST(FormatDescription, refusesWhatIsNoSound) {
-    CMFormatDescriptionRef description;
-    EXPECT_EQ(CMFormatDescription::createForAudio(stereo(), description), kNoErr);
-    ASSERT_NE(description, nullptr);
-    EXPECT_EQ(description->video(), nullptr);
-    EXPECT_EQ(description->audio()->streamDescription, stereo().streamDescription);
+/// The code of the SystemError that the call throws.
+int codeOf(const std::function<void()>& call) {
+    try {
+        call();
+        return 0;
+    } catch (const SystemError& error) {
+        return error.code();
+    }
+}
 
+TEST(FormatDescription, refusesInvalidFormats) {
+    EXPECT_EQ(CMFormatDescription::ofAudio(stereo())->audio()->streamDescription,
+              stereo().streamDescription);
     const std::vector<std::function<void(CMFormatDescription::Audio&)>> faults{
         [](auto& audio) { audio.streamDescription.mSampleRate = 0; },
         [](auto& audio) { audio.streamDescription.mSampleRate = -1; },
@@ -80,7 +86,7 @@ TEST(FormatDescription, refusesWhatIsNoSound) {
     for (std::size_t i = 0; i < faults.size(); ++i) {
         auto audio = stereo();
         faults[i](audio);
-        EXPECT_EQ(CMFormatDescription::createForAudio(audio, description),
+        EXPECT_EQ(codeOf([&] { CMFormatDescription::ofAudio(audio); }),
                   kCMFormatDescriptionError_InvalidParameter)
             << i;
     }
@@ -90,47 +96,30 @@ TEST(SampleBuffer, lastsAsLongAsItsSamples) {
     const std::vector<std::uint8_t> memory(std::size_t{4} * 1024);
     const auto data = std::make_shared<CMBlockBuffer>();
     data->appendMemoryBlock(memory, {});
-    CMFormatDescriptionRef description;
-    CMFormatDescription::createForAudio(stereo(), description);
+    const auto description = CMFormatDescription::ofAudio(stereo());
     const CMSampleTimingInfo timing{CMTime(1, 48000), CMTime(3, 2), kCMTimeInvalid};
-
-    CMSampleBufferRef buffer;
-    ASSERT_EQ(CMSampleBuffer::create(data, description, 1024, timing, 4, buffer), kNoErr);
+    const auto buffer = CMSampleBuffer::ofAudio(data, description, 1024, timing, 4);
     EXPECT_EQ(buffer->duration(), CMTime(1024, 48000));
     EXPECT_EQ(buffer->presentationTimeStamp(), CMTime(3, 2));
     EXPECT_EQ(buffer->sampleCount(), 1024);
-    EXPECT_EQ(buffer->imageBuffer(), nullptr);
-    EXPECT_EQ(buffer->dataBuffer(), data);
 
-    CMSampleBufferRef refused;
-    EXPECT_EQ(CMSampleBuffer::create(data, description, 1023, timing, 4, refused),
-              kCMSampleBufferError_DataFailed);
-    EXPECT_EQ(CMSampleBuffer::create(data, description, 0, timing, 4, refused),
-              kCMSampleBufferError_RequiredParameterMissing);
-    EXPECT_EQ(CMSampleBuffer::create(nullptr, description, 1024, timing, 4, refused),
-              kCMSampleBufferError_RequiredParameterMissing);
-    EXPECT_EQ(CMSampleBuffer::create(data, nullptr, 1024, timing, 4, refused),
-              kCMSampleBufferError_RequiredParameterMissing);
-    EXPECT_EQ(refused, nullptr);
-}
-
-TEST(SampleBuffer, aPictureLastsAsLongAsItSays) {
-    const auto picture = test::makePixelBuffer(kCVPixelFormatType_32BGRA, 6, 4);
-    CMFormatDescriptionRef description;
-    ASSERT_EQ(CMFormatDescription::createForImageBuffer(*picture, description), kNoErr);
-    ASSERT_NE(description->video(), nullptr);
-    EXPECT_EQ(description->audio(), nullptr);
-    EXPECT_EQ(description->video()->width, 6);
-    EXPECT_EQ(description->video()->height, 4);
-
-    CMSampleBufferRef buffer;
-    const CMSampleTimingInfo timing{CMTime(1, 25), CMTime(1, 5), kCMTimeInvalid};
-    ASSERT_EQ(CMSampleBuffer::createReadyWithImageBuffer(picture, description, timing, buffer),
-              kNoErr);
-    EXPECT_EQ(buffer->duration(), CMTime(1, 25));
-    EXPECT_EQ(buffer->imageBuffer(), picture);
-    EXPECT_EQ(CMSampleBuffer::createReadyWithImageBuffer(nullptr, description, timing, buffer),
-              kCMSampleBufferError_RequiredParameterMissing);
+    struct Refusal {
+        std::shared_ptr<const CMBlockBuffer> data;
+        CMFormatDescriptionRef description;
+        std::int64_t sampleCount;
+        int code;
+    };
+    for (const auto& row :
+         {Refusal{data, description, 1023, kCMSampleBufferError_DataFailed},
+          Refusal{data, description, 0, kCMSampleBufferError_RequiredParameterMissing},
+          Refusal{nullptr, description, 1024, kCMSampleBufferError_RequiredParameterMissing},
+          Refusal{data, nullptr, 1024, kCMSampleBufferError_RequiredParameterMissing}}) {
+        EXPECT_EQ(codeOf([&] {
+                      CMSampleBuffer::ofAudio(row.data, row.description, row.sampleCount, timing,
+                                              4);
+                  }),
+                  row.code);
+    }
 }
 
 } // namespace

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <lcms2.h>
 
 #include "core_media/color_attachments.h"
 #include "core_media/hdr_color_spaces.h"
@@ -14,9 +14,8 @@ namespace zelvane::test {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using testing::ElementsAreArray;
 
-/// The coded values of a set without the common beginning of their names.
+/// The coded values of a set without the common prefix of their names.
 std::string coded(const CVAttachments& attachments) {
     std::string text;
     for (const auto key : {kCVImageBufferYCbCrMatrixKey, kCVImageBufferTransferFunctionKey,
@@ -118,21 +117,53 @@ TEST(VideoColorByCodePoints, givesNothingUnlessPrimariesAndTransferAreKnown) {
     EXPECT_FALSE(colorAttachments({AVCOL_SPC_BT709, AVCOL_PRI_BT709, AVCOL_TRC_UNSPECIFIED}, 0));
     EXPECT_FALSE(colorAttachments({AVCOL_SPC_BT709, AVCOL_PRI_FILM, AVCOL_TRC_BT709}, 0));
     EXPECT_FALSE(colorAttachments({AVCOL_SPC_BT709, AVCOL_PRI_BT709, AVCOL_TRC_LOG}, 0));
-
-    auto pixelBuffer = makePixelBuffer(kCVPixelFormatType_420YpCbCr8Planar, 1920, 1080);
-    FrameColorConfigurator().configure(*pixelBuffer, *makeFrame(pqWithoutPrimaries));
-    EXPECT_EQ(coded(pixelBuffer->attachments()), "ITU_R_709_2 ITU_R_709_2 ITU_R_709_2");
 }
 
-TEST(VideoColorOfFrame, replacesWhatWasGuessedAndThenStays) {
+TEST(VideoColorOfFrame, aMatrixThatIsStatedAloneCountsForYCbCr) {
+    struct Row {
+        OSType format;
+        CodedColors colors;
+        std::string expected;
+    };
+    for (const auto& row : {
+             Row{kCVPixelFormatType_422YpCbCr8FullRange,
+                 {AVCOL_SPC_BT470BG},
+                 "ITU_R_601_4 ITU_R_709_2 ITU_R_709_2"},
+             Row{kCVPixelFormatType_420YpCbCr8Planar,
+                 {AVCOL_SPC_BT2020_NCL, AVCOL_PRI_UNSPECIFIED, AVCOL_TRC_SMPTE2084},
+                 "ITU_R_2020 ITU_R_709_2 ITU_R_709_2"},
+             Row{kCVPixelFormatType_420YpCbCr8Planar,
+                 {AVCOL_SPC_YCGCO},
+                 "ITU_R_709_2 ITU_R_709_2 ITU_R_709_2"},
+             Row{kCVPixelFormatType_32BGRA, {AVCOL_SPC_BT470BG}, "none sRGB P22"},
+         }) {
+        auto pixelBuffer = makePixelBuffer(row.format, 1920, 1080);
+        FrameColorConfigurator().configure(*pixelBuffer, *makeFrame(row.colors));
+        EXPECT_EQ(coded(pixelBuffer->attachments()), row.expected);
+    }
+}
+
+TEST(VideoColorOfFrame, aProfileLeavesTheMatrixOfYCbCr) {
+    const std::pair<CodedColors, std::string> rows[] = {
+        {{AVCOL_SPC_SMPTE240M}, "SMPTE_240M_1995 none none"},
+        {{AVCOL_SPC_UNSPECIFIED, AVCOL_PRI_BT2020}, "ITU_R_2020 none none"},
+        {{}, "ITU_R_601_4 none none"},
+    };
+    for (const auto& [colors, expected] : rows) {
+        auto frame = makeFrame(colors);
+        addProfile(*frame, pqPreset()->iccData());
+        auto pixelBuffer = makePixelBuffer(kCVPixelFormatType_420YpCbCr8Planar, 64, 64);
+        FrameColorConfigurator().configure(*pixelBuffer, *frame);
+        EXPECT_EQ(coded(pixelBuffer->attachments()), expected);
+    }
+}
+
+TEST(VideoColorOfFrame, replacesOldAttachmentsOnce) {
     auto pixelBuffer = makePixelBuffer(kCVPixelFormatType_420YpCbCr8Planar, 64, 64);
-    pixelBuffer->setAttachment(kColorInfoGuessedByKey, std::string("somebody"),
-                               CVAttachmentMode::shouldPropagate);
-    pixelBuffer->setAttachment(kCVImageBufferGammaLevelKey, 1.8, CVAttachmentMode::shouldPropagate);
+    pixelBuffer->setAttachment(kCVImageBufferGammaLevelKey, 1.8);
     FrameColorConfigurator configurator;
     configurator.configure(*pixelBuffer,
                            *makeFrame({AVCOL_SPC_BT709, AVCOL_PRI_BT709, AVCOL_TRC_BT709}));
-    EXPECT_FALSE(pixelBuffer->hasAttachment(kColorInfoGuessedByKey));
     EXPECT_FALSE(pixelBuffer->hasAttachment(kCVImageBufferGammaLevelKey));
     EXPECT_EQ(coded(pixelBuffer->attachments()), "ITU_R_709_2 ITU_R_709_2 ITU_R_709_2");
 
@@ -141,13 +172,12 @@ TEST(VideoColorOfFrame, replacesWhatWasGuessedAndThenStays) {
     EXPECT_EQ(coded(pixelBuffer->attachments()), "ITU_R_709_2 ITU_R_709_2 ITU_R_709_2");
 }
 
-TEST(VideoColorOfFrame, anICCProfileWinsOverEverythingUnlessItIsBroken) {
+TEST(VideoColorOfFrame, anICCProfileOverridesCodePointsUnlessItIsBroken) {
     const auto& profile = pqPreset()->iccData();
     auto frame = makeFrame({AVCOL_SPC_BT709, AVCOL_PRI_BT709, AVCOL_TRC_BT709});
     addProfile(*frame, profile);
     auto pixelBuffer = makePixelBuffer(kCVPixelFormatType_32BGRA, 64, 64);
-    pixelBuffer->setAttachments(colorAttachmentsForSize(64, 64, false),
-                                CVAttachmentMode::shouldPropagate);
+    pixelBuffer->setAttachments(colorAttachmentsForSize(64, 64, false));
     FrameColorConfigurator configurator;
     configurator.configure(*pixelBuffer, *frame);
     ASSERT_NE(pixelBuffer->attachment<Bytes>(kCVImageBufferICCProfileKey), nullptr);
@@ -162,92 +192,48 @@ TEST(VideoColorOfFrame, anICCProfileWinsOverEverythingUnlessItIsBroken) {
     EXPECT_EQ(coded(pixelBuffer->attachments()), "ITU_R_709_2 ITU_R_709_2 ITU_R_709_2");
 }
 
-/// Reads a profile as its format lays it down (ISO 15076-1), without the library that made it.
-class ProfileReader {
-  public:
-    explicit ProfileReader(const Bytes& bytes) : bytes_(bytes) {}
-
-    std::uint32_t number(std::size_t offset) const {
-        return static_cast<std::uint32_t>(bytes_.at(offset)) << 24 | bytes_.at(offset + 1) << 16 |
-               bytes_.at(offset + 2) << 8 | bytes_.at(offset + 3);
-    }
-    std::size_t tag(const char (&signature)[5]) const {
-        for (std::uint32_t i = 0; i < number(128); ++i) {
-            if (number(132 + 12 * i) == fourCharCode(signature)) {
-                return number(132 + 12 * i + 4);
-            }
-        }
-        throw std::out_of_range(signature);
-    }
-    double fixed(std::size_t offset) const {
-        return static_cast<std::int32_t>(number(offset)) / 65536.0;
-    }
-    std::vector<double> xyz(const char (&signature)[5]) const {
-        const auto at = tag(signature) + 8;
-        return {fixed(at), fixed(at + 4), fixed(at + 8)};
-    }
-    double curve(const char (&signature)[5], double code) const {
-        const auto at = tag(signature);
-        const auto index = std::lround(code * (number(at + 8) - 1));
-        return (bytes_.at(at + 12 + 2 * index) << 8 | bytes_.at(at + 13 + 2 * index)) / 65535.0;
-    }
-
-  private:
-    const Bytes& bytes_;
-};
-
-TEST(HDRColorSpace, hasADisplayProfileOfTheRightColoursAndCurve) {
+TEST(HDRColorSpace, hasADisplayProfileWithItsPrimariesAndCurve) {
     struct Row {
         std::string_view primaries;
         std::string_view transfer;
         std::string name;
-        /// Red, adapted to D50.
-        std::vector<double> red;
+        /// Adapted to D50.
+        cmsCIEXYZ red;
         /// Light at the code value of one half.
         double lightOfHalf;
     };
-    for (const auto& row : {
-             Row{kCVImageBufferColorPrimaries_ITU_R_2020,
-                 kCVImageBufferTransferFunction_SMPTE_ST_2084_PQ,
-                 "Rec. ITU-R BT.2020; SMPTE ST 2084 PQ",
-                 {0.6734, 0.2790, -0.0019},
-                 0.00922},
-             Row{kCVImageBufferColorPrimaries_ITU_R_2020,
-                 kCVImageBufferTransferFunction_ITU_R_2100_HLG,
-                 "Rec. ITU-R BT.2020; ARIB STD-B67 HLG",
-                 {0.6734, 0.2790, -0.0019},
-                 1.0 / 12},
-             Row{kCVImageBufferColorPrimaries_P3_D65,
-                 kCVImageBufferTransferFunction_SMPTE_ST_2084_PQ,
-                 "Display P3; SMPTE ST 2084 PQ",
-                 {0.5151, 0.2412, -0.0010},
-                 0.00922},
-             Row{kCVImageBufferColorPrimaries_P3_D65,
-                 kCVImageBufferTransferFunction_ITU_R_2100_HLG,
-                 "Display P3; ARIB STD-B67 HLG",
-                 {0.5151, 0.2412, -0.0010},
-                 1.0 / 12},
-         }) {
+    constexpr cmsCIEXYZ kRed2020{0.6734, 0.2790, -0.0019};
+    constexpr cmsCIEXYZ kRedP3{0.5151, 0.2412, -0.0010};
+    constexpr auto k2020 = kCVImageBufferColorPrimaries_ITU_R_2020;
+    constexpr auto kP3 = kCVImageBufferColorPrimaries_P3_D65;
+    constexpr auto kPQ = kCVImageBufferTransferFunction_SMPTE_ST_2084_PQ;
+    constexpr auto kHLG = kCVImageBufferTransferFunction_ITU_R_2100_HLG;
+    for (const auto& row :
+         {Row{k2020, kPQ, "Rec. ITU-R BT.2020; SMPTE ST 2084 PQ", kRed2020, 0.00922},
+          Row{k2020, kHLG, "Rec. ITU-R BT.2020; ARIB STD-B67 HLG", kRed2020, 1.0 / 12},
+          Row{kP3, kPQ, "Display P3; SMPTE ST 2084 PQ", kRedP3, 0.00922},
+          Row{kP3, kHLG, "Display P3; ARIB STD-B67 HLG", kRedP3, 1.0 / 12}}) {
         const auto colorSpace = hdrColorSpace(row.primaries, row.transfer);
         ASSERT_NE(colorSpace, nullptr);
         EXPECT_EQ(colorSpace->name(), row.name);
-        const ProfileReader profile(colorSpace->iccData());
-        EXPECT_EQ(profile.number(0), colorSpace->iccData().size());
-        EXPECT_EQ(profile.number(8), 0x04000000U);
-        EXPECT_EQ(profile.number(12), fourCharCode("mntr"));
-        EXPECT_EQ(profile.number(16), fourCharCode("RGB "));
-        EXPECT_EQ(profile.number(20), fourCharCode("XYZ "));
-        const auto red = profile.xyz("rXYZ");
-        for (std::size_t i = 0; i < 3; ++i) {
-            EXPECT_NEAR(red[i], row.red[i], 0.0006) << row.name;
-        }
-        EXPECT_NEAR(profile.curve("gTRC", 0.5), row.lightOfHalf, 0.0002) << row.name;
-        EXPECT_EQ(profile.curve("bTRC", 1), 1);
         EXPECT_EQ(hdrColorSpace(row.primaries, row.transfer), colorSpace);
+        const auto& bytes = colorSpace->iccData();
+        const std::unique_ptr<void, decltype(&cmsCloseProfile)> profile(
+            cmsOpenProfileFromMem(bytes.data(), static_cast<cmsUInt32Number>(bytes.size())),
+            cmsCloseProfile);
+        EXPECT_EQ(cmsGetDeviceClass(profile.get()), cmsSigDisplayClass);
+        EXPECT_EQ(cmsGetColorSpace(profile.get()), cmsSigRgbData);
+        const auto* red =
+            static_cast<const cmsCIEXYZ*>(cmsReadTag(profile.get(), cmsSigRedColorantTag));
+        EXPECT_NEAR(red->X, row.red.X, 0.0006) << row.name;
+        EXPECT_NEAR(red->Y, row.red.Y, 0.0006) << row.name;
+        EXPECT_NEAR(red->Z, row.red.Z, 0.0006) << row.name;
+        const auto* curve =
+            static_cast<const cmsToneCurve*>(cmsReadTag(profile.get(), cmsSigGreenTRCTag));
+        EXPECT_NEAR(cmsEvalToneCurveFloat(curve, 0.5F), row.lightOfHalf, 0.0002) << row.name;
+        EXPECT_EQ(cmsEvalToneCurveFloat(curve, 1), 1);
     }
-    EXPECT_EQ(hdrColorSpace(kCVImageBufferColorPrimaries_ITU_R_709_2,
-                            kCVImageBufferTransferFunction_SMPTE_ST_2084_PQ),
-              nullptr);
+    EXPECT_EQ(hdrColorSpace(kCVImageBufferColorPrimaries_ITU_R_709_2, kPQ), nullptr);
 }
 
 AVMasteringDisplayMetadata masteringDisplay() {
@@ -267,7 +253,7 @@ AVMasteringDisplayMetadata masteringDisplay() {
     return metadata;
 }
 
-TEST(MasteringDisplayBytes, areThoseOfTheSEIMessageAndZeroWhereNothingIsSaid) {
+TEST(MasteringDisplayBytes, areThoseOfTheSEIMessageAndZeroForMissingValues) {
     auto metadata = masteringDisplay();
     const Bytes zeroPrimaries(16);
     const Bytes primaries{0x33, 0xc2, 0x86, 0xc4, 0x1d, 0x4c, 0x0b, 0xb8,
@@ -276,8 +262,7 @@ TEST(MasteringDisplayBytes, areThoseOfTheSEIMessageAndZeroWhereNothingIsSaid) {
     const auto expect = [&](const Bytes& first, const Bytes& last) {
         Bytes expected = first;
         expected.insert(expected.end(), last.begin(), last.end());
-        EXPECT_THAT(masteringDisplayColorVolumeSEIMessageData(metadata),
-                    ElementsAreArray(expected));
+        EXPECT_EQ(masteringDisplayColorVolumeSEIMessageData(metadata), expected);
     };
     expect(zeroPrimaries, Bytes(8));
     metadata.has_luminance = 1;
@@ -288,24 +273,24 @@ TEST(MasteringDisplayBytes, areThoseOfTheSEIMessageAndZeroWhereNothingIsSaid) {
     expect(primaries, Bytes(8));
 }
 
-TEST(MasteringDisplayBytesDeathTest, outOfRangeStopsTheProcess) {
+TEST(MasteringDisplayBytes, areNoneForDamagedMetadata) {
     auto metadata = masteringDisplay();
     metadata.has_primaries = 1;
-    metadata.white_point[0] = {2, 1};
-    EXPECT_DEATH(masteringDisplayColorVolumeSEIMessageData(metadata), "out of range");
-    metadata.white_point[0] = {0, 0};
-    EXPECT_DEATH(masteringDisplayColorVolumeSEIMessageData(metadata), "out of range");
-    AVContentLightMetadata level{};
-    level.MaxFALL = 65536;
-    EXPECT_DEATH(contentLightLevelInfoSEIMessageData(level), "out of range");
+    for (const AVRational damaged : {AVRational{2, 1}, {-1, 1}, {0, 0}, {1, 0}}) {
+        metadata.white_point[1] = damaged;
+        EXPECT_EQ(masteringDisplayColorVolumeSEIMessageData(metadata), std::nullopt);
+    }
 }
 
-TEST(ContentLightLevelBytes, areTwoBigEndianNumbers) {
+TEST(ContentLightLevelBytes, areTwoBigEndianNumbersOrNone) {
     AVContentLightMetadata level{};
     level.MaxCLL = 65535;
     level.MaxFALL = 0x0102;
-    EXPECT_THAT(contentLightLevelInfoSEIMessageData(level),
-                testing::ElementsAre(0xff, 0xff, 0x01, 0x02));
+    EXPECT_EQ(contentLightLevelInfoSEIMessageData(level), (Bytes{0xff, 0xff, 0x01, 0x02}));
+    level.MaxFALL = 65536;
+    EXPECT_EQ(contentLightLevelInfoSEIMessageData(level), std::nullopt);
+    std::swap(level.MaxCLL, level.MaxFALL);
+    EXPECT_EQ(contentLightLevelInfoSEIMessageData(level), std::nullopt);
 }
 
 } // namespace

@@ -16,7 +16,7 @@ struct PixelFormatCase {
 
 class VideoPixelFormat : public testing::TestWithParam<PixelFormatCase> {};
 
-TEST_P(VideoPixelFormat, hasItsPlaceAmongThoseOfTheDisplay) {
+TEST_P(VideoPixelFormat, correspondsToADisplayFormatOrHasATarget) {
     const auto& [format, range, corresponding, target] = GetParam();
     const auto found = correspondingPixelFormat({format, range});
     EXPECT_EQ(found ? fourCharCodeText(*found) : "", corresponding);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core_media/device_picture.h"
 #include "core_media/ffmpeg_pixel_buffer.h"
 #include "core_media/pixel_transfer.h"
 #include "tests/support/pixel_buffers.h"
@@ -28,8 +29,8 @@ void fillWithNoise(const CVPixelBuffer& picture) {
     }
 }
 
-/// Chroma at a place of the luma grid, by the definition of its siting: samples lie at x = 2i,
-/// y = 2j + 1/2, and what lies between them is a straight line.
+/// Chroma at a position of the luma grid: samples are at x = 2i, y = 2j + 1/2, with linear
+/// interpolation between them.
 double chromaAt(const CVPixelBuffer& picture, int component, double x, double y) {
     const auto sample = [&](int i, int j) {
         const auto& plane = picture.plane(1);
@@ -76,14 +77,13 @@ TEST_P(PixelTransfer, isExactForTheStatedMatrixAndRange) {
     const auto source = makePixelBuffer(test.source, test.width, test.height);
     fillWithNoise(*source);
     if (!test.matrix.empty()) {
-        source->setAttachment(kCVImageBufferYCbCrMatrixKey, std::string(test.matrix),
-                              CVAttachmentMode::shouldPropagate);
+        source->setAttachment(kCVImageBufferYCbCrMatrixKey, std::string(test.matrix));
     }
     const auto bgra = makePixelBuffer(kCVPixelFormatType_32BGRA, test.width, test.height);
     const auto b64a = makePixelBuffer(kCVPixelFormatType_64ARGB, test.width, test.height);
     const PixelTransferSession session;
-    ASSERT_EQ(session.transferImage(*source, *bgra), kNoErr);
-    ASSERT_EQ(session.transferImage(*source, *b64a), kNoErr);
+    session.transferImage(*source, *bgra);
+    session.transferImage(*source, *b64a);
     double worst8 = 0;
     double worst16 = 0;
     for (int y = 0; y < test.height; ++y) {
@@ -118,14 +118,45 @@ INSTANTIATE_TEST_SUITE_P(
                     TransferCase{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, "", 0.2126,
                                  0.0722, 1280, 2}));
 
-TEST(PixelTransferSession, refusesWhatItCannotDo) {
+TEST(PixelTransferSession, refusesOtherFormatsAndSizes) {
     const auto nv12 = makePixelBuffer(kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, 16, 16);
     const auto bgra = makePixelBuffer(kCVPixelFormatType_32BGRA, 16, 16);
     const auto smaller = makePixelBuffer(kCVPixelFormatType_32BGRA, 8, 16);
     const PixelTransferSession session;
-    EXPECT_EQ(session.transferImage(*nv12, *smaller), kVTPixelTransferNotSupportedErr);
-    EXPECT_EQ(session.transferImage(*bgra, *bgra), kVTPixelTransferNotSupportedErr);
-    EXPECT_EQ(session.transferImage(*nv12, *nv12), kVTPixelTransferNotSupportedErr);
+    EXPECT_THROW(session.transferImage(*nv12, *smaller), SystemError);
+    EXPECT_THROW(session.transferImage(*bgra, *bgra), SystemError);
+    EXPECT_THROW(session.transferImage(*nv12, *nv12), SystemError);
+}
+
+TEST(DMABufPlanes, areThoseOfTheLayers) {
+    AVDRMFrameDescriptor description{};
+    description.nb_objects = 2;
+    description.objects[1] = {7, 9000, 0x0100000000000001};
+    description.nb_layers = 2;
+    description.layers[0] = {0x20203852, 1, {{1, 16, 128}}};
+    description.layers[1] = {0x38385247, 1, {{1, 8192, 256}}};
+    const auto planes = dmaBufPlanes(description);
+    ASSERT_EQ(planes.size(), 2U);
+    EXPECT_EQ(planes[0].offset, 16U);
+    EXPECT_EQ(planes[0].bytesPerRow, 128U);
+    EXPECT_EQ(planes[1].format, 0x38385247U);
+    EXPECT_EQ(planes[1].offset, 8192U);
+    EXPECT_EQ(planes[1].fileDescriptor, 7);
+    EXPECT_EQ(planes[1].size, 9000U);
+    EXPECT_EQ(planes[1].modifier, 0x0100000000000001U);
+
+    const std::vector<std::function<void(AVDRMFrameDescriptor&)>> faults{
+        [](auto& d) { d.nb_layers = 0; },
+        [](auto& d) { d.nb_layers = AV_DRM_MAX_PLANES + 1; },
+        [](auto& d) { d.layers[1].nb_planes = 2; },
+        [](auto& d) { d.layers[0].planes[0].object_index = -1; },
+        [](auto& d) { d.layers[0].planes[0].object_index = 2; },
+    };
+    for (const auto& spoil : faults) {
+        auto spoilt = description;
+        spoil(spoilt);
+        EXPECT_TRUE(dmaBufPlanes(spoilt).empty());
+    }
 }
 
 /// A frame of 4:2:0 whose row sizes differ from any pool's, filled with noise.
@@ -143,7 +174,7 @@ struct FrameMemory {
     }
 };
 
-TEST(FillData, copiesVisibleRowsWhateverTheirSizesAndDirection) {
+TEST(FillData, copiesVisibleRowsOfAnySizeAndDirection) {
     const auto picture = makePixelBuffer(kCVPixelFormatType_420YpCbCr8Planar, 17, 9);
     FrameMemory frame;
     frame.data[0] += 8 * 37;
