@@ -6,11 +6,8 @@
 #include <cmath>
 #include <map>
 
-extern "C" {
-#include <libavutil/opt.h>
-}
-
 #include "core_media/ffmpeg_error.h"
+#include "rendering/audio_channel_mix.h"
 
 namespace zelvane {
 namespace {
@@ -39,15 +36,14 @@ const std::map<AudioChannelLayoutTag, std::uint64_t>& layoutMasks() {
     return masks;
 }
 
-AVChannelLayout sourceLayout(const CMFormatDescription::Audio& source) {
-    AVChannelLayout layout{};
-    if (const auto mask = channelMaskForLayoutTag(source.channelLayoutTag)) {
-        av_channel_layout_from_mask(&layout, mask);
-    } else {
-        av_channel_layout_default(&layout,
-                                  static_cast<int>(source.streamDescription.mChannelsPerFrame));
-    }
-    return layout;
+/// Channels that are described by labels get any mask of their number: a matrix mixes them.
+std::uint64_t sourceMask(const CMFormatDescription::Audio& source) {
+    const auto mask = channelMaskForLayoutTag(source.channelLayoutTag);
+    constexpr unsigned kMaskBits = 64;
+    return mask != 0
+               ? mask
+               : ~std::uint64_t{0} >>
+                     (kMaskBits - std::min(kMaskBits, source.streamDescription.mChannelsPerFrame));
 }
 
 AVSampleFormat sampleFormat(const AudioStreamBasicDescription& description) {
@@ -70,7 +66,7 @@ AVSampleFormat sampleFormat(const AudioStreamBasicDescription& description) {
     }
 }
 
-/// Multiplies both rates, so that a speed can be said in whole numbers to a millionth.
+/// The factor of both rates, with which whole numbers express a speed to a millionth.
 int rateFactor(double speed) {
     return speed == 1 ? 1 : 64;
 }
@@ -89,12 +85,14 @@ int AudioOutputFormat::channelCount() const {
 AudioFormatConverter::AudioFormatConverter(const CMFormatDescription::Audio& source,
                                            const AudioOutputFormat& target, double speed)
     : source_(source.streamDescription), layoutTag_(source.channelLayoutTag),
-      channelCount_(target.channelCount()), sampleFormat_(sampleFormat(source_)) {
+      labels_(source.channelLabels), channelCount_(target.channelCount()),
+      sampleFormat_(sampleFormat(source_)) {
     if (sampleFormat_ == AV_SAMPLE_FMT_NONE) {
         throw FFmpegError::unknownSampleFormat(sampleFormat_);
     }
-    AVChannelLayout from = sourceLayout(source);
+    AVChannelLayout from{};
     AVChannelLayout to{};
+    av_channel_layout_from_mask(&from, sourceMask(source));
     av_channel_layout_from_mask(&to, target.channelMask);
     const int factor = rateFactor(speed);
     SwrContext* context = nullptr;
@@ -105,13 +103,19 @@ AudioFormatConverter::AudioFormatConverter(const CMFormatDescription::Audio& sou
     av_channel_layout_uninit(&from);
     av_channel_layout_uninit(&to);
     checkedFFmpegCall([&] { return status; });
-    // More channels into fewer must not add up to more than full scale.
+    // A mix of more channels into fewer must not exceed full scale.
     checkedFFmpegCall([&] { return av_opt_set_double(context, "rematrix_maxval", 1.0, 0); });
+    if (!labels_.empty()) {
+        const auto mix = audioChannelMix(labels_, target.channelMask);
+        checkedFFmpegCall(
+            [&] { return swr_set_matrix(context, mix.data(), static_cast<int>(labels_.size())); });
+    }
     checkedFFmpegCall([&] { return swr_init(context); });
 }
 
 bool AudioFormatConverter::accepts(const CMFormatDescription::Audio& source) const {
-    return source.streamDescription == source_ && source.channelLayoutTag == layoutTag_;
+    return source.streamDescription == source_ && source.channelLayoutTag == layoutTag_ &&
+           source.channelLabels == labels_;
 }
 
 void AudioFormatConverter::convert(const AudioQueue::Chunk& chunk, std::vector<float>& output) {

@@ -11,12 +11,12 @@
 
 namespace zelvane {
 
-/// FFmpeg's AV_CH_ bits of a layout tag's channels, in whose order the samples of a frame lie. 0
-/// for a tag that names no layout known here.
+/// The AV_CH_ bits of a layout tag's channels; a frame has its samples in the order of the bits. 0
+/// for an unknown tag.
 std::uint64_t channelMaskForLayoutTag(AudioChannelLayoutTag tag);
 
-/// Turns runs of one source format into the device's format, in one step: sample type, channels and
-/// rate. Output frame k is input frame k * sourceRate * speed / deviceRate. One thread at a time.
+/// Converts chunks of one source format to the device's format: sample type, channels and rate.
+/// Output frame k is input frame k * sourceRate * speed / deviceRate. One thread at a time.
 class AudioFormatConverter {
   public:
     /// `speed` other than 1 plays faster or slower, and higher or lower. Throws FFmpegError for
@@ -24,11 +24,11 @@ class AudioFormatConverter {
     AudioFormatConverter(const CMFormatDescription::Audio& source, const AudioOutputFormat& target,
                          double speed);
 
-    /// Whether it takes buffers of this format.
+    /// Returns whether buffers have the format of this converter.
     bool accepts(const CMFormatDescription::Audio& source) const;
-    /// Appends to `output` what has come through.
+    /// Appends the converted frames to `output`.
     void convert(const AudioQueue::Chunk& chunk, std::vector<float>& output);
-    /// Appends what was held back; nothing may be converted afterwards.
+    /// Appends the frames that the filter still holds. Convert nothing afterwards.
     void drain(std::vector<float>& output);
 
   private:
@@ -36,6 +36,7 @@ class AudioFormatConverter {
 
     AudioStreamBasicDescription source_;
     AudioChannelLayoutTag layoutTag_;
+    std::vector<AudioChannelLabel> labels_;
     int channelCount_;
     AVSampleFormat sampleFormat_;
     ffmpeg::Resampler resampler_;

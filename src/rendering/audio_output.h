@@ -13,42 +13,53 @@
 
 namespace zelvane {
 
-/// What a device takes: 32-bit float, interleaved.
+/// The format that a device takes: 32-bit float, interleaved.
 struct AudioOutputFormat {
     int sampleRate = 48000;
-    /// FFmpeg's AV_CH_ bits; samples of a frame lie in the order of the bits.
+    /// FFmpeg's AV_CH_ bits; the samples of a frame are in the order of the bits.
     std::uint64_t channelMask = 0x3;
 
     int channelCount() const;
     friend bool operator==(const AudioOutputFormat&, const AudioOutputFormat&) = default;
 };
 
-/// `frame`, counted from the last flush, is heard at `hostTime`.
+/// Frame `frame`, counted from the last flush, is heard at `hostTime`.
 struct AudioOutputPosition {
     double frame = 0;
     HostTime hostTime{0};
 };
 
-/// The seam to one sound device: a buffer of frames that plays while it is started. Any thread may
-/// call and no call waits for the device; events come on any thread, and a handler must not call
-/// back, but for state().
+/// How loud an output plays.
+struct AudioVolume {
+    /// 0…1 on the perceptual scale of the sound server's mixers.
+    float level = 1;
+    bool isMuted = false;
+
+    friend bool operator==(const AudioVolume&, const AudioVolume&) = default;
+};
+
+/// Interface of one sound device: a buffer of frames that plays while it is started. Any thread may
+/// call; no call waits for the device. The handler is called on any thread and must call no
+/// function of the output but state().
 class AudioOutput {
   public:
     enum class Event {
-        /// There is room for frames, or a new position.
+        /// There is room for frames, or there is a new position.
         needsService,
-        /// The device had nothing to play: frames written from now on are heard at new times.
+        /// The device had nothing to play. Frames written from now on are heard at unknown times.
         underflowed,
-        /// Another device plays from now on. What was written may be lost, and state() and format()
-        /// may be other ones.
+        /// Another device plays from now on. Written frames may be lost; state() and format() may
+        /// have changed.
         moved,
-        /// The device went away, with what was written.
+        /// The device is gone, and the written frames with it.
         lost,
-        /// state() became ready, or it became clear that it will not.
+        /// state() changed to ready or unavailable.
         settled,
+        /// Another program changed the volume of this stream, or the server restored it.
+        volumeChanged,
     };
     enum class State {
-        /// Still connecting: wait for settled.
+        /// Connecting; a settled event follows.
         opening,
         ready,
         unavailable,
@@ -57,11 +68,17 @@ class AudioOutput {
 
     virtual ~AudioOutput() = default;
 
-    /// Once, before all else: opens the device without waiting for it. After the destruction of the
-    /// output the handler is not running and is never called again.
+    /// Opens the device without waiting for it. To be called once, before any other function. The
+    /// destructor waits for a running call of the handler; no call follows.
     virtual void open(EventHandler handler) = 0;
-    /// The device to play on; none is the default one. May be called at any time, from any thread.
+    /// The device to play on; none means the default device.
     virtual void setDevice(std::optional<std::string> uniqueID) = 0;
+
+    /// Kept over flushes, changes of device and reconnections.
+    virtual AudioVolume volume() const = 0;
+    /// `level` is within 0…1.
+    virtual void setVolumeLevel(float level) = 0;
+    virtual void setMuted(bool isMuted) = 0;
 
     virtual State state() const = 0;
     /// Valid while ready.
@@ -70,13 +87,13 @@ class AudioOutput {
     virtual std::size_t writableFrames() const = 0;
     /// Appends whole frames.
     virtual void write(std::span<const float> samples) = 0;
-    /// Plays what is written.
+    /// Plays the written frames.
     virtual void start() = 0;
-    /// Stands still, with what is written kept, and lets the device sleep.
+    /// Pauses, keeps the written frames, and lets the device sleep.
     virtual void stop() = 0;
-    /// Drops what is written and not yet heard; frames count from zero again.
+    /// Drops written frames that were not heard yet. The count of frames starts again from zero.
     virtual void flush() = 0;
-    /// The latest measurement; none before the first frame was heard since start() or flush().
+    /// The latest measurement; none until there is one since start() or flush().
     virtual std::optional<AudioOutputPosition> position() const = 0;
 };
 

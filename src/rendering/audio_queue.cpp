@@ -11,7 +11,7 @@ double sampleRate(const CMSampleBuffer& buffer) {
     return buffer.formatDescription()->audio()->streamDescription.mSampleRate;
 }
 
-/// From the count of frames, which is exact where stamped durations are rounded.
+/// Computed from the count of frames: stamped durations are rounded.
 double seconds(const CMSampleBuffer& buffer, std::int64_t frames) {
     return static_cast<double>(frames) / sampleRate(buffer);
 }
@@ -104,7 +104,7 @@ CMSampleBufferRef AudioQueue::next(const Cursor& cursor) const {
     return nullptr;
 }
 
-/// Moves into `buffer`, or answers the silence that comes first.
+/// Moves the cursor into `buffer`, or returns the silence before it.
 std::optional<AudioQueue::Chunk> AudioQueue::enter(Cursor& cursor, const CMSampleBufferRef& buffer,
                                                    std::int64_t maxFrames) {
     const double ahead = (buffer->presentationTimeStamp() - cursor.time()).seconds();
@@ -117,7 +117,7 @@ std::optional<AudioQueue::Chunk> AudioQueue::enter(Cursor& cursor, const CMSampl
     }
     cursor.buffer_ = buffer;
     cursor.frame_ = ahead < -tolerated ? std::min<std::int64_t>(frames, buffer->sampleCount()) : 0;
-    // A buffer that lies wholly behind leaves the cursor as exact as it was.
+    // A buffer that is wholly late does not change how exact the cursor is.
     cursor.isInSilence_ = cursor.isInSilence_ && cursor.frame_ == buffer->sampleCount();
     return std::nullopt;
 }

@@ -10,21 +10,21 @@
 
 namespace zelvane {
 
-/// Audio buffers in the order of their times, read from any point on: what is missing comes as
-/// silence, what overlaps or is late is trimmed. Buffers stay until they are released, so that a
-/// clock that was paused or changed its rate can be read for again. No lock of its own.
+/// Audio buffers in the order of their times, read from any time on. Gaps are read as silence;
+/// overlapping and late parts are trimmed. Buffers stay until they are released, so that they can
+/// be read again after a pause or a change of rate. Not thread-safe.
 class AudioQueue {
   public:
-    /// Stamps that stray less than this from the end of the buffer before are taken to be that end:
-    /// containers round to milliseconds, and a sample dropped or doubled for each would be heard.
+    /// Seconds. A stamp that differs less than this from the end of the buffer before is taken to
+    /// be that end: containers round to milliseconds, and correcting each by a sample is audible.
     static constexpr double kStampJitter = 0.005;
 
-    /// Where a reader stands. It begins at a time to the sample.
+    /// The position of a reader. It starts exactly at a time.
     class Cursor {
       public:
         explicit Cursor(const CMTime& time = kCMTimeZero) : origin_(time) {}
         CMTime time() const;
-        /// Leaves out `frames` frames of `sampleRate`, for silence that the reader made itself.
+        /// Skips `frames` frames of `sampleRate`, for silence that the reader made itself.
         void skip(std::int64_t frames, double sampleRate);
 
       private:
@@ -39,7 +39,7 @@ class AudioQueue {
         /// The buffer that is being read, and its next frame.
         CMSampleBufferRef buffer_;
         std::int64_t frame_ = 0;
-        /// Sound that follows silence is placed to the sample.
+        /// Sound after silence is placed exactly to the sample.
         bool isInSilence_ = true;
     };
     /// A run of frames of one format: from `frame` on in `buffer`, or silence in the buffer's
@@ -51,15 +51,16 @@ class AudioQueue {
         bool isSilence = false;
     };
 
-    /// False, and nothing kept, for what is not linear PCM with a time.
+    /// Returns false, and keeps nothing, if the buffer is not linear PCM with a time.
     bool insert(CMSampleBufferRef buffer);
     void clear() { buffers_.clear(); }
     /// Drops buffers that end at or before `time`.
     void releaseBefore(const CMTime& time);
 
-    /// The next run of at most `maxFrames` frames; none when nothing lies at or after the cursor.
+    /// The next chunk of at most `maxFrames` frames; none when there is nothing at or after the
+    /// cursor.
     std::optional<Chunk> read(Cursor& cursor, std::int64_t maxFrames) const;
-    /// Whether read() from `time` on would give something.
+    /// Returns whether read() from `time` on returns a chunk.
     bool hasDataAfter(const CMTime& time) const;
 
     /// Seconds of sound that end after `time`.

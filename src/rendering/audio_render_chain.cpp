@@ -57,7 +57,7 @@ bool AudioRenderChain::advance(const Reader& reader, bool fillsSilence) {
     return fillsSilence;
 }
 
-/// In the source's own format, so that what the steps still hold of the sound before comes out.
+/// In the source's format, so that the filters first deliver the sound that they still hold.
 void AudioRenderChain::feedSilence() {
     const double sourceRate =
         latest_ ? latest_->formatDescription()->audio()->streamDescription.mSampleRate

@@ -16,20 +16,21 @@
 
 namespace zelvane {
 
-/// From queued buffers to device frames along one straight line: device frame k, counted from the
-/// start, is media time `time + k * rate / sampleRate`. Each step on the way (gaps filled, late
-/// parts trimmed, formats converted, time stretched) keeps to that line. One thread at a time.
+/// Makes device frames of queued buffers. Device frame k, counted from the start, is media time
+/// `time + k * rate / sampleRate` in each step: filling gaps, trimming late parts, converting
+/// formats and stretching time. One thread at a time.
 class AudioRenderChain {
   public:
-    /// Reads on from a cursor, as AudioQueue::read.
+    /// Reads from a cursor, as AudioQueue::read.
     using Reader = std::function<std::optional<AudioQueue::Chunk>(AudioQueue::Cursor&,
                                                                   std::int64_t maxFrames)>;
 
     AudioRenderChain(const AudioOutputFormat& format, const CMTime& time, double rate,
                      AVAudioTimePitchAlgorithm algorithm);
 
-    /// Makes frames until `target` is full or `reader` has nothing more; how many it made. With
-    /// `fillsSilence`, what is missing becomes silence, and what comes for that time later is late.
+    /// Makes frames until `target` is full or `reader` has no more. Returns their number. With
+    /// `fillsSilence` missing sound becomes silence; sound that arrives later for that time is
+    /// late.
     std::size_t render(const Reader& reader, std::span<float> target, bool fillsSilence);
 
   private:
@@ -47,13 +48,13 @@ class AudioRenderChain {
     const bool keepsPitch_;
     AudioQueue::Cursor cursor_;
     std::optional<AudioFormatConverter> converter_;
-    /// What no converter takes sounds as silence.
+    /// A format that cannot be converted; it becomes silence.
     std::optional<AudioStreamBasicDescription> refused_;
-    /// The buffer of which silence takes the format.
+    /// Silence has the format of this buffer.
     CMSampleBufferRef latest_;
     std::unique_ptr<TimeStretcher> stretcher_;
     std::vector<float> converted_;
-    /// Made and not yet taken, from `taken_` on.
+    /// Frames not yet taken, from `taken_` on.
     std::vector<float> ready_;
     std::size_t taken_ = 0;
 };

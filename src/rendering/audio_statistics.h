@@ -5,12 +5,12 @@
 
 namespace zelvane {
 
-/// How well sound has kept up since its renderer was made.
+/// The quality of sound output since the renderer was made.
 struct AudioStatistics {
-    /// How often sound was wanted and none was there: the queue was empty while its provider was
-    /// still asked for more, or the device ran dry.
+    /// How often sound was missing: the queue was empty while its provider was asked for more, or
+    /// the device had no data.
     std::uint64_t underruns = 0;
-    /// How often sound was placed anew on a running clock.
+    /// How often sound started on a clock that was already running.
     std::uint64_t joins = 0;
     /// Seconds between the clock and what was heard, at `clockErrorCount` measurements.
     double meanClockError = 0;

@@ -10,32 +10,31 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// From the decision to play on a running clock to the first sound. It covers the silence that is
-/// written first, with room to make the sound in.
-constexpr HostDuration kJoinLead = milliseconds(250);
-constexpr HostDuration kMaximumJoinLead = std::chrono::seconds(2);
+/// The silence, in seconds, that is written first when sound joins a running clock. Sinks read up
+/// to that much at once.
 constexpr double kJoinSilence = 0.2;
-/// While more than this is still to be heard, sound that is missing may yet come.
+/// In seconds. While the device has more than this to play, missing sound can still arrive.
 constexpr double kReserve = 0.08;
-/// A device that has nothing to play for so long may sleep.
+/// A device that has played only silence for this long is stopped, so that it can sleep.
 constexpr HostDuration kSilenceBeforeSleep = std::chrono::seconds(2);
-/// Beyond this a device is not off its pace but was interrupted, and sound moves to the clock.
+/// In seconds. A larger error means that the device was interrupted: the sound joins the clock
+/// again.
 constexpr double kInterruption = 0.05;
-/// Less is the jitter of the measurements.
+/// Shorter intervals would measure jitter only.
 constexpr HostDuration kSteeringInterval = milliseconds(100);
-/// How fast the clock goes to where the sound is: what is left shrinks to a third each second,
-/// never faster than a hundredth of its speed, which nobody sees.
+/// The clock approaches the device with this time constant, in seconds, and changes its rate by at
+/// most kMaximumSteering, which is not visible.
 constexpr double kSteeringSeconds = 1;
 constexpr double kMaximumSteering = 0.01;
 constexpr std::size_t kFramesPerWrite = 1024;
-/// Slopes nearer than this to the present one are not worth telling.
+/// Smaller changes of the slope are not passed on.
 constexpr double kSlopeStep = 2e-5;
 
 } // namespace
 
 DeviceAudioPlayer::DeviceAudioPlayer(AudioOutput& output, Source& source,
                                      std::shared_ptr<HostClock> hostClock)
-    : output_(output), source_(source), hostClock_(std::move(hostClock)), joinLead_(kJoinLead) {}
+    : output_(output), source_(source), hostClock_(std::move(hostClock)) {}
 
 void DeviceAudioPlayer::service(const std::vector<AudioOutput::Event>& events,
                                 const Situation& situation) {
@@ -69,6 +68,7 @@ void DeviceAudioPlayer::service(const std::vector<AudioOutput::Event>& events,
 void DeviceAudioPlayer::handle(AudioOutput::Event event) {
     switch (event) {
     case AudioOutput::Event::needsService:
+    case AudioOutput::Event::volumeChanged:
         return;
     case AudioOutput::Event::underflowed:
         if (phase_ == Phase::idle) {
@@ -102,7 +102,7 @@ void DeviceAudioPlayer::halt() {
     latestMeasurement_.reset();
 }
 
-/// With nothing heard to follow, the clock goes on at the very rate that was asked for.
+/// Without a device to follow, the clock runs at exactly the requested rate.
 void DeviceAudioPlayer::releaseClock() {
     const double rate = situation_.request.rate;
     const auto control = source_.control();
@@ -131,7 +131,7 @@ CMTime DeviceAudioPlayer::mediaTimeOf(double frame) const {
 }
 
 void DeviceAudioPlayer::considerStart() {
-    if (!situation_.request.mayWait || clockRuns()) {
+    if (!situation_.request.startsBy || clockRuns()) {
         return;
     }
     const auto state = output_.state();
@@ -145,45 +145,46 @@ void DeviceAudioPlayer::considerStart() {
     }
 }
 
-void DeviceAudioPlayer::prepare(const CMTime& time) {
+void DeviceAudioPlayer::prepare() {
     format_ = output_.format();
     estimate_ = LinearClockEstimate(format_.sampleRate);
-    lineTime_ = time;
-    lineFrame_ = 0;
     isStarved_ = false;
     silentSince_.reset();
-    makeChain();
 }
 
-void DeviceAudioPlayer::makeChain() {
+/// Makes the chain whose first frame is the device's frame `frame` and has the sound of `time`.
+void DeviceAudioPlayer::placeSound(const CMTime& time, std::int64_t frame) {
+    lineTime_ = time;
+    lineFrame_ = static_cast<double>(frame);
     chain_ = std::make_unique<AudioRenderChain>(format_, lineTime_, situation_.request.rate,
                                                 situation_.algorithm);
 }
 
 void DeviceAudioPlayer::startFilled() {
-    prepare(situation_.request.time);
+    prepare();
+    placeSound(situation_.request.time, 0);
     phase_ = Phase::starting;
     fill(true);
     output_.start();
 }
 
 void DeviceAudioPlayer::continueStarting() {
+    measure();
+    const bool isKnown = !estimate_.isEmpty();
+    const bool isTooLate = isKnown && estimate_.hostTimeOf(0) > situation_.request.startsBy;
+    if (isTooLate && !clockRuns()) {
+        beginWithoutSound();
+    }
     if (clockRuns()) {
-        // It did not wait for a device this slow.
         halt();
         considerJoin();
-        return;
+    } else if (isKnown) {
+        phase_ = Phase::playing;
+        if (const auto control = source_.control()) {
+            control->begin(situation_.request.generation, estimate_.hostTimeOf(0));
+        }
+        refill();
     }
-    measure();
-    if (estimate_.isEmpty()) {
-        return;
-    }
-    phase_ = Phase::playing;
-    joinLead_ = kJoinLead;
-    if (const auto control = source_.control()) {
-        control->begin(situation_.request.generation, estimate_.hostTimeOf(0));
-    }
-    refill();
 }
 
 void DeviceAudioPlayer::considerJoin() {
@@ -195,9 +196,10 @@ void DeviceAudioPlayer::considerJoin() {
 
 void DeviceAudioPlayer::join() {
     ++statistics_.joins;
-    prepare(source_.anchor().timeAt(hostClock_->now() + joinLead_));
+    prepare();
     phase_ = Phase::joining;
-    writeSilence(static_cast<std::size_t>(kJoinSilence * format_.sampleRate));
+    const auto silence = static_cast<std::size_t>(kJoinSilence * format_.sampleRate);
+    writeSilence(std::max(output_.writableFrames(), silence));
     output_.start();
 }
 
@@ -206,26 +208,14 @@ void DeviceAudioPlayer::continueJoining() {
     if (estimate_.isEmpty()) {
         return;
     }
-    const HostTime due = source_.anchor().hostTimeOf(lineTime_);
-    const auto frame =
-        due == HostTime::max() ? std::int64_t{-1} : std::llround(estimate_.frameAt(due));
-    if (frame < framesWritten_) {
-        aimLater();
-        return;
+    const double missing = kReserve * format_.sampleRate - framesAhead();
+    if (missing > 0) {
+        writeSilence(static_cast<std::size_t>(std::ceil(missing)));
     }
-    writeSilence(static_cast<std::size_t>(frame - framesWritten_));
-    lineFrame_ = static_cast<double>(frame);
+    const HostTime heardAt = estimate_.hostTimeOf(static_cast<double>(framesWritten_));
+    placeSound(source_.anchor().timeAt(heardAt), framesWritten_);
     phase_ = Phase::playing;
     refill();
-}
-
-/// The device took so long that the place is taken by silence: the next one lies further ahead.
-void DeviceAudioPlayer::aimLater() {
-    joinLead_ = std::min(joinLead_ * 2, kMaximumJoinLead);
-    lineTime_ = source_.anchor().timeAt(hostClock_->now() + joinLead_);
-    makeChain();
-    const auto silence = static_cast<std::size_t>(kJoinSilence * format_.sampleRate);
-    writeSilence(std::min(output_.writableFrames(), silence));
 }
 
 void DeviceAudioPlayer::continuePlaying() {
@@ -248,8 +238,8 @@ double DeviceAudioPlayer::framesAhead() const {
     return static_cast<double>(framesWritten_) - estimate_.frameAt(hostClock_->now());
 }
 
-/// Sound first. When there is not enough, silence only once the device is about to run dry, so that
-/// the frames that are heard keep to the line whatever happens.
+/// Writes the sound that there is. If it is not enough, silence is written only when the device is
+/// about to run dry, so that frames keep their relation to media time.
 void DeviceAudioPlayer::refill() {
     const HostTime now = hostClock_->now();
     if (fill(false)) {
@@ -271,8 +261,8 @@ void DeviceAudioPlayer::refill() {
     fill(true);
 }
 
-/// Whether there was sound to read. In small steps, so that a device that is about to run dry need
-/// not wait until all of its buffer has been made.
+/// Returns whether there was sound. Writes in small steps, so that a device that is about to run
+/// dry need not wait until all of its buffer has been made.
 bool DeviceAudioPlayer::fill(bool fillsSilence) {
     bool hasRead = false;
     const auto reader = [&](AudioQueue::Cursor& cursor, std::int64_t maxFrames) {

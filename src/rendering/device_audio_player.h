@@ -16,39 +16,39 @@
 
 namespace zelvane {
 
-/// Keeps one device playing what the clock asks for, and the clock in step with what is heard. One
-/// queue touches it; it waits for nothing: each call of service() does what can be done now.
+/// Plays the sound of the clock's time on one device, and keeps the clock in step with the device.
+/// Used on one queue; no call waits: each service() does what can be done now.
 ///
 ///             the clock waits, sound is there           first frame heard: begin()
 ///     idle ------------------------------------> starting ----------------------> playing
 ///      |  ^                                                                       |   ^
-///      |  '-- stands, flush, device lost, nothing to play for a while ------------'   |
+///      |  '-- clock stops, flush, device lost, nothing to play for a while -------'   |
 ///      |                                                                              |
 ///      '--- the clock runs, sound is there ---> joining -- position known ------------'
 ///
-/// Starting, the device is filled before it runs and the clock follows it. Joining, the clock runs
-/// already: the device plays silence until it is known which of its frames will be heard when, and
-/// the sound is placed on the very frame that the clock says.
+/// Starting: the device is filled and started, and the clock begins when the first frame is heard.
+/// Joining: the clock already runs. The device plays silence until the first measurement shows when
+/// its next frame will be heard; from that frame on it plays the sound of that time.
 class DeviceAudioPlayer {
   public:
-    /// Where sound comes from and where its owner is told; may lock, must not call back.
+    /// The player's access to its owner. Implementations may lock and must not call the player.
     class Source {
       public:
         virtual ~Source() = default;
         virtual std::optional<AudioQueue::Chunk> read(AudioQueue::Cursor& cursor,
                                                       std::int64_t maxFrames) = 0;
         virtual bool hasDataAfter(const CMTime& time) = 0;
-        /// Somebody is still asked for more sound.
+        /// Whether a provider is still asked for more sound.
         virtual bool expectsMore() = 0;
         virtual TimelineAnchor anchor() = 0;
         virtual std::shared_ptr<TimelineControl> control() = 0;
-        /// The output dropped sound that was under way when the clock stood at `time`.
+        /// The output dropped written sound at the clock's time `time`.
         virtual void soundWasLost(const CMTime& time) = 0;
     };
 
-    /// What is asked for at present.
+    /// The current requests of the owner.
     struct Situation {
-        /// `mayWait` here: the clock does wait for this player.
+        /// `startsBy` is set only if the clock waits for this player.
         TimelineRequest request;
         std::uint64_t flushCount = 0;
         AVAudioTimePitchAlgorithm algorithm =
@@ -71,9 +71,8 @@ class DeviceAudioPlayer {
     void startFilled();
     void considerJoin();
     void join();
-    void prepare(const CMTime& time);
-    void makeChain();
-    void aimLater();
+    void prepare();
+    void placeSound(const CMTime& time, std::int64_t frame);
     void continueStarting();
     void continueJoining();
     void continuePlaying();
@@ -100,7 +99,7 @@ class DeviceAudioPlayer {
     std::unique_ptr<AudioRenderChain> chain_;
     LinearClockEstimate estimate_{1};
     std::optional<HostTime> latestMeasurement_;
-    /// The line of the sound under way: frame `lineFrame_` is `lineTime_`.
+    /// The device's frame `lineFrame_` has the media time `lineTime_`.
     CMTime lineTime_;
     double lineFrame_ = 0;
     /// Since the last flush of the output.
@@ -108,7 +107,6 @@ class DeviceAudioPlayer {
     bool isStarved_ = false;
     std::optional<HostTime> silentSince_;
     HostTime steeredAt_{0};
-    HostDuration joinLead_;
     std::vector<float> scratch_;
     AudioStatistics statistics_;
 };

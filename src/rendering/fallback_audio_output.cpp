@@ -28,7 +28,7 @@ void FallbackAudioOutput::preferredDid(Event event) {
             fallback_->flush();
         }
     }
-    // A server that is tried again and again and still is not there is no news.
+    // Do not report repeated failures to connect while the fallback plays.
     if (!wasFallback || !usesFallback_) {
         handler_(event);
     }

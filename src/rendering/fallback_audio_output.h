@@ -8,8 +8,8 @@
 
 namespace zelvane {
 
-/// The preferred output whenever it is there, and the other one, which always is, whenever it is
-/// not. Any thread, if that is so of both.
+/// Plays on the preferred output while it is available, otherwise on the fallback, which always is.
+/// Any thread, if both outputs allow that.
 class FallbackAudioOutput final : public AudioOutput {
   public:
     FallbackAudioOutput(std::unique_ptr<AudioOutput> preferred,
@@ -17,6 +17,10 @@ class FallbackAudioOutput final : public AudioOutput {
 
     void open(EventHandler handler) override;
     void setDevice(std::optional<std::string> uniqueID) override;
+    /// The preferred output keeps the volume while it is unavailable; the fallback is silent.
+    AudioVolume volume() const override { return preferred_->volume(); }
+    void setVolumeLevel(float level) override { preferred_->setVolumeLevel(level); }
+    void setMuted(bool isMuted) override { preferred_->setMuted(isMuted); }
     State state() const override;
     AudioOutputFormat format() const override { return active().format(); }
     std::size_t writableFrames() const override { return active().writableFrames(); }
@@ -32,7 +36,7 @@ class FallbackAudioOutput final : public AudioOutput {
 
     EventHandler handler_;
     std::atomic<bool> usesFallback_{false};
-    // Destroyed before what their events use.
+    // Destroyed first: their events use the members above.
     std::unique_ptr<AudioOutput> fallback_;
     std::unique_ptr<AudioOutput> preferred_;
 };

@@ -54,12 +54,12 @@ FrameSchedule::Choice FrameSchedule::advanceStanding(const CMTime& deadline) {
     return {};
 }
 
-/// A newer one that is due is shown already.
+/// Whether a newer frame that is due is already shown.
 bool FrameSchedule::isOvertaken(const Frame& frame, const CMTime& deadline) const {
     return !isAwaiting_ && shown_ && shown_->time <= deadline && frame.time < shown_->time;
 }
 
-/// Ends count as within, so that a clock pinned at the end of the media keeps the last frame.
+/// The end is included, so that a clock at the end of the media shows the last frame.
 bool FrameSchedule::lastsAt(std::size_t frame, const CMTime& time) const {
     const auto& candidate = queue_[frame];
     if (isKnownDuration(candidate.duration)) {

@@ -11,24 +11,25 @@
 
 namespace zelvane {
 
-/// Decides which frame to show for a deadline, and how many frames to keep waiting. Knows no thread
-/// and no clock: frames and deadlines go in, the frame to show and the drops come out.
+/// Decides which frame to show for a deadline, and how many frames to queue. Has no thread and no
+/// clock: the inputs are frames and deadlines, the outputs the frame to show and the number of
+/// drops.
 ///
 ///              add                    advance: something is due
 ///   awaiting ------> awaiting, queued ------------------------> showing <--+
-///      ^                                or the clock stands        |       | advance: a newer
+///      ^                                or the clock is stopped    |       | advance: a newer
 ///      |                                                           |       | frame is due
 ///      +------------------------- flush, clear --------------------+-------+
 ///
-/// Running, the newest frame whose time has come is shown, and those that it overtakes are dropped.
-/// Standing, only a frame that lasts at the deadline is shown: between a jump of the clock and the
-/// flush that follows it, the queue still holds what belongs to the old position. Awaiting and
-/// standing, the first frame is shown at once, wherever it lies: it answers a seek, and while a
-/// person drags, the clock is already elsewhere when it comes.
+/// While the clock runs, the newest frame that is due is shown and older ones are dropped. While it
+/// is stopped, only a frame that lasts at the deadline is shown: between a jump of the clock and
+/// the flush that follows it, the queue still has frames of the old position. After a flush, a
+/// stopped clock shows the first frame at once, whatever its time: it is the result of a seek, and
+/// in a drag the clock has already moved on when it arrives.
 class FrameSchedule {
   public:
-    /// Where the queue counts as full; each alone fills it. Below `minimumFrames` it never is, so
-    /// that pictures of any size can be decoded while one is shown.
+    /// The queue is full when it reaches any of these, but never below `minimumFrames`, so that the
+    /// next picture of any size can be decoded while one is shown.
     struct Limits {
         std::size_t frames = 8;
         std::size_t bytes = std::size_t{12} << 20;
@@ -38,51 +39,51 @@ class FrameSchedule {
 
     struct Frame {
         CMTime time;
-        /// Not numeric or not above zero: the frame lasts until the next one.
+        /// When it is not a positive number, the frame lasts until the next one.
         CMTime duration;
         std::size_t bytes = 0;
         CVPixelBufferRef picture;
-        /// Given by add(), never twice.
+        /// Set by add(), unique.
         std::uint64_t id = 0;
     };
 
     struct Deadline {
-        /// Media time at which what is chosen now will be seen.
+        /// The media time at which the chosen frame will be visible.
         CMTime time;
-        /// Whether that time moves on.
+        /// Whether the clock runs.
         bool isRunning = false;
     };
 
     struct Choice {
         bool shownChanged = false;
-        /// Frames that were never shown because a newer one was due.
+        /// Frames that were not shown because a newer one was due.
         std::size_t dropped = 0;
     };
 
     FrameSchedule() = default;
     explicit FrameSchedule(const Limits& limits) : limits_(limits) {}
 
-    /// Queues a frame by its time, behind those of the same time. One without a numeric time is
-    /// not taken.
+    /// Queues a frame by its time, after those of the same time. Ignores a frame without a numeric
+    /// time.
     void add(Frame frame);
     Choice advance(const Deadline& deadline);
-    /// Empties the queue; what is shown stays, and the next frame answers a seek.
+    /// Empties the queue. The shown frame stays; the next one is the result of a seek.
     void flush();
-    /// flush(), and nothing is shown any more.
+    /// flush(), and removes the shown frame.
     void clear();
 
     bool isReadyForMore() const;
     const std::optional<Frame>& shown() const { return shown_; }
-    /// The frame after the one that is shown; null when none waits.
+    /// The first queued frame; null when there is none.
     const Frame* next() const { return queue_.empty() ? nullptr : &queue_.front(); }
-    /// How long the shown frame lasts, by its own word or the next one's time; invalid when neither
-    /// tells.
+    /// The duration of the shown frame, or else the distance to the next one; invalid when there is
+    /// neither.
     CMTime shownDuration() const;
 
   private:
     Choice advanceRunning(const CMTime& deadline);
     Choice advanceStanding(const CMTime& deadline);
-    /// Places in the queue.
+    /// Indices into the queue.
     std::size_t firstAfter(const CMTime& time) const;
     bool lastsAt(std::size_t frame, const CMTime& time) const;
     bool isOvertaken(const Frame& frame, const CMTime& deadline) const;
@@ -90,7 +91,7 @@ class FrameSchedule {
     std::size_t dropBefore(std::size_t end);
 
     Limits limits_;
-    /// By time.
+    /// Sorted by time.
     std::deque<Frame> queue_;
     std::size_t queuedBytes_ = 0;
     std::optional<Frame> shown_;

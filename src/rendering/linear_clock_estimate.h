@@ -8,21 +8,21 @@
 
 namespace zelvane {
 
-/// Where a device's clock stands, from measurements that jitter: a least-squares line over the last
-/// seconds. While these span too little to tell the device's speed from the jitter, its nominal
-/// rate is believed. Host times are seconds as doubles inside, relative to the first.
+/// Estimates the position of a device from measurements with jitter: a least-squares line over the
+/// last kWindow seconds. While the measurements span less than kMinimumSpan, the slope is the
+/// nominal rate.
 class LinearClockEstimate {
   public:
     explicit LinearClockEstimate(double nominalRate) : nominalRate_(nominalRate) {}
 
-    /// Frame `frame` is heard at `hostTime`; times must not decrease.
+    /// `frame` is heard at `hostTime`. Times must not decrease.
     void add(double frame, HostTime hostTime);
     bool isEmpty() const { return points_.empty(); }
-    /// When `frame` is heard. Only when not empty.
+    /// When `frame` is heard. Must not be empty.
     HostTime hostTimeOf(double frame) const;
-    /// Which frame is heard at `hostTime`. Only when not empty.
+    /// The frame that is heard at `hostTime`. Must not be empty.
     double frameAt(HostTime hostTime) const;
-    /// Frames a second.
+    /// In frames per second.
     double rate() const;
 
   private:

@@ -9,16 +9,17 @@
 
 namespace zelvane {
 
-/// The standing order of a renderer's provider: its block runs on its queue again and again, one
-/// call at a time, while the renderer is ready and the order stands. Any thread.
+/// The registration of a provider at a renderer: its block runs on its queue, one call at a time,
+/// for as long as the renderer is ready and the registration is not cancelled. Any thread.
 class MediaDataRequest : public std::enable_shared_from_this<MediaDataRequest> {
   public:
-    /// `isReady` may be called on any thread, with no lock held.
+    /// `isReady` is called on any thread, without a lock.
     MediaDataRequest(std::shared_ptr<dispatch::Queue> queue, dispatch::Task block,
                      std::function<bool()> isReady)
         : queue_(std::move(queue)), block_(std::move(block)), isReady_(std::move(isReady)) {}
 
-    /// Looks whether the block is to be called.
+    /// Schedules a call of the block if the renderer is ready. To be called when that may have
+    /// changed.
     void poll() {
         if (!isReady_()) {
             return;
@@ -26,7 +27,8 @@ class MediaDataRequest : public std::enable_shared_from_this<MediaDataRequest> {
         const std::lock_guard lock(mutex_);
         if (!isScheduled_ && !isCancelled_) {
             isScheduled_ = true;
-            // Weak: a queue that never runs again must not keep what keeps it.
+            // Weak: a task on a queue that no longer runs would keep the objects that own the
+            // queue.
             queue_->async([weak = weak_from_this()] {
                 if (const auto self = weak.lock()) {
                     self->call();
@@ -35,7 +37,7 @@ class MediaDataRequest : public std::enable_shared_from_this<MediaDataRequest> {
         }
     }
 
-    /// No call starts afterwards.
+    /// No call of the block starts afterwards.
     void cancel() {
         const std::lock_guard lock(mutex_);
         isCancelled_ = true;

@@ -21,6 +21,21 @@ void NullAudioOutput::open(EventHandler handler) {
     handler_ = std::move(handler);
 }
 
+AudioVolume NullAudioOutput::volume() const {
+    const std::lock_guard lock(mutex_);
+    return volume_;
+}
+
+void NullAudioOutput::setVolumeLevel(float level) {
+    const std::lock_guard lock(mutex_);
+    volume_.level = level;
+}
+
+void NullAudioOutput::setMuted(bool isMuted) {
+    const std::lock_guard lock(mutex_);
+    volume_.isMuted = isMuted;
+}
+
 /// Under the lock.
 double NullAudioOutput::playedFrames() const {
     if (!startedAt_) {

@@ -9,8 +9,8 @@
 
 namespace zelvane {
 
-/// A device that nobody hears: it plays on the monotonic clock, starts at once and is always there.
-/// Any thread.
+/// A device without sound: it plays on the monotonic clock, starts at once and is always ready. Any
+/// thread.
 class NullAudioOutput final : public AudioOutput {
   public:
     explicit NullAudioOutput(std::shared_ptr<HostClock> hostClock = HostClock::system(),
@@ -19,6 +19,9 @@ class NullAudioOutput final : public AudioOutput {
 
     void open(EventHandler handler) override;
     void setDevice(std::optional<std::string>) override {}
+    AudioVolume volume() const override;
+    void setVolumeLevel(float level) override;
+    void setMuted(bool isMuted) override;
     State state() const override { return State::ready; }
     AudioOutputFormat format() const override { return format_; }
     std::size_t writableFrames() const override;
@@ -35,12 +38,13 @@ class NullAudioOutput final : public AudioOutput {
     const std::shared_ptr<HostClock> hostClock_;
     const AudioOutputFormat format_;
     mutable std::mutex mutex_;
+    AudioVolume volume_;
     std::size_t written_ = 0;
     double playedBeforeStart_ = 0;
     std::optional<HostTime> startedAt_;
     bool isUnderflowing_ = false;
     EventHandler handler_;
-    /// Goes first: its thread uses all of the above.
+    /// The last member, destroyed first: its thread uses all of the above.
     std::unique_ptr<WakeTimer> timer_;
 };
 

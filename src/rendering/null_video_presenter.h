@@ -8,7 +8,7 @@
 
 namespace zelvane {
 
-/// Draws nowhere and says at once that it did: for playing without a window.
+/// Draws nothing and reports each frame as shown at once: for playing without a window.
 class NullVideoPresenter final : public VideoPresenter {
   public:
     explicit NullVideoPresenter(std::shared_ptr<HostClock> clock = HostClock::system())

@@ -6,8 +6,8 @@
 namespace zelvane {
 namespace {
 
-/// The first point of the grid `next + n * interval` after `time`. A late wake may have skipped
-/// many points, so it is not reached by counting.
+/// The first point of the grid `next + n * interval` after `time`. Divides in place of counting: a
+/// late call may have skipped many points.
 CMTime nextPeriod(const CMTime& next, const CMTime& interval, const CMTime& time) {
     const double periods = (time - next).seconds() / interval.seconds();
     CMTime candidate = next + interval * static_cast<std::int64_t>(periods);
@@ -78,7 +78,7 @@ ObserverSchedule::timelineDidChange(const TimelineAnchor& anchor,
     if (change == SynchronizedRenderer::Change::steered) {
         return firings;
     }
-    // A start that was measured after the fact begins where the line begins, not where it is now.
+    // An anchor may begin in the past: times between its start and now still fire.
     seen_ = anchor.time;
     const CMTime time = anchor.timeAt(now);
     if (change == SynchronizedRenderer::Change::jumped) {
@@ -115,7 +115,7 @@ HostTime ObserverSchedule::wakeTime() const {
         }
     }
     const HostTime wake = anchor_.hostTimeOf(nearest);
-    // Rounded to a nanosecond the line may not have got there quite.
+    // Rounding to nanoseconds can put the wake before the time.
     return wake == HostTime::max() ? wake : wake + HostDuration(2);
 }
 

@@ -11,12 +11,11 @@
 
 namespace zelvane {
 
-/// Which time observers fire when a clock moves: rules alone, no thread, no waiting. The owner
-/// tells it of each change of the line and asks it, at wakeTime() or whenever it likes, what is
-/// due.
+/// Decides which time observers fire as a clock moves. Has no thread and no clock: the owner
+/// reports each change of the anchor, and calls advance() at wakeTime() or at any other moment.
 ///
-/// Time that runs fires a boundary at `last < boundary <= now` and a period each time it has grown
-/// by the interval, once however many intervals went by. Time that jumps crosses nothing.
+/// While the clock runs, a boundary fires when `last < boundary <= now`, and a period when the time
+/// has grown by at least the interval, once for any number of intervals. A jump fires no boundary.
 class ObserverSchedule {
   public:
     using Id = std::uint64_t;
@@ -25,19 +24,18 @@ class ObserverSchedule {
         CMTime time;
     };
 
-    /// An interval that is not a positive number fires on changes only.
+    /// An observer whose interval is not a positive number fires on changes only.
     Id addPeriodic(const CMTime& interval, HostTime now);
     /// Times that are not numbers never fire.
     Id addBoundary(std::vector<CMTime> times);
     void remove(Id observer);
 
-    /// What time that ran up to `now` makes fire, in the order of the observers.
+    /// The firings up to `now`, in the order of the observers.
     std::vector<Firing> advance(HostTime now);
-    /// Ends the old line at `now` and takes the new one. Answers what the old line's last stretch
-    /// and the change itself make fire.
+    /// Replaces the anchor at `now`. Returns the firings up to `now` and those of the change.
     std::vector<Firing> timelineDidChange(const TimelineAnchor& anchor,
                                           SynchronizedRenderer::Change change, HostTime now);
-    /// When advance() has something to do next; HostTime::max() for never.
+    /// When the next firing is due; HostTime::max() for never.
     HostTime wakeTime() const;
 
   private:
@@ -52,7 +50,7 @@ class ObserverSchedule {
     void restartPeriods(const CMTime& time);
 
     TimelineAnchor anchor_;
-    /// Up to where time has been seen to run.
+    /// The time of the latest advance().
     CMTime seen_ = kCMTimeZero;
     Id nextId_ = 1;
     std::map<Id, Periodic> periodics_;

@@ -2,36 +2,23 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "core_media/cm_sample_buffer.h"
-#include "foundation/dispatch.h"
 #include "foundation/geometry.h"
+#include "rendering/media_data_consumer.h"
 
 namespace zelvane {
 
-/// A renderer that keeps a queue of sample buffers and renders each when its clock reaches it. One
-/// provider feeds one renderer, from the provider's own queue; any other thread must not call.
-class QueuedSampleBufferRendering {
+/// A renderer with a queue of sample buffers; it renders each when its clock reaches its time.
+/// Called from its provider's queue only.
+class QueuedSampleBufferRendering : public MediaDataConsumer {
   public:
-    virtual ~QueuedSampleBufferRendering() = default;
-
-    /// Takes one decoded buffer; buffers may come in any order of time.
+    /// Adds a decoded buffer. Buffers may be added in any order of their times.
     virtual void enqueueSampleBuffer(CMSampleBufferRef sampleBuffer) = 0;
-    /// Whether the renderer wants more. This alone decides how far ahead of the clock a provider
-    /// reads; enqueueing while it is false is allowed, and costs memory.
-    virtual bool isReadyForMoreMediaData() const = 0;
-    /// Calls `block` on `queue` whenever the renderer wants data, again and again, until
-    /// stopRequestingMediaData. Replaces an earlier registration.
-    virtual void requestMediaDataWhenReady(std::shared_ptr<dispatch::Queue> queue,
-                                           dispatch::Task block) = 0;
-    /// Ends the registration, if there is one; once this returns on the registered queue, the block
-    /// is not called again.
-    virtual void stopRequestingMediaData() = 0;
-    /// Drops what is queued and not yet rendered. A picture on screen stays.
+    /// Drops queued buffers that were not rendered yet. A picture on screen stays.
     virtual void flush() = 0;
 };
 
@@ -39,17 +26,17 @@ class VideoRendering : public QueuedSampleBufferRendering {
   public:
     /// flush(), and clears the picture on screen.
     virtual void flushAndRemoveImage() = 0;
-    /// The picture in square pixels at the origin, before its transform. Main queue.
+    /// The picture in square pixels at the origin, before its transform. Any thread.
     virtual void setBounds(const CGRect& bounds) = 0;
-    /// Rotation and mirroring of the picture. Main queue.
+    /// Rotation and mirroring of the picture. Any thread.
     virtual void setAffineTransform(const CGAffineTransform& transform) = 0;
 };
 
-/// How rates other than 1 sound.
+/// The treatment of pitch at rates other than 1.
 enum class AVAudioTimePitchAlgorithm {
     /// Keeps the pitch, at the best quality.
     AVAudioTimePitchAlgorithmSpectral,
-    /// Faster plays higher.
+    /// The pitch follows the rate.
     AVAudioTimePitchAlgorithmVarispeed,
 };
 
@@ -60,10 +47,24 @@ class AudioRendering : public QueuedSampleBufferRendering {
   public:
     virtual void setAudioTimePitchAlgorithm(AVAudioTimePitchAlgorithm algorithm) = 0;
     virtual void setAllowedAudioSpatializationFormats(std::uint32_t formats) = 0;
-    /// The device to play on; none is the sound server's default. Any thread.
+    /// The device to play on; none means the default of the sound server. Any thread.
     virtual std::optional<std::string> audioOutputDeviceUniqueID() const = 0;
     virtual void setAudioOutputDeviceUniqueID(std::optional<std::string> uniqueID) = 0;
+
+    /// The volume of this stream at the output, 0…1 on the perceptual scale of the sound server's
+    /// mixers (not a gain). Other programs can change it too. Any thread.
+    virtual float volume() const = 0;
+    /// Values outside 0…1 are clamped. Applies to streams made later too. Any thread.
+    virtual void setVolume(float volume) = 0;
+    /// Muting keeps the volume. Any thread.
+    virtual bool isMuted() const = 0;
+    virtual void setMuted(bool isMuted) = 0;
 };
+
+/// Posted on an arbitrary thread, with the AudioRendering as object, after volume() or isMuted()
+/// changed, by setVolume(), setMuted() or another program. Several changes may be posted once.
+inline constexpr std::string_view kAudioRendererVolumeDidChangeNotification =
+    "zelvane.AudioRenderer.volumeDidChange";
 
 /// Posted on an arbitrary thread, with the AudioRendering as object, when queued audio was lost
 /// because the output went away or moved. May carry the CMTime under the key below.

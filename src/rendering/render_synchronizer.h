@@ -12,29 +12,28 @@
 
 namespace zelvane {
 
-/// A piece of straight line between media time and the monotonic clock: at `hostTime` the media
-/// stands at `time` and moves on by `rate` seconds a second. Before `hostTime` it has not begun and
-/// stands at `time`.
+/// A linear relation between media time and the monotonic clock: the media time is `time` at
+/// `hostTime` and grows by `rate` seconds per second. Before `hostTime` it is `time`.
 struct TimelineAnchor {
     CMTime time = kCMTimeZero;
     HostTime hostTime{0};
     double rate = 0;
 
     CMTime timeAt(HostTime host) const;
-    /// When the media reaches `media`; HostTime::max() when it never does: the line stands still,
-    /// or `media` lies behind it.
+    /// When the media time is `media`; HostTime::max() when it never is, because the rate is 0 or
+    /// `media` is before `time`.
     HostTime hostTimeOf(const CMTime& media) const;
 };
 
-/// What a renderer must be told by the clock that it is attached to.
+/// What a clock calls on the renderers that are attached to it.
 class SynchronizedRenderer {
   public:
     enum class Change {
-        /// Time and rate were set anew: what was planned on the old line is void.
+        /// Time and rate were set: plans made with the old anchor are invalid.
         jumped,
-        /// The rate changed and the time goes on from where it stood.
+        /// The rate changed; the time is continuous.
         rate,
-        /// The line was adjusted by a little, to what is heard.
+        /// The rate was adjusted slightly to the audio device; the time is continuous.
         steered,
     };
 
@@ -42,45 +41,46 @@ class SynchronizedRenderer {
     /// Called on any thread, one call at a time, in the order of the changes. Must not call back
     /// into the synchronizer.
     virtual void timelineDidChange(const TimelineAnchor& anchor, Change change) = 0;
+    /// Whether a picture is on screen or about to be, so that a wait of the clock is visible. Same
+    /// rules as above.
+    virtual bool showsPicture() const { return false; }
 };
 
-/// The one clock of a player: media time that runs, stands and jumps, for renderers and observers.
-/// Every call may come from any thread.
+/// The clock of a player: media time for renderers and observers. Any thread.
 class RenderSynchronizer {
   public:
-    /// Opaque; empty once removed.
+    /// Opaque.
     using TimeObserverToken = std::shared_ptr<const void>;
 
     virtual ~RenderSynchronizer() = default;
 
-    /// Attaches a renderer for good and tells it the present anchor.
+    /// Attaches a renderer, for the life of the clock, and passes it the current anchor.
     virtual void addRenderer(std::shared_ptr<SynchronizedRenderer> renderer) = 0;
 
-    /// The rate last asked for, also in the moment in which the sound is still starting and the
-    /// time still stands.
+    /// The rate that was last set, also while the clock waits for the audio device to start.
     virtual float rate() const = 0;
-    /// Changes the rate; time goes on from where it stands.
+    /// Changes the rate; the time is continuous.
     virtual void setRate(float rate) = 0;
-    /// Changes rate and time at once: the only way in which time jumps.
+    /// Changes rate and time. The only call that makes the time jump.
     virtual void setRate(float rate, const CMTime& time) = 0;
     virtual CMTime currentTime() const = 0;
 
-    /// Calls `block` with the time on `queue` whenever the time has moved by `interval`, and once
-    /// when it jumps or the rate changes. No queue is the main queue.
+    /// Calls `block` with the time on `queue`, each time it has grown by `interval` and at each
+    /// jump and change of rate. No queue means the main queue.
     virtual TimeObserverToken addPeriodicTimeObserver(const CMTime& interval,
                                                       std::shared_ptr<dispatch::Queue> queue,
                                                       std::function<void(const CMTime&)> block) = 0;
-    /// Calls `block` on `queue` each time that running time crosses one of `times`. A jump crosses
-    /// nothing.
+    /// Calls `block` on `queue` each time that the running clock reaches one of `times`. A jump
+    /// past them does not count.
     virtual TimeObserverToken addBoundaryTimeObserver(std::vector<CMTime> times,
                                                       std::shared_ptr<dispatch::Queue> queue,
                                                       std::function<void()> block) = 0;
-    /// No call of its block starts afterwards, but for one that already runs on another thread.
+    /// No call of its block starts afterwards; one may still be running on another thread.
     virtual void removeTimeObserver(const TimeObserverToken& token) = 0;
 };
 
-/// Posted, with the RenderSynchronizer as object, on an arbitrary thread after every change of
-/// rate, whoever made it.
+/// Posted, with the RenderSynchronizer as object, after every change of rate: on the thread that
+/// made the change, before its setRate() returns.
 inline constexpr std::string_view kRenderSynchronizerRateDidChangeNotification =
     "AVSampleBufferRenderSynchronizerRateDidChangeNotification";
 

@@ -14,8 +14,9 @@
 namespace zelvane {
 namespace {
 
-/// Gathers what the output tells, on its threads, for the work queue. Stays behind when the
-/// renderer goes, so that an output's thread never holds the last reference to it.
+/// Collects events of the output, on its threads, for the work queue. The output's handler owns
+/// this and not the renderer, so that a thread of the output never releases the last reference to
+/// the renderer.
 class EventInbox {
   public:
     EventInbox(std::shared_ptr<dispatch::Queue> queue, std::function<void()> service)
@@ -53,8 +54,8 @@ class EventInbox {
 
 } // namespace
 
-/// What callers leave lies under a lock that is never held while anyone else's code runs; the
-/// player is touched by the work queue alone.
+/// State of callers is guarded by a lock that is not held while code of others runs. The player is
+/// used on the work queue only.
 class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
                                         public std::enable_shared_from_this<Core> {
   public:
@@ -128,6 +129,18 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
         output_->setDevice(std::move(uniqueID));
     }
 
+    AudioVolume volume() const { return output_->volume(); }
+
+    void setVolumeLevel(float level) {
+        output_->setVolumeLevel(level > 0 ? std::min(level, 1.0F) : 0);
+        inbox_->schedule();
+    }
+
+    void setMuted(bool isMuted) {
+        output_->setMuted(isMuted);
+        inbox_->schedule();
+    }
+
     void setAnchor(const TimelineAnchor& anchor, SynchronizedRenderer::Change change) {
         {
             const std::lock_guard lock(mutex_);
@@ -148,11 +161,13 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
         bool starts = false;
         {
             const std::lock_guard lock(mutex_);
-            starts = hasDevice && request.mayWait && queue_.hasDataAfter(request.time);
+            starts = hasDevice && request.startsBy && queue_.hasDataAfter(request.time);
             situation_.request = request;
-            situation_.request.mayWait = starts;
-            // The synchronizer tells the same in a moment; until then the old line must not be
-            // mixed with the new request.
+            if (!starts) {
+                situation_.request.startsBy.reset();
+            }
+            // setAnchor() follows with the same; until then the old anchor must not be used with
+            // the new request.
             anchor_ = {request.time, hostClock_->now(), starts ? 0 : request.rate};
         }
         inbox_->schedule();
@@ -206,6 +221,7 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
             situation = situation_;
         }
         player_.service(events, situation);
+        announceVolume();
         std::shared_ptr<MediaDataRequest> request;
         {
             const std::lock_guard lock(mutex_);
@@ -215,6 +231,16 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
         }
         if (request) {
             request->poll();
+        }
+    }
+
+    /// On the work queue.
+    void announceVolume() {
+        const AudioVolume volume = output_->volume();
+        if (volume != announcedVolume_) {
+            announcedVolume_ = volume;
+            NotificationCenter::shared().post(
+                {std::string(kAudioRendererVolumeDidChangeNotification), identity_, {}});
         }
     }
 
@@ -232,6 +258,8 @@ class SampleBufferAudioRenderer::Core : public DeviceAudioPlayer::Source,
     AudioStatistics statistics_;
 
     std::unique_ptr<AudioOutput> output_;
+    /// Used on the work queue only, as is the player.
+    AudioVolume announcedVolume_;
     DeviceAudioPlayer player_;
 };
 
@@ -275,7 +303,7 @@ void SampleBufferAudioRenderer::setAudioTimePitchAlgorithm(AVAudioTimePitchAlgor
     core_->setAlgorithm(algorithm);
 }
 
-// Every format may be; there is no spatial rendering that could use the permission yet.
+// There is no spatial rendering that would use it.
 void SampleBufferAudioRenderer::setAllowedAudioSpatializationFormats(std::uint32_t) {}
 
 std::optional<std::string> SampleBufferAudioRenderer::audioOutputDeviceUniqueID() const {
@@ -284,6 +312,22 @@ std::optional<std::string> SampleBufferAudioRenderer::audioOutputDeviceUniqueID(
 
 void SampleBufferAudioRenderer::setAudioOutputDeviceUniqueID(std::optional<std::string> uniqueID) {
     core_->setDevice(std::move(uniqueID));
+}
+
+float SampleBufferAudioRenderer::volume() const {
+    return core_->volume().level;
+}
+
+void SampleBufferAudioRenderer::setVolume(float volume) {
+    core_->setVolumeLevel(volume);
+}
+
+bool SampleBufferAudioRenderer::isMuted() const {
+    return core_->volume().isMuted;
+}
+
+void SampleBufferAudioRenderer::setMuted(bool isMuted) {
+    core_->setMuted(isMuted);
 }
 
 void SampleBufferAudioRenderer::timelineDidChange(const TimelineAnchor& anchor, Change change) {

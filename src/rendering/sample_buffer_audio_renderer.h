@@ -13,11 +13,11 @@
 
 namespace zelvane {
 
-/// Plays queued audio on a device, and moves the clock that it is attached to by what is heard.
+/// Plays queued audio on a device, and adjusts the clock that it is attached to so that it follows
+/// the device.
 ///
-/// Callers only fill the queue and leave requests; all work is done on a queue of the renderer's
-/// own, which never makes anybody wait: with no device, a slow one, or no sound, the clock runs on
-/// without.
+/// Calls only change state and return; all work is done on the renderer's work queue. Without a
+/// device, with a slow one or without sound, the clock runs without the renderer.
 class SampleBufferAudioRenderer final : public AudioRendering,
                                         public SynchronizedRenderer,
                                         public TimelineMaster {
@@ -26,7 +26,7 @@ class SampleBufferAudioRenderer final : public AudioRendering,
     static constexpr double kSecondsAhead = 3;
     static constexpr std::size_t kMaximumBytes = std::size_t{64} << 20;
 
-    /// Opens `output` at once. Device work runs on `workQueue`, by default a serial one of its own.
+    /// Opens `output`. Device work runs on `workQueue`, by default a serial queue of the renderer.
     explicit SampleBufferAudioRenderer(std::unique_ptr<AudioOutput> output,
                                        std::shared_ptr<HostClock> hostClock = HostClock::system(),
                                        std::shared_ptr<dispatch::Queue> workQueue =
@@ -39,11 +39,15 @@ class SampleBufferAudioRenderer final : public AudioRendering,
                                    dispatch::Task block) override;
     void stopRequestingMediaData() override;
     void flush() override;
-    /// Holds for sound that starts afterwards.
+    /// Takes effect at the next start of the sound.
     void setAudioTimePitchAlgorithm(AVAudioTimePitchAlgorithm algorithm) override;
     void setAllowedAudioSpatializationFormats(std::uint32_t formats) override;
     std::optional<std::string> audioOutputDeviceUniqueID() const override;
     void setAudioOutputDeviceUniqueID(std::optional<std::string> uniqueID) override;
+    float volume() const override;
+    void setVolume(float volume) override;
+    bool isMuted() const override;
+    void setMuted(bool isMuted) override;
 
     void timelineDidChange(const TimelineAnchor& anchor, Change change) override;
     void setTimelineControl(std::weak_ptr<TimelineControl> control) override;

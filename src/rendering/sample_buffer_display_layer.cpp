@@ -9,36 +9,27 @@
 #include <mutex>
 #include <utility>
 
+#include "rendering/media_data_request.h"
+
 namespace zelvane {
 namespace {
 
-/// A provider that gave nothing though there is room is asked again after this while: it has
-/// perhaps only given way to a seek.
-constexpr HostDuration kIdleRequestInterval = std::chrono::milliseconds(5);
-/// Timers fire a little early or late, and times are rounded: a frame so close to its time is due.
+/// Timers are inexact and times are rounded: a frame within this distance of its time is due.
 constexpr CMTime kDueTolerance{1, 1'000'000};
-/// No frame comes sooner than this after another; keeps a broken line of time from spinning.
+/// The minimum time between two services, so that inconsistent frame times do not make the thread
+/// spin.
 constexpr HostDuration kShortestWait = std::chrono::microseconds(100);
 
 HostTime saturatingSum(HostTime time, HostDuration duration) {
     return time > HostTime::max() - duration ? HostTime::max() : time + duration;
 }
 
-/// A provider's wish to be called whenever there is room.
-struct Request {
-    std::shared_ptr<dispatch::Queue> queue;
-    dispatch::Task block;
-    /// From when on the block may be called; not at all while a call is under way.
-    HostTime notBefore{0};
-    bool isUnderWay = false;
-};
-
-/// Counts what was seen, by what presenters tell.
+/// The statistics, from the reports of presenters.
 class ShownFrames {
   public:
-    /// A frame goes to the presenter; the one before it, if it was not heard of, never will be.
-    /// `due` is HostTime::max() for a frame that is shown while the clock stands.
-    /// Drawn again, on another surface or in another shape, it is no other frame.
+    /// A frame is passed to the presenter; an earlier one that was not reported as shown is
+    /// dropped. `due` is HostTime::max() while the clock is stopped. The same frame may be passed
+    /// again, for another surface or shape.
     void willShow(std::uint64_t id, HostTime due, const CMTime& duration) {
         if (lastID_ == id) {
             return;
@@ -64,7 +55,7 @@ class ShownFrames {
         }
     }
     void drop(std::size_t count) { statistics_.framesDropped += count; }
-    /// What was not heard of yet is no longer wanted.
+    /// The frame that was not reported yet does not count.
     void forgetPending() { pendingID_ = 0; }
 
     SampleBufferDisplayLayer::Statistics statistics() const {
@@ -89,7 +80,7 @@ class ShownFrames {
     double sumOfErrors_ = 0;
     double timedFrames_ = 0;
     std::uint64_t lastID_ = 0;
-    /// Presented and not yet heard of; 0 for none.
+    /// Presented and not yet reported as shown; 0 for none.
     std::uint64_t pendingID_ = 0;
     HostTime due_ = HostTime::max();
     CMTime duration_;
@@ -97,13 +88,13 @@ class ShownFrames {
 
 } // namespace
 
-/// All of the layer but its thread; tasks on other queues and presenters hold it weakly.
+/// The state of the layer. Tasks on other queues and presenters refer to it weakly.
 class SampleBufferDisplayLayer::Core : public std::enable_shared_from_this<Core> {
   public:
     Core(std::shared_ptr<HostClock> clock, const FrameSchedule::Limits& limits)
         : clock_(std::move(clock)), schedule_(limits) {}
 
-    /// Runs `body` under the lock and has the thread look at what it means.
+    /// Runs `body` under the lock and wakes the thread.
     template <class Body>
     void change(const Body& body) {
         {
@@ -117,6 +108,17 @@ class SampleBufferDisplayLayer::Core : public std::enable_shared_from_this<Core>
     auto read(const Body& body) const {
         const std::lock_guard lock(mutex_);
         return body(*this);
+    }
+
+    bool isReady() const {
+        return read([](const Core& core) { return core.schedule_.isReadyForMore(); });
+    }
+    /// Replaces the request; `request` may be null.
+    void setRequest(std::shared_ptr<MediaDataRequest> request) {
+        change([&](Core& core) { core.request_.swap(request); });
+        if (request) {
+            request->cancel();
+        }
     }
 
     HostTime service();
@@ -133,30 +135,27 @@ class SampleBufferDisplayLayer::Core : public std::enable_shared_from_this<Core>
     CGRect bounds_;
     CGAffineTransform transform_;
     std::shared_ptr<VideoPresenter> presenter_;
-    std::shared_ptr<Request> request_;
+    std::shared_ptr<MediaDataRequest> request_;
     ShownFrames shownFrames_;
-    std::uint64_t enqueuedCount_ = 0;
-    /// The picture on the surface is not what it should be, though no other frame is due.
+    /// The shown frame must be drawn again: its shape or the surface changed.
     bool mustPresent_ = false;
     bool mustRemoveImage_ = false;
     std::uint64_t preparedID_ = 0;
 
   private:
-    /// What is to be done outside the lock.
+    /// Work to do without the lock.
     struct Work {
         bool removeImage = false;
         std::optional<FrameSchedule::Frame> present;
         std::optional<FrameSchedule::Frame> prepare;
-        std::shared_ptr<Request> request;
+        std::shared_ptr<MediaDataRequest> request;
         CGRect bounds;
         CGAffineTransform transform;
     };
 
     Work plan(HostTime now, HostDuration delay);
     void planPicture(HostTime seenAt, Work& work);
-    void planRequest(HostTime now, Work& work);
     void perform(const Work& work, const std::shared_ptr<VideoPresenter>& presenter);
-    void callBlock(const std::shared_ptr<Request>& request);
     FrameSchedule::Deadline deadlineAt(HostTime seenAt) const;
     HostTime dueTime(const CMTime& time) const;
     HostTime nextServiceTime(HostTime now, HostDuration delay) const;
@@ -186,7 +185,7 @@ SampleBufferDisplayLayer::Core::Work SampleBufferDisplayLayer::Core::plan(HostTi
     work.bounds = bounds_;
     work.transform = transform_;
     planPicture(now + delay, work);
-    planRequest(now, work);
+    work.request = request_;
     return work;
 }
 
@@ -210,14 +209,6 @@ void SampleBufferDisplayLayer::Core::planPicture(HostTime seenAt, Work& work) {
     }
 }
 
-void SampleBufferDisplayLayer::Core::planRequest(HostTime now, Work& work) {
-    if (request_ && !request_->isUnderWay && now >= request_->notBefore &&
-        schedule_.isReadyForMore()) {
-        request_->isUnderWay = true;
-        work.request = request_;
-    }
-}
-
 void SampleBufferDisplayLayer::Core::perform(const Work& work,
                                              const std::shared_ptr<VideoPresenter>& presenter) {
     if (presenter && work.removeImage) {
@@ -237,30 +228,8 @@ void SampleBufferDisplayLayer::Core::perform(const Work& work,
         presenter->prepare({work.prepare->picture, work.bounds, work.transform});
     }
     if (work.request) {
-        work.request->queue->async([weak = weak_from_this(), request = work.request] {
-            if (const auto core = weak.lock()) {
-                core->callBlock(request);
-            }
-        });
+        work.request->poll();
     }
-}
-
-/// On the queue of the request.
-void SampleBufferDisplayLayer::Core::callBlock(const std::shared_ptr<Request>& request) {
-    std::uint64_t countBefore = 0;
-    {
-        const std::lock_guard lock(mutex_);
-        if (request_ != request) {
-            return;
-        }
-        countBefore = enqueuedCount_;
-    }
-    request->block();
-    change([&](Core& core) {
-        const bool gaveSomething = core.enqueuedCount_ != countBefore;
-        request->notBefore = gaveSomething ? HostTime(0) : clock_->now() + kIdleRequestInterval;
-        request->isUnderWay = false;
-    });
 }
 
 FrameSchedule::Deadline SampleBufferDisplayLayer::Core::deadlineAt(HostTime seenAt) const {
@@ -283,9 +252,6 @@ HostTime SampleBufferDisplayLayer::Core::nextServiceTime(HostTime now, HostDurat
             wanted = std::max(due - delay, now + kShortestWait);
         }
     }
-    if (request_ && !request_->isUnderWay && schedule_.isReadyForMore()) {
-        wanted = std::min(wanted, std::max(request_->notBefore, now));
-    }
     return wanted;
 }
 
@@ -296,7 +262,7 @@ void SampleBufferDisplayLayer::Core::runThread() {
         {
             std::unique_lock lock(mutex_);
             const auto isWanted = [this] { return isDirty_ || isEnding_; };
-            // A wait for the end of time overflows in some libraries.
+            // wait_until(max) overflows in some libraries.
             const auto horizon = saturatingSum(clock_->now(), std::chrono::hours(1));
             const std::chrono::steady_clock::time_point until(std::min(wanted, horizon));
             wakeUp_.wait_until(lock, until, isWanted);
@@ -330,27 +296,26 @@ void SampleBufferDisplayLayer::enqueueSampleBuffer(CMSampleBufferRef sampleBuffe
         return;
     }
     core_->change([&](Core& core) {
-        ++core.enqueuedCount_;
         core.schedule_.add({sampleBuffer->presentationTimeStamp(), sampleBuffer->duration(),
                             picture->dataSize(), picture});
     });
 }
 
 bool SampleBufferDisplayLayer::isReadyForMoreMediaData() const {
-    return core_->read([](const Core& core) { return core.schedule_.isReadyForMore(); });
+    return core_->isReady();
 }
 
 void SampleBufferDisplayLayer::requestMediaDataWhenReady(std::shared_ptr<dispatch::Queue> queue,
                                                          dispatch::Task block) {
-    auto request = std::make_shared<Request>();
-    request->queue = std::move(queue);
-    request->block = std::move(block);
-    core_->change([&](Core& core) { core.request_.swap(request); });
+    core_->setRequest(std::make_shared<MediaDataRequest>(std::move(queue), std::move(block),
+                                                         [weak = std::weak_ptr(core_)] {
+                                                             const auto core = weak.lock();
+                                                             return core && core->isReady();
+                                                         }));
 }
 
 void SampleBufferDisplayLayer::stopRequestingMediaData() {
-    std::shared_ptr<Request> ended;
-    core_->change([&](Core& core) { core.request_.swap(ended); });
+    core_->setRequest(nullptr);
 }
 
 void SampleBufferDisplayLayer::flush() {
@@ -381,6 +346,13 @@ void SampleBufferDisplayLayer::setAffineTransform(const CGAffineTransform& trans
 
 void SampleBufferDisplayLayer::timelineDidChange(const TimelineAnchor& anchor, Change /*change*/) {
     core_->change([&](Core& core) { core.anchor_ = anchor; });
+}
+
+bool SampleBufferDisplayLayer::showsPicture() const {
+    // A queued frame is shown at once: the clock may start before the layer's thread has done it.
+    return core_->read([](const Core& core) {
+        return core.schedule_.shown().has_value() || core.schedule_.next() != nullptr;
+    });
 }
 
 void SampleBufferDisplayLayer::setPresenter(std::shared_ptr<VideoPresenter> presenter) {

@@ -14,31 +14,30 @@
 
 namespace zelvane {
 
-/// Shows decoded frames at their times on one presenter: the queue and the timer between a provider
-/// and a surface. Which frame is due is FrameSchedule's to say; this adds the lock, the thread and
-/// the clock.
+/// Shows decoded frames at their times on a presenter. FrameSchedule decides which frame is due;
+/// this class adds the lock, the thread and the clock.
 ///
-/// Every call may come from any thread. The presenter is called on the layer's own thread, without
-/// its lock, and always in the order in which the layer decided. Construct it, attach it to the
-/// synchronizer, and give it a presenter whenever there is a surface.
+/// Any thread may call. The presenter is called on the layer's own thread, without the lock. Attach
+/// the layer to a synchronizer, and set a presenter when there is a surface.
 ///
-///   waiting --(frame, flush, new line of time, presenter, timer)--> servicing --> waiting
-///   servicing: take the due frame, present it if it changed, prepare the next one, ask for more,
-///              set the timer for the next frame's host time less the presenter's delay
+///   waiting --(frame, flush, new anchor, presenter, timer)--> servicing --> waiting
+///   servicing: present the due frame if it changed, prepare the next one, poll the provider, set
+///   the
+///              timer for the next frame's host time less the presenter's delay
 class SampleBufferDisplayLayer final : public VideoRendering, public SynchronizedRenderer {
   public:
     enum class Drive {
-        /// A thread waits for the next frame's time on the monotonic clock.
+        /// A thread of the layer waits for the next frame's time on the monotonic clock.
         ownThread,
-        /// Nothing happens but in service(): for tests with a clock of their own.
+        /// The caller calls service(): for tests with their own clock.
         byHand,
     };
 
-    /// What a person who watches would count. Errors are between the moment a frame was shown and
-    /// its due time on the clock, in milliseconds, without regard to sign.
+    /// Errors are distances, in milliseconds, between the moment at which a frame was shown and its
+    /// due time on the clock.
     struct Statistics {
         std::uint64_t framesShown = 0;
-        /// Never seen: a newer one was due before they were shown or drawn.
+        /// Not shown, because a newer one was due before they were drawn.
         std::uint64_t framesDropped = 0;
         /// Shown later than half their duration.
         std::uint64_t framesLate = 0;
@@ -65,16 +64,17 @@ class SampleBufferDisplayLayer final : public VideoRendering, public Synchronize
     void setAffineTransform(const CGAffineTransform& transform) override;
 
     void timelineDidChange(const TimelineAnchor& anchor, Change change) override;
+    bool showsPicture() const override;
 
-    /// Where to draw from now on; null draws nowhere. The present frame is drawn there at once. An
-    /// earlier presenter keeps its picture, and may still be called until this layer's thread comes
-    /// by: it is held until then.
+    /// Sets where frames are drawn; null means nowhere. The current frame is drawn there at once.
+    /// The earlier presenter keeps its picture; until the next turn of the layer's thread it is
+    /// held and may still be called.
     void setPresenter(std::shared_ptr<VideoPresenter> presenter);
 
     Statistics statistics() const;
 
-    /// Does what is due now. Returns when it wants to be called again if nothing happens before;
-    /// HostTime::max() for never. One thread at a time; only with Drive::byHand.
+    /// Does what is due now and returns when the next call is due, if nothing changes before;
+    /// HostTime::max() for never. One thread at a time, only with Drive::byHand.
     HostTime service();
 
   private:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "rendering/sample_buffer_render_synchronizer.h"
 
+#include <algorithm>
 #include <atomic>
 #include <map>
 #include <mutex>
@@ -14,7 +15,7 @@
 namespace zelvane {
 namespace {
 
-/// What the caller's token and the calls under way on queues share.
+/// Shared by the token of the caller and the calls that wait on queues.
 struct TimeObserver {
     ObserverSchedule::Id id = 0;
     std::shared_ptr<dispatch::Queue> queue;
@@ -37,9 +38,9 @@ double playableRate(float rate) {
 
 } // namespace
 
-/// Two locks: `changeMutex_` makes changes and what they set off come one after the other and is
-/// held while renderers are told; `stateMutex_` guards the values for a moment, so that the time
-/// can be read from anywhere.
+/// Two locks: `changeMutex_` serializes changes and is held while renderers are called;
+/// `stateMutex_` is held only to read or write the values, so that the time can be read from
+/// anywhere.
 class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
   public:
     Core(std::shared_ptr<HostClock> hostClock, std::unique_ptr<WakeTimer> timer)
@@ -47,7 +48,7 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
         timer_->setHandler([this] { wake(); });
     }
 
-    /// A master in the middle of a call may keep this a little longer than its owner lives.
+    /// A master may hold this object for the rest of a call after its owner was destroyed.
     void close() {
         const std::lock_guard change(changeMutex_);
         const std::lock_guard state(stateMutex_);
@@ -65,15 +66,15 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
         if (master && !master_) {
             master_ = std::move(master);
             master_->setTimelineControl(self);
-            // One that comes while time runs joins the running line.
+            // When the clock already runs, the master joins it.
             master_->timelineWillChange(
-                {generation_, anchor_.timeAt(hostClock_->now()), anchor_.rate, false});
+                {generation_, anchor_.timeAt(hostClock_->now()), anchor_.rate, std::nullopt});
         }
         renderer->timelineDidChange(anchor_, SynchronizedRenderer::Change::jumped);
         renderers_.push_back(std::move(renderer));
     }
 
-    /// Whether the rate is another one than before.
+    /// Returns whether the rate changed.
     bool setRate(double rate, const std::optional<CMTime>& time) {
         const std::lock_guard change(changeMutex_);
         const HostTime now = hostClock_->now();
@@ -82,14 +83,15 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
             return false;
         }
         const TimelineRequest request{generation_ + 1, time.value_or(anchor_.timeAt(now)), rate,
-                                      rate > 0};
+                                      rate > 0 ? std::optional(now + startTimeout())
+                                               : std::nullopt};
         {
             const std::lock_guard state(stateMutex_);
             generation_ = request.generation;
             requestedRate_ = rate;
         }
         const bool masterStarts = master_ && master_->timelineWillChange(request);
-        waitUntil(masterStarts && request.mayWait ? now + kStartTimeout : HostTime::max());
+        waitUntil(masterStarts ? request.startsBy.value_or(HostTime::max()) : HostTime::max());
         moveTo({request.time, now, isWaiting_ ? 0 : rate},
                time ? SynchronizedRenderer::Change::jumped : SynchronizedRenderer::Change::rate,
                now);
@@ -106,7 +108,7 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
     void steer(std::uint64_t generation, double slope) override {
         const std::lock_guard change(changeMutex_);
         const HostTime now = hostClock_->now();
-        // A line that has not begun keeps its beginning.
+        // A start in the future stays as it is.
         if (generation != generation_ || anchor_.rate == 0 || now <= anchor_.hostTime) {
             return;
         }
@@ -143,7 +145,7 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
         observer->block = std::move(block);
         const std::lock_guard state(stateMutex_);
         const HostTime now = hostClock_->now();
-        // What lies behind the new observer is not its own to be told of.
+        // The new observer is not called for times that were reached before.
         fireAll(schedule_.advance(now));
         observer->id = schedule(schedule_, now);
         observers_[observer->id] = observer;
@@ -166,6 +168,14 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
     }
 
   private:
+    /// Under changeMutex_.
+    HostDuration startTimeout() const {
+        const bool showsPicture =
+            std::any_of(renderers_.begin(), renderers_.end(),
+                        [](const auto& renderer) { return renderer->showsPicture(); });
+        return showsPicture ? kStartTimeout : kSoundOnlyStartTimeout;
+    }
+
     /// Under changeMutex_.
     void waitUntil(HostTime deadline) {
         const std::lock_guard state(stateMutex_);
@@ -213,7 +223,7 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
     std::shared_ptr<TimelineMaster> master_;
     bool isWaiting_ = false;
 
-    /// Inside changeMutex_. The values below are written under both and so may be read under
+    /// Locked after changeMutex_. The values below are written under both locks and read under
     /// either.
     mutable std::mutex stateMutex_;
     std::uint64_t generation_ = 0;
@@ -222,7 +232,7 @@ class SampleBufferRenderSynchronizer::Core final : public TimelineControl {
     HostTime startDeadline_ = HostTime::max();
     ObserverSchedule schedule_;
     std::map<ObserverSchedule::Id, std::shared_ptr<TimeObserver>> observers_;
-    /// Goes first: its thread uses all of the above.
+    /// The last member, destroyed first: its thread uses all of the above.
     std::unique_ptr<WakeTimer> timer_;
 };
 
@@ -230,7 +240,6 @@ SampleBufferRenderSynchronizer::SampleBufferRenderSynchronizer(std::shared_ptr<H
                                                                std::unique_ptr<WakeTimer> timer)
     : core_(std::make_shared<Core>(std::move(hostClock), std::move(timer))) {}
 
-// A master that holds the control for a moment may outlive this object.
 SampleBufferRenderSynchronizer::~SampleBufferRenderSynchronizer() {
     core_->close();
 }

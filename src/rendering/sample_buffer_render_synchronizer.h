@@ -8,19 +8,17 @@
 
 namespace zelvane {
 
-/// The clock: one straight line between media time and the monotonic clock, replaced at every
-/// change.
+/// The clock: a TimelineAnchor that every change replaces.
 ///
-///                      setRate(r > 0), a master answers true        begin(), or kStartTimeout
-///   standing, running ----------------------------------> waiting ----------------------> running
-///   standing, waiting, running --- setRate(r > 0), no master or it answers false -------> running
-///   waiting, running  --- setRate(0) ---> standing
+///                      setRate(r > 0), a master answers true        begin(), or a timeout
+///   stopped, running ----------------------------------> waiting ----------------------> running
+///   stopped, waiting, running --- setRate(r > 0), no master or it answers false -------> running
+///   waiting, running  --- setRate(0) ---> stopped
 ///
-/// Waiting, the time stands; it lasts as long as a device takes to sound, some tens of
-/// milliseconds.
+/// While it waits for the audio device, the time does not change.
 ///
-/// Must not be destroyed by one of its own timer's calls; observers' blocks, which run on their
-/// queues, may hold the last reference.
+/// Must not be destroyed on the thread of its timer. Blocks of observers run on their queues and
+/// may hold the last reference.
 class SampleBufferRenderSynchronizer final : public RenderSynchronizer {
   public:
     explicit SampleBufferRenderSynchronizer(
@@ -28,14 +26,17 @@ class SampleBufferRenderSynchronizer final : public RenderSynchronizer {
         std::unique_ptr<WakeTimer> timer = WakeTimer::makeThread());
     ~SampleBufferRenderSynchronizer() override;
 
-    /// How long the clock stands waiting for a master's device before it runs without it. Devices
-    /// that wake from sleep, and sinks that have rendered silence ahead, take up to two seconds.
-    static constexpr HostDuration kStartTimeout = std::chrono::milliseconds(2500);
+    /// How long the clock waits for a master's device. A running device takes about 10 ms. A device
+    /// that wakes from sleep, a sink that has rendered silence ahead and a wireless sink take up to
+    /// two seconds: with a picture on screen the clock starts without them and the sound joins;
+    /// without a picture it waits, so that no sound is lost.
+    static constexpr HostDuration kStartTimeout = std::chrono::milliseconds(40);
+    static constexpr HostDuration kSoundOnlyStartTimeout = std::chrono::milliseconds(2500);
 
-    /// Of all renderers, the first that is also a TimelineMaster moves the clock.
+    /// The first renderer that is also a TimelineMaster moves the clock.
     void addRenderer(std::shared_ptr<SynchronizedRenderer> renderer) override;
     float rate() const override;
-    /// Rates below zero, and NaN, count as zero: nothing here plays backwards.
+    /// Negative rates and NaN count as 0.
     void setRate(float rate) override;
     void setRate(float rate, const CMTime& time) override;
     CMTime currentTime() const override;

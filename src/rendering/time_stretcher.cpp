@@ -70,7 +70,7 @@ class TimeStretcher::Engine {
     RubberBandStretcher stretcher_;
     std::vector<std::vector<float>> planes_;
     std::vector<float*> pointers_;
-    /// Output frames that still belong to the time before the first input frame.
+    /// Output frames before the first input frame that are still to be dropped.
     std::size_t frameDelay_ = 0;
     std::vector<float> pending_;
 };

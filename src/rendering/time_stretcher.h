@@ -8,18 +8,17 @@
 
 namespace zelvane {
 
-/// Plays sound faster or slower at its own pitch: Rubber Band's finer engine, with what it needs
-/// before the first frame and what it delays taken off, so that output frame k is input frame
-/// k * rate. One thread at a time.
+/// Plays sound faster or slower at its own pitch, by Rubber Band's finer engine. Its start padding
+/// and its delay are removed, so that output frame k is input frame k * rate. One thread at a time.
 class TimeStretcher {
   public:
-    /// Rates are kept within 1/16 and 16, beyond which nothing is left to hear.
+    /// Rates are limited to 1/16 and 16.
     TimeStretcher(int sampleRate, int channelCount, double rate);
     ~TimeStretcher();
     TimeStretcher(const TimeStretcher&) = delete;
     TimeStretcher& operator=(const TimeStretcher&) = delete;
 
-    /// Takes whole interleaved frames and appends to `output` what has come through.
+    /// Processes whole interleaved frames and appends the result to `output`.
     void process(std::span<const float> interleaved, std::vector<float>& output);
 
   private:

@@ -3,44 +3,44 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "foundation/cm_time.h"
 #include "foundation/host_clock.h"
 
 namespace zelvane {
 
-/// What the clock is about to do.
+/// The next state of the clock.
 struct TimelineRequest {
-    /// Counts the changes; answers to an older one are ignored.
+    /// The number of the change; calls that name an older one are ignored.
     std::uint64_t generation = 0;
     CMTime time = kCMTimeZero;
-    /// 0 stands still.
+    /// 0 when the clock is to stop.
     double rate = 0;
-    /// The clock may stand at `time` until begin(); otherwise it is running already.
-    bool mayWait = false;
+    /// The clock waits at `time` for begin(), until this moment; none: it does not wait.
+    std::optional<HostTime> startsBy;
 };
 
-/// The clock as its master moves it. Any thread, but not from within TimelineMaster's own call.
+/// What a master can do to the clock. Any thread, but not within a call of TimelineMaster.
 class TimelineControl {
   public:
     virtual ~TimelineControl() = default;
-    /// Lets a waiting clock run, with the requested time at `startsAt`, which may lie a little in
-    /// the past or in the future.
+    /// Starts a waiting clock: it shows the requested time at `startsAt`, which may be some
+    /// milliseconds in the past or in the future.
     virtual void begin(std::uint64_t generation, HostTime startsAt) = 0;
-    /// From now on the running clock moves by `slope` seconds a second: no jump, only another
-    /// speed.
+    /// Changes the speed of the running clock to `slope` seconds per second, without a jump.
     virtual void steer(std::uint64_t generation, double slope) = 0;
 };
 
-/// A renderer whose device has a clock of its own, which people hear; the synchronizer follows it.
-/// There is one at most: the first that is attached.
+/// A renderer whose device has its own clock, which the synchronizer follows. A synchronizer has at
+/// most one: the first that is attached.
 class TimelineMaster {
   public:
     virtual ~TimelineMaster() = default;
-    /// Called once, before any request. `control` may be gone later.
+    /// Called once, before any request. `control` may expire.
     virtual void setTimelineControl(std::weak_ptr<TimelineControl> control) = 0;
-    /// Told of every change of rate or time before the renderers are. True: the master calls
-    /// begin() once its device runs. The synchronizer does not wait for ever.
+    /// Called for every change of rate or time, before the renderers are. When the master returns
+    /// true it calls begin() when its device runs, at `startsBy` at the latest.
     virtual bool timelineWillChange(const TimelineRequest& request) = 0;
 };
 

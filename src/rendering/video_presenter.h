@@ -9,7 +9,7 @@
 
 namespace zelvane {
 
-/// A picture and how it lies on the surface.
+/// A picture and its place on the surface.
 struct PresentedFrame {
     CVPixelBufferRef pixelBuffer;
     /// The picture in square pixels at the origin, before its transform.
@@ -18,24 +18,24 @@ struct PresentedFrame {
     CGAffineTransform transform;
 };
 
-/// Draws one frame at a time on one surface, as large as the picture's shape allows, black around
-/// it. Called by the display layer that owns the schedule, on the layer's own thread; a presenter
-/// moves the work to its surface's thread itself, and stays silent once its surface has gone.
+/// Draws one frame at a time on one surface, as large as the picture's shape allows, with black
+/// around it. Called on the thread of the display layer; a presenter passes the work on to the
+/// thread of its surface, and does nothing after the surface is gone.
 class VideoPresenter {
   public:
-    /// Told once, on any thread, when the frame has been handed to the screen.
+    /// Called once, on any thread, when the frame was passed to the screen.
     using ShownHandler = std::function<void(HostTime shownAt)>;
 
     virtual ~VideoPresenter() = default;
 
-    /// A hint that this frame comes next: whatever is slow (conversion, upload) is better done now.
+    /// A hint that this frame is the next one: slow work (conversion, upload) can be done now.
     virtual void prepare(const PresentedFrame& frame) = 0;
-    /// Replaces the picture on the surface. `shown` is dropped unheard when a newer picture
-    /// replaces this one before it was drawn.
+    /// Replaces the picture on the surface. `shown` is not called when a newer picture replaces
+    /// this one before it was drawn.
     virtual void present(const PresentedFrame& frame, ShownHandler shown) = 0;
-    /// Black.
+    /// Makes the surface black.
     virtual void removeImage() = 0;
-    /// How long it takes, at present, from present() to the screen.
+    /// The current delay from present() to the screen.
     virtual HostDuration presentationDelay() const = 0;
 };
 

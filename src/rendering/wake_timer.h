@@ -8,15 +8,15 @@
 
 namespace zelvane {
 
-/// One alarm that can be moved: the seam between the clock's rules and real waiting.
+/// Interface of a timer with one alarm; tests ring it by hand.
 class WakeTimer {
   public:
     virtual ~WakeTimer() = default;
-    /// Called once, before the first wakeAt. After the timer's destruction the handler is not
-    /// running and is never called again.
+    /// To be called once, before the first wakeAt(). The destructor waits for a running call of the
+    /// handler; no call follows.
     virtual void setHandler(std::function<void()> handler) = 0;
-    /// Calls the handler once, on a thread of the timer, at or after `when`; replaces the alarm
-    /// that was set before. HostTime::max() is never.
+    /// Calls the handler once, on a thread of the timer, at or after `when`. Replaces the alarm
+    /// that was set before. HostTime::max() means never.
     virtual void wakeAt(HostTime when) = 0;
 
     /// A thread that sleeps on CLOCK_MONOTONIC. Must not be destroyed by its own handler.

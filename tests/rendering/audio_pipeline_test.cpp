@@ -6,6 +6,7 @@
 #include "rendering/linear_clock_estimate.h"
 #include "rendering/null_audio_output.h"
 #include "tests/rendering/rendering_fakes.h"
+#include "tests/support/case_name.h"
 #include "tests/support/log_capture.h"
 
 namespace zelvane {
@@ -65,7 +66,7 @@ INSTANTIATE_TEST_SUITE_P(
                     QueueCase{"overlap", {{0, 100}, {0.05, 100}}, 0, {150}},
                     QueueCase{"insideAnother", {{0, 100}, {0.02, 10}, {0.1, 10}}, 0, {110}},
                     QueueCase{"allBehind", {{0, 100}}, 0.1, {}}),
-    [](const auto& test) { return std::string(test.param.name); });
+    test::caseName);
 
 TEST(AudioQueueRules, whatHasNoTimeOrNoSamplesIsRefused) {
     AudioQueue queue;
@@ -144,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(rates, Chain,
                                          ChainCase{"from8000", 8000, 1, kSpectral, 1},
                                          ChainCase{"double", 44100, 2, kSpectral, 240},
                                          ChainCase{"varispeed", 44100, 1.25, kVarispeed, 2}),
-                         [](const auto& test) { return std::string(test.param.name); });
+                         test::caseName);
 
 TEST(AudioChain, surroundIsMixedToTheDeviceWithoutClipping) {
     AudioQueue queue;

@@ -47,7 +47,7 @@ class Synchronizer : public testing::Test {
     SampleBufferRenderSynchronizer synchronizer_{time_.clock(), time_.makeTimer()};
 };
 
-TEST_F(Synchronizer, timeRunsStandsAndJumps) {
+TEST_F(Synchronizer, timeRunsStopsAndJumps) {
     synchronizer_.setRate(0, CMTime(7, 1));
     time_.advance(3s);
     EXPECT_EQ(now(), 7);
@@ -67,7 +67,7 @@ TEST_F(Synchronizer, timeRunsStandsAndJumps) {
     }
 }
 
-TEST_F(Synchronizer, everyRendererSeesEachChangeInOrder) {
+TEST_F(Synchronizer, everyRendererIsCalledForEachChangeInOrder) {
     const auto renderer = std::make_shared<RecordingRenderer>();
     synchronizer_.setRate(0, CMTime(1, 1));
     synchronizer_.addRenderer(renderer);
@@ -93,32 +93,32 @@ TEST_F(Synchronizer, theNotificationFollowsEachChangeOfRateOnly) {
     EXPECT_EQ(rates, (std::vector{1.5F, 0.0F}));
 }
 
-TEST_F(Synchronizer, theClockWaitsForAMasterThatStartsIt) {
+TEST_F(Synchronizer, theClockWaitsForAMaster) {
     const auto master = std::make_shared<FakeMaster>();
     synchronizer_.addRenderer(master);
     synchronizer_.setRate(2, CMTime(5, 1));
     time_.advance(40ms);
     EXPECT_EQ(now(), 5);
-    EXPECT_EQ(synchronizer_.rate(), 2) << "the rate that was asked for";
+    EXPECT_EQ(synchronizer_.rate(), 2) << "the rate that was set";
     const auto generation = master->requests.back().generation;
     master->control.lock()->begin(generation - 1, time_.now());
-    EXPECT_EQ(master->anchors.back().rate, 0) << "an answer to an older request counts for nothing";
+    EXPECT_EQ(master->anchors.back().rate, 0) << "a call for an older request is ignored";
     master->control.lock()->begin(generation, time_.now() - 10ms);
     EXPECT_NEAR(now(), 5.02, 1e-9);
     EXPECT_EQ(master->changes.back(), Change::rate);
 }
 
-TEST_F(Synchronizer, aMasterThatNeverStartsIsNotWaitedForLong) {
+TEST_F(Synchronizer, theWaitForAMasterEnds) {
     const auto master = std::make_shared<FakeMaster>();
     synchronizer_.addRenderer(master);
     synchronizer_.setRate(1, kCMTimeZero);
-    time_.advance(SampleBufferRenderSynchronizer::kStartTimeout + 2s);
+    time_.advance(SampleBufferRenderSynchronizer::kSoundOnlyStartTimeout + 2s);
     EXPECT_DOUBLE_EQ(now(), 2);
     master->control.lock()->begin(master->requests.back().generation, time_.now());
     EXPECT_DOUBLE_EQ(now(), 2);
 }
 
-TEST_F(Synchronizer, steeringChangesThePaceAndNeverTheTime) {
+TEST_F(Synchronizer, steeringChangesTheRateAndNotTheTime) {
     const auto master = std::make_shared<FakeMaster>();
     master->answers = false;
     synchronizer_.addRenderer(master);
@@ -133,7 +133,7 @@ TEST_F(Synchronizer, steeringChangesThePaceAndNeverTheTime) {
     synchronizer_.setRate(0);
     master->control.lock()->steer(master->requests.back().generation, 1);
     time_.advance(1s);
-    EXPECT_DOUBLE_EQ(now(), 1.99) << "standing time is not steered";
+    EXPECT_DOUBLE_EQ(now(), 1.99) << "a stopped clock is not steered";
 }
 
 TEST_F(Synchronizer, observersRunOnTheirQueuesAtTheirTimes) {
@@ -153,27 +153,20 @@ TEST_F(Synchronizer, observersRunOnTheirQueuesAtTheirTimes) {
     EXPECT_NEAR(periods[1], 0.5, 1e-6);
 }
 
-TEST_F(Synchronizer, anObserverAddedBehindTheClockIsNotFired) {
+TEST_F(Synchronizer, lateAndRemovedObserversAreNotCalled) {
+    int calls = 0;
+    const auto add = [&](const CMTime& time) {
+        return synchronizer_.addBoundaryTimeObserver({time}, queue_, [&] { ++calls; });
+    };
     synchronizer_.setRate(1, kCMTimeZero);
     time_.advance(2s);
-    int crossed = 0;
-    const auto late =
-        synchronizer_.addBoundaryTimeObserver({CMTime(1, 1)}, queue_, [&] { ++crossed; });
+    const auto late = add(CMTime(1, 1));
+    const auto removed = add(CMTime(3, 1));
     time_.advance(2s);
+    synchronizer_.removeTimeObserver(removed);
+    synchronizer_.removeTimeObserver(removed);
     queue_->runPending();
-    EXPECT_EQ(crossed, 0);
-}
-
-TEST_F(Synchronizer, aRemovedObserverIsNotCalledEvenIfItsCallWaits) {
-    int crossed = 0;
-    synchronizer_.setRate(1, kCMTimeZero);
-    const auto boundary =
-        synchronizer_.addBoundaryTimeObserver({CMTime(1, 1)}, queue_, [&] { ++crossed; });
-    time_.advance(2s);
-    synchronizer_.removeTimeObserver(boundary);
-    synchronizer_.removeTimeObserver(boundary);
-    queue_->runPending();
-    EXPECT_EQ(crossed, 0);
+    EXPECT_EQ(calls, 0) << "also not a call that waited";
 }
 
 TEST(SynchronizerThreads, realTimeFiresNearItsTime) {
@@ -187,10 +180,10 @@ TEST(SynchronizerThreads, realTimeFiresNearItsTime) {
     ASSERT_EQ(result.wait_for(5s), std::future_status::ready);
     const double at = result.get();
     EXPECT_GE(at, 0.05);
-    EXPECT_LT(at, 0.55) << "late by more than a busy machine explains";
+    EXPECT_LT(at, 0.55) << "too late even for a busy machine";
 }
 
-TEST(SynchronizerThreads, callsFromAllSidesKeepTheClockWhole) {
+TEST(SynchronizerThreads, concurrentCallsKeepTheClockConsistent) {
     SampleBufferRenderSynchronizer synchronizer;
     const auto queue = dispatch::makeSerialQueue("observer");
     const auto renderer = std::make_shared<RecordingRenderer>();
@@ -217,7 +210,7 @@ TEST(SynchronizerThreads, callsFromAllSidesKeepTheClockWhole) {
     }
     queue->sync([] {});
     EXPECT_EQ(renderer->anchors.size(), 801U);
-    EXPECT_GE(fired, 800) << "each change is told to a periodic observer";
+    EXPECT_GE(fired, 800) << "a periodic observer is called for each change";
 }
 
 } // namespace

@@ -8,18 +8,19 @@
 #include <gtest/gtest.h>
 
 #include "tests/rendering/rendering_fakes.h"
+#include "tests/support/case_name.h"
 
 namespace zelvane {
 namespace {
 
 using test::ms;
 
-/// Plays a line of time and writes down what comes of it. Words, times in milliseconds:
-/// "+40" a frame at 40 that lasts 40, "+40/20" one that lasts 20, "+40/-" one of unknown duration,
-/// "@50" the clock stands at 50, ">50" it runs and is at 50, "flush" and "clear".
-/// The answer has a word for each deadline: "40" the frame at 40 is shown anew, "." nothing
-/// changes, "40-2" it is shown and two frames are dropped, ".-1" one is dropped and nothing else
-/// changes.
+/// Plays a time line and returns the results. Words, times in milliseconds: "+40" adds a frame at
+/// 40 that lasts 40, "+40/20" one that lasts 20, "+40/-" one of unknown duration, "+-" one without
+/// a time;
+/// "@50" is a deadline with the clock stopped at 50, ">50" with the clock running; "flush" and
+/// "clear". The result has a word for each deadline: "40" the frame at 40 is now shown, "." no
+/// change, "40-2" it is shown and two frames are dropped, ".-1" one is dropped.
 class TimeLine {
   public:
     std::string play(const std::string& line) {
@@ -28,7 +29,7 @@ class TimeLine {
         while (words >> word) {
             playWord(word);
         }
-        return answer_;
+        return results_;
     }
 
   private:
@@ -51,7 +52,8 @@ class TimeLine {
             const auto text = frame.substr(slash + 1);
             duration = text == "-" ? kCMTimeInvalid : ms(std::stoll(text));
         }
-        schedule_.add({ms(std::stoll(frame.substr(0, slash))), duration, 1, nullptr});
+        const auto time = frame == "-" ? kCMTimeInvalid : ms(std::stoll(frame.substr(0, slash)));
+        schedule_.add({time, duration, 1, nullptr});
     }
 
     void note(const FrameSchedule::Choice& choice) {
@@ -64,80 +66,64 @@ class TimeLine {
         if (choice.dropped > 0) {
             word += "-" + std::to_string(choice.dropped);
         }
-        answer_ += (answer_.empty() ? "" : " ") + word;
+        results_ += (results_.empty() ? "" : " ") + word;
     }
 
     FrameSchedule schedule_;
-    std::string answer_;
+    std::string results_;
 };
 
 struct Case {
-    const char* rule;
+    const char* name;
     const char* line;
-    const char* answer;
+    const char* results;
 };
-
-std::string ruleOf(const testing::TestParamInfo<Case>& info) {
-    return info.param.rule;
-}
 
 class FrameScheduleRules : public testing::TestWithParam<Case> {};
 
 TEST_P(FrameScheduleRules, hold) {
-    EXPECT_EQ(TimeLine().play(GetParam().line), GetParam().answer);
+    EXPECT_EQ(TimeLine().play(GetParam().line), GetParam().results);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Running, FrameScheduleRules,
     testing::Values(
-        Case{"eachFrameIsShownWhenItsTimeComes", "+0 +40 +80 >0 >39 >40 >79 >80 >500",
-             "0 . 40 . 80 ."},
+        Case{"eachFrameIsShownAtItsTime", "+0 +40 +80 >0 >39 >40 >79 >80 >500", "0 . 40 . 80 ."},
         Case{"aFrameIsNotShownBeforeItsTime", "+40 >0 >39 >40", ". . 40"},
         Case{"theNewestDueFrameOvertakesOlderOnes", "+0 +40 +80 +120 >0 >130", "0 120-2"},
         Case{"aLateFrameIsShownWhenNothingNewerIsDue", "+0 >0 >90 +40 >100", "0 . 40"},
-        Case{"framesAreOrderedByTimeWhateverTheirOrderOfComing", "+80 +0 +40 >0 >40 >80",
-             "0 40 80"},
+        Case{"framesAreOrderedByTime", "+80 +0 +40 >0 >40 >80", "0 40 80"},
         Case{"aFrameOlderThanTheShownOneIsDropped", "+0 +80 >0 >80 +40 >90 >100", "0 80 .-1 ."},
         Case{"ofTwoFramesAtATimeTheLaterOneWins", "+0 +0 >0", "0-1"},
-        Case{"timeThatStepsBackALittleKeepsTheFrame", "+0 +40 +80 >40 >39 >80", "40-1 . 80"},
-        Case{"aFlushKeepsTheImageAndGoesOn", "+0 +40 >0 flush >40 +200 >41 >200", "0 . . 200"},
+        Case{"aSmallStepBackKeepsTheFrame", "+0 +40 +80 >40 >39 >80", "40-1 . 80"},
+        Case{"aFlushKeepsTheImage", "+0 +40 >0 flush >40 +200 >41 >200", "0 . . 200"},
+        Case{"aFrameWithoutATimeIsIgnored", "+- @0 >0 +40 >40", ". . 40"},
         Case{"afterAFlushAnOlderFrameMayBeShown", "+500 >500 flush +0 +40 >45", "500 40-1"}),
-    ruleOf);
+    test::caseName);
 
 INSTANTIATE_TEST_SUITE_P(
-    Standing, FrameScheduleRules,
+    Stopped, FrameScheduleRules,
     testing::Values(
         Case{"theFirstFrameAfterAFlushIsShownAtOnce", "@0 +83 @0 +123 @0 @0", ". 83 . ."},
-        Case{"theFrameThatAnswersASeekIsShownThoughTheClockHasJumpedOn",
+        Case{"theResultOfASeekIsShownThoughTheClockHasMovedOn",
              "+0 @0 @5000 flush +1000 @5000 @6000 +1040 +1080 @6000", "0 . 1000 . ."},
         Case{"aJumpShowsNothingOfTheOldPositionBeforeTheFlush",
              "+0 +40 +80 >0 @5000 +120 @5000 flush @5000 +5000 @5000", "0 . . . 5000"},
         Case{"aJumpWithinTheQueueShowsTheFrameThere", "+0 +40 +80 >0 @90", "0 80"},
         Case{"aBackwardJumpKeepsTheImageUntilTheFlush", "+1000 +1040 >1000 @0 flush +0 @0",
              "1000 . 0"},
-        Case{"aPinAtTheEndKeepsTheLastFrame", "+0 +40 >0 @80", "0 40"},
+        Case{"aClockAtTheEndShowsTheLastFrame", "+0 +40 >0 @80", "0 40"},
         Case{"ofFramesBeforeTheTargetTheOneThatCoversItIsShown", "+960 @1000 +1000 @1000",
              "960 1000"},
-        Case{"aFrameOlderThanTheShownOneStaysBehindIt", "+0 +80 >0 >80 @90 +60 @90", "0 80 . ."},
+        Case{"aFrameOlderThanTheShownOneIsNotShown", "+0 +80 >0 >80 @90 +60 @90", "0 80 . ."},
         Case{"aPauseKeepsTheQueue", "+0 +40 +80 >0 @10 @10 >40 >80", "0 . . 40 80"},
-        Case{"whatWasShownAheadIsNotShownAgainWhenItsTimeComes", "+83 @0 +123 >83 >123",
-             "83 . 123"},
+        Case{"aFrameShownEarlyIsNotShownAgainAtItsTime", "+83 @0 +123 >83 >123", "83 . 123"},
         Case{"aFrameWithoutDurationLastsUntilTheNext", "+0 @0 +500/- +900/- @700", "0 500"},
-        Case{"anEndlessLastFrameDoesNotAnswerAJump", "+0 @0 +40/- @5000 >5000", "0 . 40"},
+        Case{"aLastFrameWithoutDurationIsNotShownForAJump", "+0 @0 +40/- @5000 >5000", "0 . 40"},
         Case{"aClearedImageIsNotShownAgain", "+0 @0 clear @0 +0 @0", "0 . 0"}),
-    ruleOf);
+    test::caseName);
 
-TEST(FrameSchedule, clearForgetsTheImageAndFlushKeepsIt) {
-    FrameSchedule schedule;
-    schedule.add({ms(0), ms(40), 1, nullptr});
-    schedule.advance({ms(0), false});
-    schedule.flush();
-    ASSERT_TRUE(schedule.shown());
-    schedule.clear();
-    EXPECT_FALSE(schedule.shown());
-}
-
-/// How many frames go in until the schedule wants no more.
+/// The number of frames that can be added until the schedule is full.
 std::size_t roomFor(FrameSchedule& schedule, std::size_t bytes, const CMTime& duration) {
     std::size_t count = 0;
     while (schedule.isReadyForMore() && count < 1000) {
@@ -146,7 +132,7 @@ std::size_t roomFor(FrameSchedule& schedule, std::size_t bytes, const CMTime& du
     return count;
 }
 
-TEST(FrameSchedule, isFullByCountBytesOrSpanButNeverBelowAHandful) {
+TEST(FrameSchedule, isFullByCountBytesOrSpanButNotBelowTheMinimum) {
     const FrameSchedule::Limits limits{10, 1000, CMTime(1, 1), 3};
     const auto room = [&](std::size_t bytes, const CMTime& duration) {
         FrameSchedule schedule(limits);
@@ -159,7 +145,7 @@ TEST(FrameSchedule, isFullByCountBytesOrSpanButNeverBelowAHandful) {
     EXPECT_EQ(room(1, ms(5000)), 3U);
 }
 
-TEST(FrameSchedule, hasRoomAgainOnceFramesAreShownOrFlushed) {
+TEST(FrameSchedule, hasRoomAgainWhenFramesAreShownOrFlushed) {
     FrameSchedule schedule({4, 400, CMTime(1, 1), 2});
     ASSERT_EQ(roomFor(schedule, 100, ms(40)), 4U);
     schedule.advance({ms(0), true});
@@ -168,14 +154,6 @@ TEST(FrameSchedule, hasRoomAgainOnceFramesAreShownOrFlushed) {
     ASSERT_FALSE(schedule.isReadyForMore());
     schedule.flush();
     EXPECT_EQ(roomFor(schedule, 100, ms(40)), 4U);
-}
-
-TEST(FrameSchedule, aFrameWithoutATimeIsNotTaken) {
-    FrameSchedule schedule;
-    schedule.add({kCMTimeInvalid, ms(40), 1, nullptr});
-    schedule.add({kCMTimePositiveInfinity, ms(40), 1, nullptr});
-    EXPECT_EQ(schedule.next(), nullptr);
-    EXPECT_FALSE(schedule.advance({ms(0), false}).shownChanged);
 }
 
 } // namespace

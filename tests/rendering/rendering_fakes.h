@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstring>
 #include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -21,7 +23,7 @@ constexpr CMTime ms(std::int64_t milliseconds) {
     return {milliseconds, 1000};
 }
 
-/// The monotonic clock and all timers on it, cranked by hand.
+/// A monotonic clock and its timers, advanced by the test.
 class FakeTime {
   public:
     class Clock final : public HostClock {
@@ -34,18 +36,11 @@ class FakeTime {
     HostTime now() const { return clock_->now(); }
     std::unique_ptr<WakeTimer> makeTimer() { return std::make_unique<Timer>(alarms_); }
 
-    /// Goes on by `duration`, stopping at each alarm to ring it. `afterAlarm` runs after each.
+    /// Advances by `duration` and rings each alarm at its time. `afterAlarm` runs after each.
     void advance(
         HostDuration duration, const std::function<void()>& afterAlarm = [] {}) {
         const HostTime end = now() + duration;
-        while (true) {
-            const auto next = nextAlarm();
-            if (next == alarms_->end() || next->second.when > end) {
-                break;
-            }
-            clock_->now_ = std::max(now(), next->second.when).count();
-            next->second.when = HostTime::max();
-            const auto handler = next->second.handler;
+        while (const auto handler = passToAlarm(end)) {
             handler();
             afterAlarm();
         }
@@ -57,38 +52,52 @@ class FakeTime {
         HostTime when = HostTime::max();
         std::function<void()> handler;
     };
-    using Alarms = std::map<const void*, Alarm>;
+    /// Timers set their alarms on any thread.
+    struct Alarms {
+        std::mutex mutex;
+        std::map<const void*, Alarm> byTimer;
+    };
     class Timer final : public WakeTimer {
       public:
         explicit Timer(std::shared_ptr<Alarms> alarms) : alarms_(std::move(alarms)) {}
-        ~Timer() override { alarms_->erase(this); }
-        void setHandler(std::function<void()> handler) override {
-            (*alarms_)[this].handler = std::move(handler);
+        ~Timer() override {
+            const std::lock_guard lock(alarms_->mutex);
+            alarms_->byTimer.erase(this);
         }
-        void wakeAt(HostTime when) override { (*alarms_)[this].when = when; }
+        void setHandler(std::function<void()> handler) override {
+            const std::lock_guard lock(alarms_->mutex);
+            alarms_->byTimer[this].handler = std::move(handler);
+        }
+        void wakeAt(HostTime when) override {
+            const std::lock_guard lock(alarms_->mutex);
+            alarms_->byTimer[this].when = when;
+        }
 
       private:
         std::shared_ptr<Alarms> alarms_;
     };
 
-    Alarms::iterator nextAlarm() {
-        auto nearest = alarms_->end();
-        for (auto alarm = alarms_->begin(); alarm != alarms_->end(); ++alarm) {
-            const bool isNearer =
-                nearest == alarms_->end() || alarm->second.when < nearest->second.when;
-            if (alarm->second.when != HostTime::max() && isNearer) {
-                nearest = alarm;
-            }
+    /// Moves the clock to the first alarm until `end` and returns its handler, or null if there is
+    /// none.
+    std::function<void()> passToAlarm(HostTime end) {
+        const std::lock_guard lock(alarms_->mutex);
+        const auto first = std::min_element(
+            alarms_->byTimer.begin(), alarms_->byTimer.end(),
+            [](const auto& a, const auto& b) { return a.second.when < b.second.when; });
+        if (first == alarms_->byTimer.end() || first->second.when == HostTime::max() ||
+            first->second.when > end) {
+            return nullptr;
         }
-        return nearest;
+        clock_->now_ = std::max(now(), std::exchange(first->second.when, HostTime::max())).count();
+        return first->second.handler;
     }
 
     std::shared_ptr<Clock> clock_ = std::make_shared<Clock>();
     std::shared_ptr<Alarms> alarms_ = std::make_shared<Alarms>();
 };
 
-/// A device on fake time that keeps what it plays, each frame with the time at which it is heard.
-/// It has a delay from start to the first frame, a clock that may be off, and faults on demand.
+/// A device on fake time that records each frame with the time at which it is heard. It has a delay
+/// from start to the first frame, a clock that may be inexact, and faults on demand.
 class RecordingOutput final : public AudioOutput {
   public:
     struct Heard {
@@ -101,12 +110,15 @@ class RecordingOutput final : public AudioOutput {
         State state = State::ready;
         AudioOutputFormat format;
         HostDuration startDelay = std::chrono::milliseconds(8);
-        /// Device seconds a host second.
+        /// Whether the position is known before the first frame is heard.
+        bool reportsDelay = false;
+        /// Device seconds per host second.
         double speed = 1;
         double bufferSeconds = 0.2;
         bool isStarted = false;
         int starts = 0;
         std::optional<std::string> device;
+        AudioVolume volume;
         EventHandler handler;
     };
 
@@ -117,6 +129,9 @@ class RecordingOutput final : public AudioOutput {
 
     void open(EventHandler handler) override { record_->handler = std::move(handler); }
     void setDevice(std::optional<std::string> uniqueID) override { record_->device = uniqueID; }
+    AudioVolume volume() const override { return record_->volume; }
+    void setVolumeLevel(float level) override { record_->volume.level = level; }
+    void setMuted(bool isMuted) override { record_->volume.isMuted = isMuted; }
     State state() const override { return record_->state; }
     AudioOutputFormat format() const override { return record_->format; }
     std::size_t writableFrames() const override {
@@ -148,10 +163,11 @@ class RecordingOutput final : public AudioOutput {
         startedAt_ = clock_->now() + record_->startDelay;
     }
     std::optional<AudioOutputPosition> position() const override {
-        if (!record_->isStarted || played() <= 0) {
+        if (!record_->isStarted || (played() <= 0 && !record_->reportsDelay)) {
             return std::nullopt;
         }
-        return AudioOutputPosition{played(), clock_->now()};
+        const std::chrono::duration<double> elapsed = clock_->now() - startedAt_;
+        return AudioOutputPosition{elapsed.count() * rate() * record_->speed, clock_->now()};
     }
 
   private:
@@ -167,7 +183,7 @@ class RecordingOutput final : public AudioOutput {
         const std::chrono::duration<double> elapsed = clock_->now() - startedAt_;
         return std::max(0.0, elapsed.count() * rate() * record_->speed);
     }
-    /// Notes what was played up to now.
+    /// Records the frames that were played up to now.
     void hear() {
         const auto end = static_cast<std::size_t>(std::min(played(), written()));
         for (; heardFrames_ < end; ++heardFrames_) {
@@ -207,8 +223,7 @@ makeAudioBuffer(const CMTime& time, std::int64_t frames,
         channels * static_cast<std::uint32_t>(sizeof(float));
     description.mFramesPerPacket = 1;
     description.mBitsPerChannel = 32;
-    CMFormatDescriptionRef format;
-    CMFormatDescription::createForAudio({description, tag, {}}, format);
+    const auto format = CMFormatDescription::ofAudio({description, tag, {}});
 
     auto data = std::make_shared<std::vector<float>>();
     for (std::int64_t frame = 0; frame < frames; ++frame) {
@@ -218,10 +233,9 @@ makeAudioBuffer(const CMTime& time, std::int64_t frames,
     block->appendMemoryBlock(
         {reinterpret_cast<const std::uint8_t*>(data->data()), data->size() * sizeof(float)},
         [data] {});
-    CMSampleBufferRef buffer;
-    CMSampleBuffer::create(block, format, frames, {CMTime(1, sampleRate), time, kCMTimeInvalid},
-                           description.mBytesPerFrame, buffer);
-    return buffer;
+    return CMSampleBuffer::ofAudio(block, format, frames,
+                                   {CMTime(1, sampleRate), time, kCMTimeInvalid},
+                                   description.mBytesPerFrame);
 }
 
 } // namespace zelvane::test
