@@ -117,7 +117,7 @@ TEST(ASSStyleMap, alignmentIsTheColumnOfTheNumberPad) {
     }
 }
 
-TEST(ASSStyleMap, sizesThatSayNothingScaleByThePersonsStyle) {
+TEST(ASSStyleMap, unusableSizesScaleByTheUsersStyle) {
     const std::vector<ASSScriptInfoRecord> infos{{{}, {}, 384, 288, 0}, {{}, {}, 640, 0, 0}, {}};
     for (const ASSScriptInfoRecord& info : infos) {
         EXPECT_EQ(styleOf(record("a"), originalContainerSize(info))
@@ -177,7 +177,7 @@ class ASSDecoderTest : public testing::Test {
     LogCapture log_;
 };
 
-TEST_F(ASSDecoderTest, runsBearWhatTheTagsBeforeThemAskFor) {
+TEST_F(ASSDecoderTest, tagsChangeTheAttributesOfTheRunsAfterThem) {
     const Font font = *last("x").font;
     const auto italic = decode(R"({\i1}a{\i0}b)").formattedText;
     ASSERT_EQ(italic->runs().size(), 2U);
@@ -235,7 +235,7 @@ TEST_F(ASSDecoderTest, runsBearWhatTheTagsBeforeThemAskFor) {
     EXPECT_EQ(decode(R"({\an7\rLoud}x)").style, decode("x").style);
 }
 
-TEST_F(ASSDecoderTest, aFontNameThatIsInstalledIsTaken) {
+TEST_F(ASSDecoderTest, anInstalledFontIsUsed) {
     const auto installed = FontCatalog::shared().font("DejaVu Sans Mono", 20);
     if (!installed) {
         GTEST_SKIP() << "SKIPPED: DejaVu Sans Mono is not installed";
@@ -258,7 +258,7 @@ TEST_F(ASSDecoderTest, theLinesStyleAndMarginsMakeItsStyle) {
     EXPECT_EQ(line.formattedText->text(), "");
 }
 
-TEST_F(ASSDecoderTest, malformedBlocksLoseTheLineAndBadBytesTheirRun) {
+TEST_F(ASSDecoderTest, aMalformedBlockFailsTheLineAndInvalidBytesTheirRun) {
     for (const char* text : {R"({\b1)", R"(x{\b1 y}z)", R"({\b100}x)", R"({\)"}) {
         try {
             decode(text);
@@ -275,7 +275,7 @@ TEST_F(ASSDecoderTest, malformedBlocksLoseTheLineAndBadBytesTheirRun) {
               1U);
 }
 
-TEST_F(ASSDecoderTest, thePersonsStyleLeavesTheFileItsBasicAttributes) {
+TEST_F(ASSDecoderTest, theUsersStyleKeepsTheBasicAttributesOfTheFile) {
     styling_->isInForce = true;
     const auto loud = decode(R"({\fs80\c&H00FF00&\alpha&HFF&\3c&HFF&\fnDejaVu Sans\u1}x)", "Loud");
     StringAttributes expected = styling_->style.textAttributes.underlyingTextAttributes;
@@ -291,7 +291,7 @@ TEST_F(ASSDecoderTest, thePersonsStyleLeavesTheFileItsBasicAttributes) {
     EXPECT_EQ(last(R"({\i1\rLoud}x)"), expected);
 }
 
-TEST_F(ASSDecoderTest, aChangeOfThePersonsStyleReachesTheNextLine) {
+TEST_F(ASSDecoderTest, aChangeOfTheUsersStyleAppliesToTheNextLine) {
     EXPECT_NE(last("x").font->familyName, "User Sans");
     styling_->isInForce = true;
     styling_->notify();
@@ -342,7 +342,7 @@ TEST_F(ASSDecoderTest, stylesMayChangeWhileLinesAreDecoded) {
     EXPECT_GE(changes.get(), 1);
 }
 
-TEST_F(ASSDecoderTest, endlessChangesOfLooksCostBoundedMemory) {
+TEST_F(ASSDecoderTest, manyRunsTakeBoundedMemory) {
     std::string text;
     for (int i = 0; i < 50000; ++i) {
         text += i % 2 == 0 ? "{\\b1}x" : "{\\b0}y";

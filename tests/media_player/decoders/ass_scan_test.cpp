@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What the scanner of override codes and the converters of fields make of their input, held against
-// the C library's sscanf with the patterns that define them.
+// Compares the scanner of override codes and the converters of fields with the C library's sscanf
+// and the patterns that define them.
 
 #include <array>
 #include <cstdio>
@@ -19,7 +19,7 @@
 namespace zelvane {
 namespace {
 
-/// Writes down what is reported, as "name(values)".
+/// Records the callbacks, as "name(values)".
 class Recorder final : public ASSOverrideCallbacks {
   public:
     std::string events;

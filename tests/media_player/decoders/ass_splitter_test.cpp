@@ -46,11 +46,11 @@ TEST(ASSSplitter, makesRecordsOfTheLinesThatItKnows) {
         {"[Script Info]\nPlayResX: 640\r\nPlayResY:480\n", "640x480"},
         {"[Script Info]\n; PlayResX: 1\n!: PlayResX: 2\nPlayResX: x\nUnknown: 3\n\nPlayResY\n:5\n",
          "0x0"},
-        // A key may be cut short, and a number may stand on the next line.
+        // A key may be abbreviated, and a number may be on the next line.
         {"[Script Info]\nPlayRes: 7\nPlayResY:\n\n 8\n", "7x8"},
         {"[Script Info]\nPlayResX: 99999999999\nPlayResY: -99999999999\n",
          "2147483647x-2147483648"},
-        // What is in no section, or in one that nobody knows, does not count.
+        // Lines outside the known sections are ignored.
         {"PlayResX: 1\n[Other]\nPlayResX: 2\nStyle: a\n[Script Info]", "0x0"},
         {"[A name of many letters]\n[]\n[\n[Script Info\nPlayResX: 1\n[Script Info]\nPlayResX: 2\n",
          "2x0"},
@@ -66,7 +66,7 @@ TEST(ASSSplitter, makesRecordsOfTheLinesThatItKnows) {
         // SSA's alignments.
         {"[V4 Styles]\nFormat: Name, Alignment\nStyle: a,1\nStyle: b,6\nStyle: c,10\nStyle: d,11\n",
          "0x0 S:a,-,0,0,1,0 S:b,-,0,0,8,0 S:c,-,0,0,5,0 S:d,-,0,0,6,0"},
-        // The last column holds commas, and blanks in front of it do not count.
+        // The last column may contain commas; blanks before it are ignored.
         {events + "Dialogue: a,  Hi, you \r\nComment: a,no\nDialogue: b\n",
          "0x0 D:0,0,0,a,0,Hi, you  D:0,0,0,b,0,-"},
         {"[Events]\nDialogue: 3,1:02:03.04,-1:00:00.00,St,Bob,1,2,9,fx,T\n",
@@ -78,6 +78,7 @@ TEST(ASSSplitter, makesRecordsOfTheLinesThatItKnows) {
         {"[V4+ Styles]\nFormat: Name\nStyle: a\nDialogue: 0,0:00:00.00,0:00:00.00,a\n",
          "0x0 S:a,-,0,0,0,0 D:0,0,0,a,0,-"},
         {"[Script Info]\nStyle: a\nPlayResX: 5\n", "0x0 S:a,-,0,0,0,0"},
+        {"[Script Info]\nPlayResX: 5\n:\nPlayResX: 6\n", "5x0"},
         // Bytes of any kind, up to a NUL.
         {events + "Dialogue: \xff\xfe,{\\b1\nDialogue: a,\0b\nDialogue: c,d\n"s,
          "0x0 D:0,0,0,\xff\xfe,0,{\\b1 D:0,0,0,a,0,-"},
@@ -87,7 +88,7 @@ TEST(ASSSplitter, makesRecordsOfTheLinesThatItKnows) {
     }
 }
 
-TEST(ASSSplitter, laterTextGoesOnWhereTheHeaderStopped) {
+TEST(ASSSplitter, laterTextContinuesTheHeader) {
     const auto splitter = ASSSplitter::make("[Events]\nFormat: Text, Style\n");
     ASSERT_NE(splitter, nullptr);
     const auto first = splitter->splitDialogs("Dialogue: one,A\nDialogue: two,B\n", false);
@@ -102,7 +103,7 @@ TEST(ASSSplitter, laterTextGoesOnWhereTheHeaderStopped) {
     EXPECT_TRUE(splitter->dialogs().empty());
 }
 
-TEST(ASSSplitter, endlessInputCostsTimeInProportionAndBoundedMemory) {
+TEST(ASSSplitter, longInputTakesLinearTimeAndBoundedMemory) {
     const std::string longLine(1U << 20U, 'x');
     const std::string commas(1U << 20U, ',');
     const std::string blanks(1U << 20U, ' ');

@@ -39,7 +39,7 @@ TEST(AudioProperties, describeEachSampleFormat) {
 
 TEST(AudioProperties, theFormatDescriptionIsThatOfTheInterleavedSamples) {
     const AudioProperties properties(AV_SAMPLE_FMT_S32P, 24, {96000, 6, AV_CH_LAYOUT_5POINT1});
-    const auto description = properties.makeAudioFormatDescription();
+    const auto description = properties.makeSampleBufferFormat().description;
     ASSERT_NE(description->audio(), nullptr);
     const AudioStreamBasicDescription expected{96000, kAudioFormatLinearPCM, 0x14, 24, 1, 24, 6, 24,
                                                0};
@@ -68,6 +68,15 @@ TEST(AudioProperties, anUnknownFormatIsLoggedAndRefused) {
                   "av_get_bytes_per_sample returned error: Unknown sample size for sample format "
                   "-1..",
                   "Could not initialize AudioFormatFlags: Unknown sample format 77.."}));
+}
+
+TEST(AudioProperties, aGuessedLayoutIsLogged) {
+    const LogCapture log;
+    AudioProperties(AV_SAMPLE_FMT_S16, 0, {48000, 6, 0}).makeSampleBufferFormat();
+    AudioProperties(AV_SAMPLE_FMT_S16, 0, kStereo).makeSampleBufferFormat();
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{
+                               "FFmpeg did not provide a channel layout, so using the default "
+                               "standard layout for 6 channels: 7929862."}));
 }
 
 TEST(AudioProperties, channelsWithoutPlacesHaveNoMask) {

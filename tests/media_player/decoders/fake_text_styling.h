@@ -9,7 +9,7 @@
 
 namespace zelvane::test {
 
-/// A person's wishes in the test's hand. One thread.
+/// Styling controlled by the test. Used by one thread.
 class FakeTextStyling final : public SubtitleTextStyling {
   public:
     FakeTextStyling() {

@@ -12,6 +12,7 @@
 #include "core_media/ffmpeg_error.h"
 #include "core_media/ffmpeg_memory.h"
 #include "core_media/picture_memory.h"
+#include "tests/media_player/decoders/demuxed_stream.h"
 #include "tests/support/clips.h"
 
 namespace zelvane::test {
@@ -47,12 +48,10 @@ void receive(AVCodecContext& context, Decoded& decoded) {
     }
 }
 
-/// All pictures of the file, with memory of `pictures` or, without one, of libavcodec.
+/// All pictures of the file, allocated by `pictures` or, without one, by libavcodec.
 Decoded decode(const std::filesystem::path& file, PictureAllocator* pictures, int threads) {
-    AVFormatContext* opened = nullptr;
-    checkedFFmpegCall([&] { return avformat_open_input(&opened, file.c_str(), nullptr, nullptr); });
-    const ffmpeg::InputContext input(opened);
-    const AVCodecParameters& parameters = *input->streams[0]->codecpar;
+    const DemuxedStream input(file, AVMEDIA_TYPE_VIDEO);
+    const AVCodecParameters& parameters = *input.stream().codecpar;
     const AVCodec* const codec = avcodec_find_decoder(parameters.codec_id);
     const ffmpeg::CodecContext context(avcodec_alloc_context3(codec));
     avcodec_parameters_to_context(context.get(), &parameters);
@@ -62,11 +61,9 @@ Decoded decode(const std::filesystem::path& file, PictureAllocator* pictures, in
     }
     checkedFFmpegCall([&] { return avcodec_open2(context.get(), codec, nullptr); });
     Decoded decoded;
-    const ffmpeg::AVPacketHandle packet(av_packet_alloc());
-    while (av_read_frame(input.get(), packet.get()) >= 0) {
-        avcodec_send_packet(context.get(), packet.get());
+    while (const auto packet = input.next()) {
+        avcodec_send_packet(context.get(), &packet->avPacket());
         receive(*context, decoded);
-        av_packet_unref(packet.get());
     }
     avcodec_send_packet(context.get(), nullptr);
     receive(*context, decoded);
@@ -74,7 +71,7 @@ Decoded decode(const std::filesystem::path& file, PictureAllocator* pictures, in
 }
 
 #ifdef __SANITIZE_THREAD__
-/// The sanitizer does not see by which atomics libavcodec's threads hand over their pictures.
+/// The sanitizer does not know the atomics with which libavcodec's threads pass on pictures.
 constexpr int kThreadCounts[] = {1};
 #else
 constexpr int kThreadCounts[] = {1, 3};
@@ -87,7 +84,7 @@ struct Picture {
     bool isServed;
 };
 
-TEST(PictureAllocator, picturesAreThoseOfTheLibraryInOneBlockEach) {
+TEST(PictureAllocator, givesTheLibrarysPicturesInOneBlockEach) {
     const Picture cases[] = {
         {"libx264", "yuv420p", "1922x1082", true},    {"libx264", "yuv420p10le", "1280x720", true},
         {"libx265", "yuv422p10le", "1366x768", true}, {"ffv1", "yuva444p", "1000x700", true},

@@ -57,14 +57,10 @@ class ScriptedDecoder final : public CoreMediaCompatibleDecoder {
         CMFormatDescription::Audio audio;
         audio.streamDescription = {48000, kAudioFormatLinearPCM, 0, 1, 1, 1, 1, 8, 0};
         audio.channelLayoutTag = kAudioChannelLayoutTag_Mono;
-        CMFormatDescriptionRef description;
-        CMFormatDescription::createForAudio(audio, description);
         auto data = std::make_shared<CMBlockBuffer>();
         data->appendMemoryBlock(kSample, {});
-        CMSampleBufferRef buffer;
-        CMSampleBuffer::create(data, description, 1,
-                               {CMTime(1, 48000), CMTime(made_++, 1), kCMTimeInvalid}, 1, buffer);
-        return buffer;
+        return CMSampleBuffer::ofAudio(data, CMFormatDescription::ofAudio(audio), 1,
+                                       {CMTime(1, 48000), CMTime(made_++, 1), kCMTimeInvalid}, 1);
     }
 
     static constexpr std::array<std::uint8_t, 1> kSample{0};
@@ -186,12 +182,13 @@ TEST(DecodeSession, aBusyDecoderIsGivenManyRoundsBetweenBuffers) {
     EXPECT_EQ(fixture.delivered, "0");
 }
 
-TEST(DecodeSessionDeathTest, aDecoderThatRefusesAndHasNothingStopsTheProcess) {
+TEST(DecodeSession, aDecoderThatRefusesAndHasNothingCostsItsPacket) {
     for (const std::string dequeues : {"", "e"}) {
         Fixture fixture(std::string(100, 'r'), dequeues);
-        EXPECT_DEATH(fixture.session.decode(Fixture::packet()),
-                     "Unable to start decoding packet even though there are no more sample buffers "
-                     "to dequeue\\.");
+        const LogCapture log;
+        EXPECT_THROW(fixture.session.decode(Fixture::packet()), FFmpegError);
+        EXPECT_EQ(log.lines().back(), "Unable to start decoding packet even though there are no "
+                                      "more sample buffers to dequeue.");
     }
 }
 

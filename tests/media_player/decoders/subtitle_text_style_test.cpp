@@ -17,7 +17,7 @@ namespace {
 
 using Alignment = SubtitleTextStyle::Alignment;
 
-/// Settings in memory and what lives on them.
+/// Settings in memory and the objects that use them.
 class Captions {
   public:
     Captions() = default;
@@ -38,6 +38,10 @@ class Captions {
     UserDefaults defaults;
     NotificationCenter center;
     CaptionAppearance appearance{defaults, center};
+    std::atomic<int> changeCount{0};
+    NotificationObserver changeObserver = center.addObserver(
+        std::string(SubtitleTextStyleManager::kUserSpecifiedTextStyleDidChangeNotification),
+        nullptr, nullptr, [this](const Notification&) { ++changeCount; });
     std::shared_ptr<SubtitleTextStyleManager> manager =
         SubtitleTextStyleManager::create(appearance, defaults, center);
 };
@@ -71,7 +75,7 @@ TEST(CaptionAppearance, withoutSettingsIsWhiteWithAThinDarkOutline) {
     EXPECT_EQ(captions.appearance.selectedLanguages(), preferredLanguagesFromEnvironment());
 }
 
-TEST(CaptionAppearance, eachSettingShows) {
+TEST(CaptionAppearance, eachSettingHasAnEffect) {
     Captions captions;
     captions.set("ZLVNCaptionFontFamily", std::string("DejaVu Sans Mono"));
     captions.set("ZLVNCaptionFontBold", true);
@@ -96,7 +100,7 @@ TEST(CaptionAppearance, eachSettingShows) {
     EXPECT_EQ(captions.appearance.selectedLanguages(), (std::vector<std::string>{"de", "en-US"}));
 }
 
-TEST(CaptionAppearance, aSettingThatMeansNothingIsAsGoodAsNone) {
+TEST(CaptionAppearance, invalidSettingsCountAsAbsent) {
     Captions captions;
     for (const char* color : {"red", "#12345", "#12345g", "#1234567", "", "#-12345"}) {
         captions.defaults.set("ZLVNCaptionForegroundColor", std::string(color));
@@ -136,11 +140,11 @@ TEST(CaptionAppearance, edgesAreStrokesOrShadows) {
     EXPECT_EQ(log.count("Unhandled"), 0U);
     captions.defaults.set("ZLVNCaptionTextEdgeStyle", std::int64_t{7});
     EXPECT_EQ(captions.attributes().strokeWidth, std::nullopt);
-    // Once for who asked, and perhaps once for the style that follows the settings by itself.
+    // Once for this test, and perhaps once for an update of the manager.
     EXPECT_GE(log.count("Unhandled caption text edge style: 7."), 1U);
 }
 
-TEST(SubtitleTextStyleManager, aFileDecidesItsLooksUnlessThePersonDoes) {
+TEST(SubtitleTextStyleManager, theUsersStyleReplacesTheFilesStyleIfEnabled) {
     Captions captions;
     const SubtitleTextStyle style = redBold();
     EXPECT_EQ(captions.manager->effectiveStyle(style), style);
@@ -156,7 +160,24 @@ TEST(SubtitleTextStyleManager, aFileDecidesItsLooksUnlessThePersonDoes) {
     EXPECT_EQ(mine.containerInsets, (NSEdgeInsets{12, 12, 12, 12}));
 }
 
-TEST(SubtitleTextStyleUpdateNotifier, decodersHearOfAChangeBeforePlayers) {
+TEST(SubtitleTextStyleManager, postsTheNotificationOnlyWhenAStyleChanged) {
+    Captions captions;
+    Captions::settle();
+    EXPECT_EQ(captions.changeCount, 0) << "the first update";
+    captions.appearance.settingsDidChange();
+    captions.manager->useOfUserSpecifiedStyleDidChange();
+    Captions::settle();
+    EXPECT_EQ(captions.changeCount, 0) << "settings written again";
+    captions.set("ZLVNCaptionFontBold", true);
+    Captions::settle();
+    EXPECT_EQ(captions.changeCount, 1);
+    captions.defaults.set(kUseUserSpecifiedSubtitleTextStyleKey, true);
+    captions.manager->useOfUserSpecifiedStyleDidChange();
+    Captions::settle();
+    EXPECT_EQ(captions.changeCount, 2);
+}
+
+TEST(SubtitleTextStyleUpdateNotifier, decodersAreNotifiedBeforePlayers) {
     Captions captions;
     const auto notifier =
         SubtitleTextStyleUpdateNotifier::create(*captions.manager, captions.center);
@@ -165,7 +186,7 @@ TEST(SubtitleTextStyleUpdateNotifier, decodersHearOfAChangeBeforePlayers) {
     std::string order;
     const auto noting = [&](char letter) {
         return [&, letter] {
-            // Whoever hears of a change reads the new style.
+            // Observers read the new style.
             const auto style = captions.manager->userSpecifiedStyle();
             EXPECT_EQ(style.scalingInfo.additionalFontSizeMultiplier, 2);
             const std::lock_guard guard(mutex);
@@ -179,12 +200,9 @@ TEST(SubtitleTextStyleUpdateNotifier, decodersHearOfAChangeBeforePlayers) {
     captions.set("ZLVNCaptionRelativeCharacterSize", 2.0);
     Captions::settle();
     EXPECT_EQ(order, "dp");
-    captions.manager->useOfUserSpecifiedStyleDidChange();
-    Captions::settle();
-    EXPECT_EQ(order, "dpdp");
 }
 
-TEST(SubtitleTextStyleUpdateNotifier, observersMayComeAndGoWhileTheyAreCalled) {
+TEST(SubtitleTextStyleUpdateNotifier, observersMayBeAddedAndRemovedDuringANotification) {
     Captions captions;
     const auto notifier =
         SubtitleTextStyleUpdateNotifier::create(*captions.manager, captions.center);
@@ -195,13 +213,13 @@ TEST(SubtitleTextStyleUpdateNotifier, observersMayComeAndGoWhileTheyAreCalled) {
         contexts.push_back(notifier->addMediaPlayerObserver([&] { ++added; }));
         contexts.front().reset();
     }));
-    captions.appearance.settingsDidChange();
+    captions.set("ZLVNCaptionFontBold", true);
     Captions::settle();
-    EXPECT_EQ(added, 0) << "who comes during a change hears of the next";
-    captions.appearance.settingsDidChange();
+    EXPECT_EQ(added, 0) << "an observer added during a notification is called by the next";
+    captions.set("ZLVNCaptionFontBold", false);
     Captions::settle();
     EXPECT_EQ(added, 1);
-    EXPECT_EQ(contexts.size(), 2U) << "who has gone is not called again";
+    EXPECT_EQ(contexts.size(), 2U) << "a removed observer is not called again";
 }
 
 } // namespace

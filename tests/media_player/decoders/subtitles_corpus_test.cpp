@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Every file of subtitles that is text, held against what ffmpeg makes of it.
+// Compares every file of text subtitles with ffmpeg's result.
 
 #include <algorithm>
 #include <cstdio>
@@ -31,7 +31,7 @@ struct Cue {
     std::string text;
 };
 
-/// A clock that reads milliseconds may round where another cuts off.
+/// One side may round milliseconds, the other truncate.
 bool areEqual(const Cue& a, const Cue& b) {
     return std::abs(a.start - b.start) <= 1 && std::abs(a.end - b.end) <= 1 && a.text == b.text;
 }
@@ -44,7 +44,7 @@ std::string description(const std::vector<Cue>& cues) {
     return text;
 }
 
-/// What became of a file: its cues, or why it has none, and why some are missing.
+/// The cues of a file, and the reasons of lost ones.
 struct Decoded {
     std::vector<Cue> cues;
     std::vector<std::string> losses;
@@ -97,7 +97,7 @@ std::vector<std::string> linesOf(const fs::path& path) {
 }
 
 /// Cues are numbered, and a text may have empty lines: a new one begins where the next number
-/// stands over a time.
+/// precedes a time.
 std::vector<Cue> readSRT(const fs::path& path) {
     const auto lines = linesOf(path);
     std::vector<Cue> cues;
@@ -114,7 +114,7 @@ std::vector<Cue> readSRT(const fs::path& path) {
         }
     }
     for (Cue& cue : cues) {
-        // The line end of the text, and the empty line behind it.
+        // The line end of the text, and the empty line after it.
         cue.text.resize(cue.text.size() - std::min<std::size_t>(cue.text.size(), 2));
     }
     return cues;
@@ -176,7 +176,7 @@ constexpr const char* kMalformedBlock = "a malformed block loses its line, ffmpe
 constexpr const char* kOwnColumns =
     "the script has columns of its own, which ffmpeg's encoder does not know and finds empty";
 
-/// Where the text is not ffmpeg's, and why.
+/// Files whose text differs from ffmpeg's, and the reasons.
 const std::map<std::string, const char*>& exceptions() {
     static const std::map<std::string, const char*> reasons{
         {"FontCollector_2_duplicate_style_name.ass", kDuplicateStyle},

@@ -52,7 +52,7 @@ class BareStream {
     }
 
   private:
-    std::unique_ptr<AVFormatContext, ffmpeg::FreeObject<avformat_free_context>> context_;
+    std::unique_ptr<AVFormatContext, Release<avformat_free_context>> context_;
     AVStream* stream_;
 };
 
@@ -88,7 +88,7 @@ TEST(SubtitlesFrameDecoder, timesComeFromThePacketInItsStreamsUnits) {
     EXPECT_LE(timeless->startTime, timeless->endTime);
 }
 
-TEST(SubtitlesFrameDecoder, aFlushedDecoderGoesOn) {
+TEST(SubtitlesFrameDecoder, aFlushedDecoderContinues) {
     BareStream source(AV_CODEC_ID_SUBRIP);
     FFmpegSubtitlesFrameDecoder decoder(source.stream());
     const auto before = decoder.dequeueFrame(packetOf("Hi", 0, 1000));
@@ -108,10 +108,63 @@ TEST(SubtitlesFrameDecoder, refusesWhatItCannotDecode) {
               FFmpegError::decoderNotFound(AV_CODEC_ID_TTML));
     EXPECT_EQ(madeFor(AV_CODEC_ID_SUBRIP, AVMEDIA_TYPE_DATA),
               FFmpegError::simple(FFmpegError::Case::unsupportedMediaType));
-    if (avcodec_find_decoder(AV_CODEC_ID_DVB_TELETEXT) != nullptr) {
-        EXPECT_EQ(madeFor(AV_CODEC_ID_DVB_TELETEXT, AVMEDIA_TYPE_SUBTITLE),
-                  FFmpegError::simple(FFmpegError::Case::unknownSubtitleType));
+}
+
+std::uint8_t reversedBits(unsigned byte) {
+    unsigned reversed = 0;
+    for (int bit = 0; bit < 8; ++bit) {
+        reversed |= (byte >> bit & 1U) << (7 - bit);
     }
+    return static_cast<std::uint8_t>(reversed);
+}
+
+/// One line of teletext as a data unit of DVB (EN 300 472): `codes` are protected by Hamming 8/4,
+/// `text` by odd parity.
+std::string teletextLine(unsigned magazine, unsigned row, std::vector<unsigned> codes,
+                         std::string text) {
+    constexpr std::array<std::uint8_t, 16> kHamming{0x15, 0x02, 0x49, 0x5e, 0x64, 0x73, 0x38, 0x2f,
+                                                    0xd0, 0xc7, 0x8c, 0x9b, 0xa1, 0xb6, 0xfd, 0xea};
+    codes.insert(codes.begin(), {magazine % 8 | (row & 1U) << 3U, row >> 1U});
+    text.resize(42 - codes.size(), ' ');
+    std::string unit{3, 44, static_cast<char>(0xe7), static_cast<char>(0xe4)};
+    for (const unsigned code : codes) {
+        unit += static_cast<char>(reversedBits(kHamming.at(code)));
+    }
+    for (const char c : text) {
+        const unsigned letter = static_cast<unsigned char>(c);
+        const unsigned parity = __builtin_popcount(letter) % 2 == 0 ? 0x80 : 0;
+        unit += static_cast<char>(reversedBits(letter | parity));
+    }
+    return unit;
+}
+
+/// A packet with page 888, which is marked as subtitles, and the start of the next page. Its size
+/// is that of a PES packet that fills a transport packet.
+Packet teletextPage(const std::string& line) {
+    const auto header = [](unsigned page) {
+        // Erase the page (C4), subtitles (C6), no header (C7).
+        return teletextLine(8, 0, {page % 16, page / 16, 0, 8, 0, 8, 1, 0}, "");
+    };
+    const std::string row = teletextLine(8, 22, {}, "\x0b\x0b" + line + "\x0a\x0a");
+    const std::string stuffing = "\xff\x2c" + std::string(44, '\xff');
+    return packetOf("\x10" + header(0x88) + (line.empty() ? stuffing : row) + header(0xff), 1000,
+                    0);
+}
+
+TEST(SubtitlesFrameDecoder, aPageOfTeletextSubtitlesReplacesThePageBefore) {
+    BareStream source(AV_CODEC_ID_DVB_TELETEXT);
+    FFmpegSubtitlesFrameDecoder decoder(source.stream());
+    for (const char* line : {"Hello", "you"}) {
+        const auto frames = decoder.decode(teletextPage(line));
+        ASSERT_EQ(frames.size(), 2U) << line;
+        EXPECT_TRUE(std::holds_alternative<ClearPreviousSubtitles>(frames[0]->subtitles));
+        EXPECT_LT(frames[0]->startTime, frames[1]->startTime);
+        EXPECT_EQ(frames[1]->startTime, CMTime(1, 1));
+        EXPECT_EQ(plainText(frames[1]->subtitles), line);
+    }
+    const auto frames = decoder.decode(teletextPage(""));
+    ASSERT_EQ(frames.size(), 1U);
+    EXPECT_TRUE(std::holds_alternative<ClearPreviousSubtitles>(frames[0]->subtitles));
 }
 
 TEST(SubtitlesFrameDecoder, aScriptWithoutAHeaderHasTheUsualOne) {
@@ -125,7 +178,7 @@ TEST(SubtitlesFrameDecoder, aScriptWithoutAHeaderHasTheUsualOne) {
     EXPECT_EQ(line.style.scalingInfo.initialBaseFontSize, 16);
 }
 
-TEST(SubtitlesFrameDecoder, onlyFilesThatAreScriptsHaveColumnsOfTheirOwn) {
+TEST(SubtitlesFrameDecoder, onlyScriptFilesMayReorderColumns) {
     const std::string header = "[Events]\nFormat: Layer, Start, End, Text\n";
     struct Case {
         AVRational timeBase;
@@ -142,7 +195,7 @@ TEST(SubtitlesFrameDecoder, onlyFilesThatAreScriptsHaveColumnsOfTheirOwn) {
     }
 }
 
-TEST(SubtitlesFrameDecoder, aMalformedLineLosesItsFrameAndNoOther) {
+TEST(SubtitlesFrameDecoder, aMalformedLineLosesOnlyItsFrame) {
     const LogCapture log;
     BareStream source(AV_CODEC_ID_ASS);
     FFmpegSubtitlesFrameDecoder decoder(source.stream());
@@ -153,7 +206,7 @@ TEST(SubtitlesFrameDecoder, aMalformedLineLosesItsFrameAndNoOther) {
     EXPECT_NE(decoder.dequeueFrame(packetOf("0,0,Default,,0,0,0,,x", 0, 1000)), nullptr);
 }
 
-TEST(SubtitlesFrameDecoder, encodingsAreUsedWhereTheyAreKnownAndHarmless) {
+TEST(SubtitlesFrameDecoder, onlyKnownEncodingsOfTextLinesAreUsed) {
     const LogCapture log;
     BareStream source(AV_CODEC_ID_SUBRIP);
     FFmpegSubtitlesFrameDecoder decoder(source.stream());
@@ -197,53 +250,17 @@ TEST(SubtitlesFrameDecoder, theHeaderOfAScriptIsInTheEncodingOfItsLines) {
     EXPECT_EQ(line.style.scalingInfo.initialBaseFontSize, 33);
 }
 
-/// A picture of DVD, 4 × 2 pixels, shown and taken away after so many units of 1024/90 ms.
+/// A picture of DVD, 4 × 2 pixels, shown and removed after so many units of 1024/90 ms.
 std::string dvdPicture(char start, char end) {
-    const std::array<char, 44> bytes{0,
-                                     44,
-                                     0,
-                                     6,
-                                     0x11,
-                                     0x11, // the size, the first sequence, two rows
-                                     0,
-                                     start,
-                                     0,
-                                     30,
-                                     1, // when, the next sequence: show
-                                     3,
-                                     0x32,
-                                     0x10,
-                                     4,
-                                     static_cast<char>(0xff),
-                                     static_cast<char>(0xff), // colours, opacities
-                                     5,
-                                     0,
-                                     0,
-                                     3,
-                                     0,
-                                     0,
-                                     1, // from 0 to 3, from 0 to 1
-                                     6,
-                                     0,
-                                     4,
-                                     0,
-                                     5,
-                                     static_cast<char>(0xff), // where the rows lie
-                                     0,
-                                     end,
-                                     0,
-                                     30,
-                                     2,
-                                     static_cast<char>(0xff),
-                                     0,
-                                     0, // take away, in a last sequence
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0,
-                                     0};
-    return {bytes.data(), bytes.size()};
+    using namespace std::string_literals;
+    // The size, the first sequence of commands, two rows, and the delay of that sequence.
+    return "\x00\x2c\x00\x06\x11\x11\x00"s + start +
+           // The next sequence; show, colours, opacities, an area from 0 to 3 and from 0 to 1, the
+           // offsets of the rows.
+           "\x00\x1e\x01\x03\x32\x10\x04\xff\xff\x05\x00\x00\x03\x00\x00\x01\x06\x00\x04\x00\x05"
+           "\xff\x00"s +
+           // Hide, in a last sequence.
+           end + "\x00\x1e\x02\xff\x00\x00\x00\x00\x00\x00\x00\x00"s;
 }
 
 TEST(SubtitlesFrameDecoder, aPictureThatEndsBeforeItStartsIsLost) {
@@ -258,7 +275,7 @@ TEST(SubtitlesFrameDecoder, aPictureThatEndsBeforeItStartsIsLost) {
     EXPECT_THROW(decoder.dequeueFrame(packetOf(dvdPicture(88, 1), 10000, 0)), SubtitlesTimeError);
 }
 
-TEST(SubtitlesFrameDecoder, picturesLieOnThePictureOfTheirFormatAndEmptyOnesClear) {
+TEST(SubtitlesFrameDecoder, picturesHaveTheSizeOfTheirFormatAndEmptyOnesClear) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const DemuxedStream source(media / "subtitles" / "embedded" / "gen_pgs.m2ts",
                                AVMEDIA_TYPE_SUBTITLE);
@@ -329,7 +346,7 @@ struct PaletteImage {
     }
 };
 
-TEST(ImageSubtitlesDecoder, colorsComeFromThePaletteAndFromNowhereElse) {
+TEST(ImageSubtitlesDecoder, indicesOutsideThePaletteAreTransparent) {
     const PaletteImage source;
     const auto image = makeSubtitleImage(source.rectangle);
     std::vector<std::uint32_t> pixels;
@@ -346,7 +363,7 @@ TEST(ImageSubtitlesDecoder, colorsComeFromThePaletteAndFromNowhereElse) {
                                                   0x80ff0000}));
 }
 
-TEST(ImageSubtitlesDecoder, refusesSizesThatNoPictureHas) {
+TEST(ImageSubtitlesDecoder, refusesInvalidSizes) {
     const LogCapture log;
     PaletteImage empty;
     empty.rectangle.w = empty.rectangle.h = 0;

@@ -5,6 +5,7 @@
 
 #include "core_media/ffmpeg_error.h"
 #include "tests/media_player/decoders/video_decoding.h"
+#include "tests/support/case_name.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
 #include "tests/support/pixel_buffers.h"
@@ -18,13 +19,13 @@ struct ClipCase {
     std::string codedFormat;
     std::string size;
     OSType expectedPixelFormat;
-    /// As which ffmpeg writes the same picture.
+    /// The format in which ffmpeg writes the expected picture.
     std::string rawFormat;
 };
 
 class ConvertedClip : public testing::TestWithParam<ClipCase> {};
 
-/// Where the bytes of frames begin to differ; none when they do not.
+/// The first byte in which the frames differ; none for equal frames.
 std::optional<std::size_t> firstDifference(const std::vector<CMSampleBufferRef>& buffers,
                                            const std::vector<std::uint8_t>& expected) {
     std::vector<std::uint8_t> all;
@@ -110,9 +111,9 @@ INSTANTIATE_TEST_SUITE_P(
         ClipCase{"bgra", "ffv1", "bgra", "161x121", kCVPixelFormatType_32BGRA, "bgra"},
         ClipCase{"gray", "ffv1", "gray", "161x121", kCVPixelFormatType_32BGRA, "bgra"},
         ClipCase{"tiny", "ffv1", "yuv420p", "1x1", kCVPixelFormatType_420YpCbCr8Planar, "yuv420p"}),
-    [](const auto& instance) { return instance.param.name; });
+    caseName);
 
-/// A picture with noise in it.
+/// A picture of noise.
 ffmpeg::Frame makeNoise(AVPixelFormat format, int width, int height) {
     ffmpeg::Frame frame(av_frame_alloc());
     frame->format = format;
@@ -121,18 +122,13 @@ ffmpeg::Frame makeNoise(AVPixelFormat format, int width, int height) {
     EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
     std::minstd_rand random(5);
     const auto* const description = av_pix_fmt_desc_get(format);
-    for (int plane = 0; plane < 3; ++plane) {
+    for (int plane = 0; plane < description->nb_components; ++plane) {
         const int rows = plane == 0 ? height : AV_CEIL_RSHIFT(height, description->log2_chroma_h);
         for (int i = 0; i < frame->linesize[plane] * rows; ++i) {
             frame->data[plane][i] = static_cast<std::uint8_t>(random() >> 8);
         }
     }
     return frame;
-}
-
-/// The samples of a row.
-const std::uint16_t* samplesOf(const std::uint8_t* plane, std::ptrdiff_t bytesPerRow, int row) {
-    return reinterpret_cast<const std::uint16_t*>(plane + bytesPerRow * row);
 }
 
 TEST(PackedP010, aPictureLargeEnoughForTwoThreadsIsPackedToItsLastRow) {
@@ -145,25 +141,49 @@ TEST(PackedP010, aPictureLargeEnoughForTwoThreadsIsPackedToItsLastRow) {
         test::makePixelBuffer(converter.destinationPixelFormat(), kWidth, kHeight);
     converter.convert(*frame, *pixelBuffer);
 
-    int wrong = 0;
-    for (int row = 0; row < kHeight; ++row) {
-        const auto* source = samplesOf(frame->data[0], frame->linesize[0], row);
-        const auto& plane = pixelBuffer->plane(0);
-        const auto* packed = samplesOf(plane.baseAddress, plane.bytesPerRow, row);
-        for (int x = 0; x < kWidth; ++x) {
-            wrong += packed[x] == static_cast<std::uint16_t>(source[x] << 6) ? 0 : 1;
+    std::vector<std::uint8_t> planar(static_cast<std::size_t>(
+        av_image_get_buffer_size(AV_PIX_FMT_YUV420P10LE, kWidth, kHeight, 1)));
+    av_image_copy_to_buffer(planar.data(), static_cast<int>(planar.size()), frame->data,
+                            frame->linesize, AV_PIX_FMT_YUV420P10LE, kWidth, kHeight, 1);
+    EXPECT_TRUE(visibleBytes(*pixelBuffer) == packedByDefinition(planar, kWidth, kHeight, 10));
+}
+
+TEST(GreyFrames, useTheStatedRange) {
+    struct Row {
+        AVPixelFormat format;
+        AVColorRange range;
+        std::vector<int> samples;
+        std::vector<int> codes;
+    };
+    for (const auto& row : {
+             Row{AV_PIX_FMT_GRAY8,
+                 AVCOL_RANGE_MPEG,
+                 {0, 16, 17, 126, 235, 255},
+                 {0, 0, 1, 128, 255, 255}},
+             Row{AV_PIX_FMT_GRAY8, AVCOL_RANGE_JPEG, {0, 16, 255}, {0, 16, 255}},
+             Row{AV_PIX_FMT_GRAY8, AVCOL_RANGE_UNSPECIFIED, {0, 16, 255}, {0, 16, 255}},
+             Row{AV_PIX_FMT_GRAY10LE,
+                 AVCOL_RANGE_MPEG,
+                 {64, 502, 940, 1023, 65535},
+                 {0, 128, 255, 255, 255}},
+             Row{AV_PIX_FMT_GRAY16LE, AVCOL_RANGE_JPEG, {0, 128, 129, 65535}, {0, 0, 1, 255}},
+         }) {
+        const int width = static_cast<int>(row.samples.size());
+        const auto frame = makeNoise(row.format, width, 1);
+        for (std::size_t x = 0; x < row.samples.size(); ++x) {
+            const bool isWide = row.format != AV_PIX_FMT_GRAY8;
+            std::memcpy(frame->data[0] + x * (isWide ? 2 : 1), &row.samples[x], isWide ? 2 : 1);
         }
-    }
-    for (int row = 0; row < (kHeight + 1) / 2; ++row) {
-        const auto& plane = pixelBuffer->plane(1);
-        const auto* packed = samplesOf(plane.baseAddress, plane.bytesPerRow, row);
-        for (int i = 0; i < kWidth + 1; ++i) {
-            const int component = 1 + i % 2;
-            const auto* source = samplesOf(frame->data[component], frame->linesize[component], row);
-            wrong += packed[i] == static_cast<std::uint16_t>(source[i / 2] << 6) ? 0 : 1;
+        FFmpegPixelFormatConverter converter(row.format, row.range, width, 1);
+        const auto picture = makePixelBuffer(kCVPixelFormatType_32BGRA, width, 1);
+        converter.convert(*frame, *picture);
+        std::vector<std::uint8_t> expected;
+        for (const int code : row.codes) {
+            const auto byte = static_cast<std::uint8_t>(code);
+            expected.insert(expected.end(), {byte, byte, byte, 255});
         }
+        EXPECT_EQ(visibleBytes(*picture), expected) << row.format << " " << row.range;
     }
-    EXPECT_EQ(wrong, 0);
 }
 
 class Packed422 : public testing::TestWithParam<std::tuple<AVPixelFormat, int>> {};
@@ -199,7 +219,7 @@ INSTANTIATE_TEST_SUITE_P(Widths, Packed422,
                          testing::Combine(testing::Values(AV_PIX_FMT_YUV422P, AV_PIX_FMT_YUVJ422P),
                                           testing::Values(1, 2, 3, 33, 64, 161)));
 
-TEST(PixelFormatConverter, refusesWhatCannotBeConvertedInsteadOfStopping) {
+TEST(PixelFormatConverter, refusesUnsupportedFormatsAndSizes) {
     struct Row {
         AVPixelFormat format;
         int width;

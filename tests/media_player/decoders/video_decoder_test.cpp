@@ -6,8 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "core_media/device_picture.h"
 #include "core_media/ffmpeg_error.h"
 #include "tests/media_player/decoders/video_decoding.h"
+#include "tests/support/case_name.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
 
@@ -64,6 +66,9 @@ TEST(VideoDecoderThreads, areTwoLessThanProcessorsButNeverNone) {
     EXPECT_EQ(videoDecoderThreadCount(2), 1);
     EXPECT_EQ(videoDecoderThreadCount(3), 1);
     EXPECT_EQ(videoDecoderThreadCount(16), 14);
+    EXPECT_EQ(searchThreadCount(1), 1);
+    EXPECT_EQ(searchThreadCount(2), 3);
+    EXPECT_EQ(searchThreadCount(32), 16);
 }
 
 TEST(DecoderFormatChoice, prefersTheDeviceThenWhatTheDisplayLikesThenTheLast) {
@@ -124,7 +129,7 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair("mpeg4", std::vector<std::string>{"-c:v", "mpeg4", "-bf", "2"}),
                     std::pair("vp8", std::vector<std::string>{"-c:v", "libvpx", "-deadline",
                                                               "realtime", "-cpu-used", "16"})),
-    [](const auto& instance) { return instance.param.first; });
+    caseName);
 
 TEST(VideoDecoder, passesOnTheDecodersOwnMemoryWhereTheDisplayTakesIt) {
     const auto clip = madeMJPEG("own_memory", "64x48", "yuvj420p");
@@ -210,7 +215,7 @@ TEST(VideoDecoder, followsSizeFormatAndRangeThatChangeInMidStream) {
              Row{"16x16", "yuvj444p", "pc", kCVPixelFormatType_422YpCbCr8FullRange, "ITU_R_601_4"},
              Row{"64x48", "yuvj420p", "pc", kCVPixelFormatType_420YpCbCr8PlanarFullRange,
                  "ITU_R_601_4"},
-             Row{"1600x16", "yuv420p", "tv", kCVPixelFormatType_420YpCbCr8Planar, "ITU_R_709_2"},
+             Row{"1600x16", "yuv420p", "tv", kCVPixelFormatType_420YpCbCr8Planar, "ITU_R_601_4"},
          }) {
         const DemuxedStream next(
             madeMJPEG("change_" + std::to_string(index++), row.size, row.codedFormat, row.range),
@@ -283,12 +288,19 @@ TEST(VideoDecoder, survivesCorruptPackets) {
 
 TEST(VideoDecoderHardware, isOneLogLineAndSoftwareWhereThereIsNone) {
     const DemuxedStream clip(madeMJPEG("no_hardware", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
-    NoHardware hardware;
+    int attempts = 0;
+    SystemVideoDecodingHardware hardware([&](AVHWDeviceType type, AVBufferRef*&) {
+        const bool mustRetry = ++attempts == 1;
+        return mustRetry ? AVERROR(EAGAIN)
+                         : AVERROR(type == AV_HWDEVICE_TYPE_CUDA ? EPERM : ENODEV);
+    });
     const LogCapture log;
+    const FFmpegVideoDecoder first(clip.stream(), hardware);
     FFmpegVideoDecoder decoder(clip.stream(), hardware);
-    EXPECT_EQ(log.lines(),
-              (std::vector<std::string>{
-                  "Failed to initialize VideoToolbox FFmpeg context: No such device"}));
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{
+                               "No hardware decoder: VAAPI: No such device, CUDA: Operation not "
+                               "permitted, VDPAU: No such device"}));
+    EXPECT_EQ(attempts, 4);
     EXPECT_FALSE(decoder.isUsingHardwareContext());
     for (int i = 0; i < 20; ++i) {
         EXPECT_FALSE(feeds(decoder, garbage()));
@@ -340,6 +352,7 @@ TEST(VideoDecoderHardware, decodesInMemoryOnItsContextWhereTheDeviceCannot) {
                   0);
         EXPECT_EQ(frames, 30);
         EXPECT_TRUE(decoder.isUsingHardwareContext());
+        EXPECT_EQ(decoder.decoderContext().extra_hw_frames, kDeviceFramesHeldByPlayer);
     }
 }
 
@@ -369,7 +382,6 @@ TEST(VideoFramePackaging, keepsAFrameOnItsDevice) {
     EXPECT_EQ(*pixelBuffer->attachment<PixelAspectRatio>(kCVImageBufferPixelAspectRatioKey),
               (PixelAspectRatio{4, 3}));
     EXPECT_EQ(attachmentText(*pixelBuffer, kCVImageBufferYCbCrMatrixKey), "ITU_R_709_2");
-    EXPECT_NE(pixelBuffer->lockBaseAddress(), kCVReturnSuccess);
 }
 
 TEST(HDRClips, carryProfileMasteringDisplayAndLightLevel) {
@@ -413,6 +425,27 @@ TEST(HDRClips, aFramesOwnMetadataStandOverTheStreamsUntilTheNext) {
     EXPECT_THAT(lightLevel(), testing::ElementsAre(1, 2, 0, 1));
     av_frame_remove_side_data(frame.get(), AV_FRAME_DATA_CONTENT_LIGHT_LEVEL);
     EXPECT_THAT(lightLevel(), testing::ElementsAre(1, 2, 0, 1));
+}
+
+TEST(HDRClips, damagedMetadataIsDroppedWithOneLogLine) {
+    const DemuxedStream clip(madeMJPEG("hdr_damaged", "64x48", "yuvj420p"), AVMEDIA_TYPE_VIDEO);
+    const ffmpeg::CodecContext context(avcodec_alloc_context3(nullptr));
+    ASSERT_GE(avcodec_parameters_to_context(context.get(), clip.stream().codecpar), 0);
+    VideoFramePackager packager(*context, clip.stream());
+    const ffmpeg::Frame frame(av_frame_alloc());
+    frame->format = AV_PIX_FMT_YUV420P;
+    frame->width = frame->height = 16;
+    ASSERT_GE(av_frame_get_buffer(frame.get(), 0), 0);
+    auto* display = av_mastering_display_metadata_create_side_data(frame.get());
+    display->has_primaries = 1; // of 0 / 0 each
+    av_content_light_metadata_create_side_data(frame.get())->MaxCLL = 65536;
+    const LogCapture log;
+    for (int i = 0; i < 2; ++i) {
+        const auto picture = packager.package(*frame);
+        EXPECT_FALSE(picture->hasAttachment(kCVImageBufferMasteringDisplayColorVolumeKey));
+        EXPECT_FALSE(picture->hasAttachment(kCVImageBufferContentLightLevelInfoKey));
+    }
+    EXPECT_EQ(log.count("Ignoring HDR metadata that is out of range."), 1U);
 }
 
 TEST(SharedClips, decodeIntoTheirFormats) {

@@ -5,27 +5,31 @@
 #include <array>
 #include <bit>
 #include <bitset>
+#include <functional>
 #include <initializer_list>
+#include <numeric>
 #include <optional>
+#include <utility>
 
+#include "core_media/audio_channel_label.h"
 #include "core_media/ffmpeg.h"
 #include "core_media/ffmpeg_error.h"
-#include "foundation/log.h"
 
 namespace zelvane {
 namespace {
 
-/// kAudioChannelLabel_… of Core Audio: what a channel is for.
-using ChannelLabel = std::uint8_t;
-/// Bit n stands for label n.
+/// Bit n is label n.
 using ChannelLabels = std::bitset<64>;
+using Labels = std::vector<AudioChannelLabel>;
 
 constexpr std::size_t kMaxChannels = 8;
+/// What libswresample mixes.
+constexpr int kMaxDescribedChannels = 64;
 
 struct Layout {
     AudioChannelLayoutTag tag;
-    /// In the order of the samples; 0 fills up.
-    std::array<ChannelLabel, kMaxChannels> labels;
+    /// In the order of the samples, then zeros.
+    std::array<AudioChannelLabel, kMaxChannels> labels;
 
     int channelCount() const { return static_cast<int>(tag & 0xffff); }
 };
@@ -58,15 +62,15 @@ constexpr std::array<AudioChannelLayoutTag, kMaxChannels> kDefaultLayouts{
     kAudioChannelLayoutTag_MPEG_6_1_A, kAudioChannelLayoutTag_MPEG_7_1_C,
 };
 
-ChannelLabels labelSet(std::initializer_list<ChannelLabel> labels) {
+ChannelLabels labelSet(std::initializer_list<AudioChannelLabel> labels) {
     ChannelLabels set;
-    for (const ChannelLabel label : labels) {
+    for (const AudioChannelLabel label : labels) {
         set.set(label);
     }
     return set;
 }
 
-/// Channels that may stand in for each other.
+/// Channels that can replace each other.
 const std::array<ChannelLabels, 7>& interchangeableLabels() {
     static const std::array groups{
         labelSet({1, 7, 13}),      labelSet({2, 8, 15}),          labelSet({3, 7, 8, 14}),
@@ -76,116 +80,140 @@ const std::array<ChannelLabels, 7>& interchangeableLabels() {
     return groups;
 }
 
-ChannelLabel channelLabel(std::uint64_t channel) {
-    if (channel <= AV_CH_TOP_BACK_RIGHT) {
-        return static_cast<ChannelLabel>(std::countr_zero(channel) + 1);
-    }
-    switch (channel) {
-    case AV_CH_WIDE_LEFT:
-        return 35;
-    case AV_CH_WIDE_RIGHT:
-        return 36;
-    case AV_CH_SURROUND_DIRECT_LEFT:
-        return 33;
-    case AV_CH_SURROUND_DIRECT_RIGHT:
-        return 34;
-    case AV_CH_LOW_FREQUENCY_2:
-        return 37;
-    default:
-        throw FFmpegError::unexpectedChannelType(channel);
-    }
-}
-
-ChannelLabels channelLabels(std::uint64_t channelMask) {
-    ChannelLabels labels;
+/// In the order of the bits.
+Labels labelsOf(std::uint64_t channelMask) {
+    Labels labels;
     for (std::uint64_t rest = channelMask; rest != 0; rest &= rest - 1) {
-        labels.set(channelLabel(rest & ~(rest - 1)));
+        const std::uint64_t channel = rest & ~(rest - 1);
+        const auto label = labelOfChannel(channel);
+        if (!label) {
+            throw FFmpegError::unexpectedChannelType(channel);
+        }
+        labels.push_back(*label);
     }
     return labels;
 }
 
-/// The lowest of `labels` that shares a group with `label`.
-std::optional<std::size_t> standIn(ChannelLabel label, const ChannelLabels& labels) {
+/// `label` itself, or the lowest of `available` that can replace it.
+std::optional<AudioChannelLabel> sourceOf(AudioChannelLabel label, const ChannelLabels& available) {
+    if (available.test(label)) {
+        return label;
+    }
     ChannelLabels candidates;
     for (const auto& group : interchangeableLabels()) {
         if (group.test(label)) {
             candidates |= group;
         }
     }
-    candidates &= labels;
-    if (candidates.none()) {
-        return std::nullopt;
-    }
-    return std::countr_zero(candidates.to_ullong());
+    candidates &= available;
+    return candidates.none()
+               ? std::nullopt
+               : std::optional<AudioChannelLabel>(std::countr_zero(candidates.to_ullong()));
 }
 
-/// How many channels of the layout something else has to stand in for; none when that does not do.
-std::optional<int> substitutions(const Layout& layout, ChannelLabels labels) {
-    int count = 0;
-    for (const ChannelLabel label : layout.labels) {
-        if (label == 0) {
-            break;
-        }
-        if (labels.test(label)) {
-            labels.reset(label);
-            continue;
-        }
-        const auto found = standIn(label, labels);
-        if (!found) {
+/// Which of `labels` serves as each channel of the layout; none when one has no replacement.
+std::optional<Labels> assignment(const Layout& layout, const Labels& labels) {
+    ChannelLabels available;
+    for (const AudioChannelLabel label : labels) {
+        available.set(label);
+    }
+    Labels assigned;
+    for (int i = 0; i < layout.channelCount(); ++i) {
+        const auto source = sourceOf(layout.labels[static_cast<std::size_t>(i)], available);
+        if (!source) {
             return std::nullopt;
         }
-        labels.reset(*found);
-        ++count;
+        available.reset(*source);
+        assigned.push_back(*source);
     }
-    return count;
+    return assigned;
 }
 
-AudioChannelLayoutTag defaultLayoutTag(int channelCount) {
-    if (channelCount < 1 || channelCount > static_cast<int>(kDefaultLayouts.size())) {
-        throw FFmpegError::unsupportedChannelCount(channelCount);
+int replacements(const Layout& layout, const Labels& assigned) {
+    return static_cast<int>(std::inner_product(assigned.begin(), assigned.end(),
+                                               layout.labels.begin(), 0, std::plus<>(),
+                                               std::not_equal_to<>()));
+}
+
+std::vector<std::uint8_t> channelMap(const Labels& assigned, const Labels& labels) {
+    if (assigned == labels) {
+        return {};
     }
-    const auto tag = kDefaultLayouts[static_cast<std::size_t>(channelCount - 1)];
-    logMessage("FFmpeg did not provide a channel layout, so using the default standard layout for "
-               "{} channels: {}.",
-               channelCount, tag);
-    return tag;
+    std::vector<std::uint8_t> map;
+    for (const AudioChannelLabel label : assigned) {
+        map.push_back(static_cast<std::uint8_t>(std::find(labels.begin(), labels.end(), label) -
+                                                labels.begin()));
+    }
+    return map;
 }
 
 /// None when no layout fits best alone.
-std::optional<AudioChannelLayoutTag> bestLayoutTag(const ChannelLabels& labels, int channelCount) {
-    std::optional<AudioChannelLayoutTag> best;
+std::optional<AudioChannels> bestLayout(const Labels& labels) {
+    std::optional<AudioChannels> best;
     int fewest = static_cast<int>(kMaxChannels) + 1;
     for (const auto& layout : kSupportedLayouts) {
-        if (layout.channelCount() != channelCount) {
+        if (layout.channelCount() != static_cast<int>(labels.size())) {
             continue;
         }
-        const auto count = substitutions(layout, labels);
-        if (!count || *count > fewest) {
+        const auto assigned = assignment(layout, labels);
+        const int count = assigned ? replacements(layout, *assigned) : fewest + 1;
+        if (count > fewest) {
             continue;
         }
-        best = *count < fewest ? std::optional(layout.tag) : std::nullopt;
-        fewest = *count;
+        best = count < fewest
+                   ? std::optional(AudioChannels{layout.tag, {}, channelMap(*assigned, labels)})
+                   : std::nullopt;
+        fewest = count;
     }
     return best;
 }
 
+Labels numberedLabels(AudioChannelLabel first, int count) {
+    Labels labels(static_cast<std::size_t>(count));
+    std::iota(labels.begin(), labels.end(), first);
+    return labels;
+}
+
+AudioChannels channelsWithoutPlaces(int channelCount) {
+    if (channelCount > static_cast<int>(kDefaultLayouts.size())) {
+        return {.labels = numberedLabels(kAudioChannelLabel_Discrete_0, channelCount)};
+    }
+    return {.tag = kDefaultLayouts[static_cast<std::size_t>(channelCount - 1)]};
+}
+
+/// The components come first.
+AudioChannels soundField(std::uint64_t channelMask, int channelCount) {
+    Labels labels =
+        numberedLabels(kAudioChannelLabel_HOA_ACN_0, channelCount - std::popcount(channelMask));
+    const Labels others = labelsOf(channelMask);
+    labels.insert(labels.end(), others.begin(), others.end());
+    return {.labels = std::move(labels)};
+}
+
 } // namespace
 
-AudioChannelLayoutTag audioChannelLayoutTag(std::uint64_t channelMask, int channelCount) {
-    if (channelMask == 0) {
-        return defaultLayoutTag(channelCount);
+AudioChannels audioChannels(std::uint64_t channelMask, int channelCount, bool isAmbisonic) {
+    if (channelCount < 1 || channelCount > kMaxDescribedChannels) {
+        throw FFmpegError::unsupportedChannelCount(channelCount);
     }
-    const ChannelLabels labels = channelLabels(channelMask);
-    if (static_cast<int>(labels.count()) != channelCount) {
+    const int named = std::popcount(channelMask);
+    if (isAmbisonic ? named > channelCount : named != channelCount && channelMask != 0) {
         throw FFmpegError::channelLayoutDoesNotMatchChannelCount(channelMask, channelCount);
     }
-    if (const auto best = bestLayoutTag(labels, channelCount)) {
-        return *best;
+    if (isAmbisonic) {
+        return soundField(channelMask, channelCount);
+    }
+    if (channelMask == 0) {
+        return channelsWithoutPlaces(channelCount);
+    }
+    Labels labels = labelsOf(channelMask);
+    if (auto best = bestLayout(labels)) {
+        return *std::move(best);
     }
     if (channelCount == 1) {
-        return kAudioChannelLayoutTag_Mono;
+        return {.tag = kAudioChannelLayoutTag_Mono};
     }
-    throw FFmpegError::unsupportedChannelLayout(channelMask);
+    return {.labels = std::move(labels)};
 }
 
 } // namespace zelvane

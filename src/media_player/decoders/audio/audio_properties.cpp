@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media_player/decoders/audio/audio_properties.h"
 
+#include <utility>
+
 #include "core_media/ffmpeg_error.h"
 #include "foundation/log.h"
-#include "media_player/decoders/audio/audio_channel_layout.h"
 
 namespace zelvane {
 namespace {
@@ -56,8 +57,9 @@ AudioFormatFlags audioFormatFlags(AVSampleFormat format) {
 }
 
 BufferLevelProperties bufferLevelProperties(int sampleRate, const AVChannelLayout& layout) {
-    return {sampleRate, layout.nb_channels,
-            layout.order == AV_CHANNEL_ORDER_NATIVE ? layout.u.mask : 0};
+    const bool isAmbisonic = layout.order == AV_CHANNEL_ORDER_AMBISONIC;
+    const bool hasMask = isAmbisonic || layout.order == AV_CHANNEL_ORDER_NATIVE;
+    return {sampleRate, layout.nb_channels, hasMask ? layout.u.mask : 0, isAmbisonic};
 }
 
 AudioProperties::AudioProperties(const AVCodecContext& decoderContext)
@@ -75,10 +77,22 @@ AudioProperties::AudioProperties(AVSampleFormat format, int bitsPerRawSample,
     bitsPerSample = bitsPerRawSample >= 1 ? bitsPerRawSample : bytesPerSample * 8;
 }
 
-CMFormatDescriptionRef AudioProperties::makeAudioFormatDescription() const {
-    const auto& [sampleRate, channelCount, channelLayout] = bufferLevelProperties;
+AudioChannels AudioProperties::channels() const {
+    return audioChannels(bufferLevelProperties.ffmpegChannelLayout,
+                         bufferLevelProperties.channelCount, bufferLevelProperties.isAmbisonic);
+}
+
+SampleBufferFormat AudioProperties::makeSampleBufferFormat() const {
+    const auto& [sampleRate, channelCount, channelMask, isAmbisonic] = bufferLevelProperties;
+    AudioChannels described = channels();
+    if (channelMask == 0 && described.labels.empty()) {
+        logMessage("FFmpeg did not provide a channel layout, so using the default standard layout "
+                   "for {} channels: {}.",
+                   channelCount, described.tag);
+    }
     CMFormatDescription::Audio audio;
-    audio.channelLayoutTag = audioChannelLayoutTag(channelLayout, channelCount);
+    audio.channelLayoutTag = described.tag;
+    audio.channelLabels = std::move(described.labels);
     auto& stream = audio.streamDescription;
     stream.mSampleRate = sampleRate;
     stream.mFormatID = kAudioFormatLinearPCM;
@@ -88,10 +102,7 @@ CMFormatDescriptionRef AudioProperties::makeAudioFormatDescription() const {
     stream.mFramesPerPacket = 1;
     stream.mChannelsPerFrame = static_cast<std::uint32_t>(channelCount);
     stream.mBitsPerChannel = static_cast<std::uint32_t>(bitsPerSample);
-    CMFormatDescriptionRef description;
-    checkedDarwinCall(
-        [&] { return CMFormatDescription::createForAudio(std::move(audio), description); });
-    return description;
+    return {CMFormatDescription::ofAudio(std::move(audio)), std::move(described.channelMap)};
 }
 
 } // namespace zelvane

@@ -5,41 +5,45 @@
 #include <cstdint>
 #include <memory>
 
-#include "core_media/audio_converter.h"
 #include "core_media/cm_block_buffer.h"
 #include "core_media/cm_sample_buffer.h"
 #include "media_player/decoders/audio/audio_properties.h"
 
 namespace zelvane {
 
-/// Gathers decoded frames of one format into one sample buffer of interleaved PCM. Used by its
-/// decoder's queue.
+/// Gathers decoded frames of one format into one sample buffer of interleaved PCM, with the
+/// channels in the order of its layout. Used by its decoder's queue.
 class AudioSampleBufferBuilder {
   public:
-    /// `audioFormatDescription` is what `audioProperties` made.
-    AudioSampleBufferBuilder(const AudioProperties& audioProperties,
-                             CMFormatDescriptionRef audioFormatDescription,
-                             const CMTime& presentationTimestamp);
+    /// `format` is what `audioProperties` made.
+    AudioSampleBufferBuilder(const AudioProperties& audioProperties, SampleBufferFormat format);
 
-    /// Frames so far.
+    /// Frames appended so far.
     std::int64_t frameCount() const { return frameCount_; }
-    /// Appends a decoder's frame, which is of the format that the builder was made for.
+    /// When the first frame begins; invalid until it is set.
+    const CMTime& presentationTimestamp() const { return presentationTimestamp_; }
+    void setPresentationTimestamp(const CMTime& time) { presentationTimestamp_ = time; }
+    /// The duration of the frames appended so far.
+    CMTime duration() const;
+    /// Appends a decoded frame of the builder's format.
     void append(const AVFrame& frame);
-    /// The buffer of all that was appended, at least one frame. The builder is spent afterwards.
+    /// The buffer of all that was appended, at least one frame, once its time is known. The builder
+    /// is spent afterwards.
     CMSampleBufferRef makeSampleBuffer();
 
   private:
     void appendInterleavedData(const AVFrame& frame, std::size_t bufferByteCount);
+    void appendReorderedData(const AVFrame& frame, std::size_t bufferByteCount);
     void appendNonInterleavedData(const AVFrame& frame, std::size_t interleavedBufferByteCount);
-    const AudioStreamBasicDescription& streamDescription() const {
-        return audioFormatDescription_->audio()->streamDescription;
+    template <class Write>
+    void appendMade(std::size_t byteCount, Write&& write);
+    std::size_t bytesPerFrame() const {
+        return format_.description->audio()->streamDescription.mBytesPerFrame;
     }
-    const AudioConverter& planarToInterleavedConverter();
 
     AudioProperties audioProperties_;
-    CMFormatDescriptionRef audioFormatDescription_;
-    std::unique_ptr<const AudioConverter> planarToInterleavedConverter_;
-    CMTime presentationTimestamp_;
+    SampleBufferFormat format_;
+    CMTime presentationTimestamp_ = kCMTimeInvalid;
     std::int64_t frameCount_ = 0;
     std::shared_ptr<CMBlockBuffer> blockBuffer_;
 };

@@ -10,17 +10,21 @@
 namespace zelvane {
 
 FFmpegAudioDecoder::FFmpegAudioDecoder(const AVStream& stream)
-    : streamTimeBase_(stream.time_base), sampleGrid_(stream) {
+    : streamTimeBase_(stream.time_base), sampleGrid_(stream), timestamps_(stream.time_base) {
     const AVCodec* codec = findDecoder(*stream.codecpar, AVMEDIA_TYPE_AUDIO);
     decoderContext_ = makeDecoderContext(*stream.codecpar, codec, streamTimeBase_);
     openDecoder(codec, *decoderContext_);
     audioProperties_.emplace(*decoderContext_);
+    // Some codecs have no channels before their first packet.
+    if (audioProperties_->bufferLevelProperties.channelCount > 0) {
+        audioProperties_->channels();
+    }
     ffmpegSampleBuffer_.reset(checkedFFmpegAllocation(av_frame_alloc()));
 }
 
 bool FFmpegAudioDecoder::startDecoding(const Packet& packet) {
     if (heldFailure_ != nullptr) {
-        // It has to be heard first: the flush that follows would cost this packet too.
+        // Report the failure first: the flush that follows would drop this packet too.
         return false;
     }
     try {
@@ -28,10 +32,12 @@ bool FFmpegAudioDecoder::startDecoding(const Packet& packet) {
             return false;
         }
     } catch (...) {
-        guessedNextPresentationTimestamp_.reset();
+        timestamps_.setEnd(kCMTimeInvalid);
         throw;
     }
+    isFresh_ = false;
     const AVPacket& avPacket = packet.avPacket();
+    timestamps_.didSend(avPacket);
     if (avPacket.data == nullptr && avPacket.size == 0) {
         forceDequeueSampleBuffer_ = true;
     }
@@ -45,20 +51,23 @@ CMSampleBufferRef FFmpegAudioDecoder::dequeueSampleBuffer() {
     try {
         return dequeueGatheredFrames();
     } catch (...) {
-        guessedNextPresentationTimestamp_.reset();
         auto gathered = closeBuilder();
+        timestamps_.reset();
         if (gathered == nullptr) {
             throw;
         }
-        // Who hears of a failure flushes, and would lose up to a second of sound that is good.
+        // Deliver the gathered buffer first: reporting the failure makes the caller flush.
         heldFailure_ = std::current_exception();
         return gathered;
     }
 }
 
 void FFmpegAudioDecoder::flush() {
-    avcodec_flush_buffers(decoderContext_.get());
-    guessedNextPresentationTimestamp_.reset();
+    // Flushed Musepack leaves out 32 frames, also at the start.
+    if (!std::exchange(isFresh_, true)) {
+        avcodec_flush_buffers(decoderContext_.get());
+    }
+    timestamps_.reset();
     sampleBufferBuilder_.reset();
     heldFailure_ = nullptr;
     forceDequeueSampleBuffer_ = false;
@@ -77,20 +86,22 @@ CMSampleBufferRef FFmpegAudioDecoder::dequeueGatheredFrames() {
     return forceDequeueSampleBuffer_ ? closeBuilder() : nullptr;
 }
 
-/// Adds a frame to the buffer in the making, and returns the buffer that is finished by that.
+/// Adds a frame to the gathered buffer. Returns the buffer that this completes, or null.
 CMSampleBufferRef FFmpegAudioDecoder::gather(const AVFrame& frame) {
-    const auto expectedTimestamp = guessedNextPresentationTimestamp_;
     const bool formatChanged = adoptFormat(frame);
-    const CMTime timestamp = presentationTimestamp(frame);
+    const auto timestamp = presentationTimestamp(frame);
     const int sampleRate = audioProperties_->bufferLevelProperties.sampleRate;
-    guessedNextPresentationTimestamp_ = timestamp + CMTime(frame.nb_samples, sampleRate);
 
     CMSampleBufferRef finished;
-    if (formatChanged || expectedTimestamp != timestamp) {
+    if (formatChanged || beginsAfterGap(timestamp)) {
         finished = closeBuilder();
     }
     if (sampleBufferBuilder_ == nullptr) {
-        sampleBufferBuilder_ = makeBuilder(timestamp);
+        sampleBufferBuilder_ = makeBuilder();
+    }
+    if (timestamp) {
+        place(*timestamp);
+        timestamps_.setEnd(*timestamp + CMTime(frame.nb_samples, sampleRate));
     }
     sampleBufferBuilder_->append(frame);
     if (finished != nullptr) {
@@ -100,7 +111,7 @@ CMSampleBufferRef FFmpegAudioDecoder::gather(const AVFrame& frame) {
     return isFull || forceDequeueSampleBuffer_ ? closeBuilder() : nullptr;
 }
 
-/// Takes over the frame's format. Whether it is another than before.
+/// Adopts the frame's format. Returns whether it differs from the one before.
 bool FFmpegAudioDecoder::adoptFormat(const AVFrame& frame) {
     const auto properties = bufferLevelProperties(frame.sample_rate, frame.ch_layout);
     const auto format = static_cast<AVSampleFormat>(frame.format);
@@ -109,41 +120,64 @@ bool FFmpegAudioDecoder::adoptFormat(const AVFrame& frame) {
         return false;
     }
     audioProperties_.emplace(format, decoderContext_->bits_per_raw_sample, properties);
-    audioFormatDescription_.reset();
+    sampleBufferFormat_ = {};
     return true;
 }
 
-CMTime FFmpegAudioDecoder::presentationTimestamp(const AVFrame& frame) const {
-    const auto own = timeFromStamp(frame.best_effort_timestamp, streamTimeBase_);
-    const auto& guess = guessedNextPresentationTimestamp_;
-    // Stamps in units of a sample are exact. All others are too coarse to tell a gap from rounding.
+/// Returns whether a frame of that time does not continue the gathered buffer.
+bool FFmpegAudioDecoder::beginsAfterGap(const std::optional<CMTime>& timestamp) const {
+    return sampleBufferBuilder_ != nullptr &&
+           sampleBufferBuilder_->presentationTimestamp().isValid() &&
+           (!timestamp || timestamps_.expectedTime() != timestamp);
+}
+
+/// Records that the next frame begins at `time`.
+void FFmpegAudioDecoder::place(const CMTime& time) {
+    if (!sampleBufferBuilder_->presentationTimestamp().isValid()) {
+        sampleBufferBuilder_->setPresentationTimestamp(time - sampleBufferBuilder_->duration());
+    }
+}
+
+/// None where only a later frame can determine it.
+std::optional<CMTime> FFmpegAudioDecoder::presentationTimestamp(const AVFrame& frame) const {
+    const auto stated = timestamps_.statedTime(frame);
+    const auto& expected = timestamps_.expectedTime();
+    // Stamps in units of a sample are exact. All others are too coarse to distinguish a gap from
+    // rounding.
     const bool isExact = streamTimeBase_.num == 1 &&
                          streamTimeBase_.den == audioProperties_->bufferLevelProperties.sampleRate;
-    if (const auto& preferred = isExact ? own : guess) {
-        return *preferred;
+    if (expected && (!isExact || !stated)) {
+        return expected;
     }
-    if (isExact && guess) {
-        return *guess;
+    if (!stated && !timestamps_.earliestPacketTime()) {
+        throw FFmpegError::simple(FFmpegError::Case::noPresentationTimestamp);
     }
-    if (own) {
-        return sampleGrid_.timeOf(frame.best_effort_timestamp, frame.nb_samples).value_or(*own);
+    if (!stated || isExact) {
+        return stated;
     }
-    throw FFmpegError::simple(FFmpegError::Case::noPresentationTimestamp);
+    const auto exact = sampleGrid_.timeOf(frame.best_effort_timestamp, frame.nb_samples);
+    return exact ? exact : stated;
 }
 
-std::unique_ptr<AudioSampleBufferBuilder>
-FFmpegAudioDecoder::makeBuilder(const CMTime& presentationTimestamp) {
-    if (audioFormatDescription_ == nullptr) {
-        audioFormatDescription_ = audioProperties_->makeAudioFormatDescription();
+std::unique_ptr<AudioSampleBufferBuilder> FFmpegAudioDecoder::makeBuilder() {
+    if (sampleBufferFormat_.description == nullptr) {
+        sampleBufferFormat_ = audioProperties_->makeSampleBufferFormat();
     }
-    return std::make_unique<AudioSampleBufferBuilder>(*audioProperties_, audioFormatDescription_,
-                                                      presentationTimestamp);
+    return std::make_unique<AudioSampleBufferBuilder>(*audioProperties_, sampleBufferFormat_);
 }
 
-/// The buffer in the making, or null when there is none.
+/// Returns the gathered buffer, or null when there is none.
 CMSampleBufferRef FFmpegAudioDecoder::closeBuilder() {
     const auto builder = std::move(sampleBufferBuilder_);
-    return builder != nullptr && builder->frameCount() > 0 ? builder->makeSampleBuffer() : nullptr;
+    if (builder == nullptr || builder->frameCount() == 0) {
+        return nullptr;
+    }
+    if (!builder->presentationTimestamp().isValid()) {
+        // No frame has stated a time: they are taken to begin with their first packet.
+        builder->setPresentationTimestamp(timestamps_.earliestPacketTime().value());
+        timestamps_.setEnd(builder->presentationTimestamp() + builder->duration());
+    }
+    return builder->makeSampleBuffer();
 }
 
 } // namespace zelvane

@@ -9,15 +9,16 @@
 #include "media_player/decoders/audio/audio_properties.h"
 #include "media_player/decoders/audio/audio_sample_buffer_builder.h"
 #include "media_player/decoders/audio/sample_grid.h"
+#include "media_player/decoders/common/frame_timestamps.h"
 #include "media_player/decoders/common/media_decoder.h"
 #include "media_player/decoders/common/media_type.h"
 
 namespace zelvane {
 
 /// Decodes an audio stream into buffers of up to about a second of interleaved PCM: few buffers are
-/// less work for whoever schedules them. Their times have no gaps where the container's stamps are
-/// coarser than a sample; a jump in exact stamps, or a change of format, begins a new buffer.
-/// Used by one queue at a time.
+/// less work to schedule. Their times have no gaps where the container's stamps are coarser than a
+/// sample. A jump in exact stamps, or a change of format, starts a new buffer. Frames without a
+/// time get it from the next frame that has one. Used by one queue at a time.
 class FFmpegAudioDecoder final : public CoreMediaCompatibleDecoder {
   public:
     /// Throws unsupportedMediaType or decoderNotFound, or what opening the decoder throws.
@@ -25,7 +26,7 @@ class FFmpegAudioDecoder final : public CoreMediaCompatibleDecoder {
 
     MediaType mediaType() const { return MediaType::audio; }
     const AVCodecContext& decoderContext() const { return *decoderContext_; }
-    /// Those of the last frame that was decoded.
+    /// The properties of the last decoded frame.
     const AudioProperties& audioProperties() const { return *audioProperties_; }
 
     bool startDecoding(const Packet& packet) override;
@@ -36,24 +37,28 @@ class FFmpegAudioDecoder final : public CoreMediaCompatibleDecoder {
     CMSampleBufferRef dequeueGatheredFrames();
     CMSampleBufferRef gather(const AVFrame& frame);
     bool adoptFormat(const AVFrame& frame);
-    CMTime presentationTimestamp(const AVFrame& frame) const;
-    std::unique_ptr<AudioSampleBufferBuilder> makeBuilder(const CMTime& presentationTimestamp);
+    std::optional<CMTime> presentationTimestamp(const AVFrame& frame) const;
+    bool beginsAfterGap(const std::optional<CMTime>& timestamp) const;
+    void place(const CMTime& time);
+    std::unique_ptr<AudioSampleBufferBuilder> makeBuilder();
     CMSampleBufferRef closeBuilder();
 
     ffmpeg::CodecContext decoderContext_;
     AVRational streamTimeBase_;
     SampleGrid sampleGrid_;
-    /// Always there once constructed.
+    /// Has a value after construction.
     std::optional<AudioProperties> audioProperties_;
-    /// Made for the first buffer of a format and shared by all: a guessed layout is logged once.
-    CMFormatDescriptionRef audioFormatDescription_;
+    /// Of all buffers until the next change: a guessed layout is logged once.
+    SampleBufferFormat sampleBufferFormat_;
     /// The one output frame, reused.
     ffmpeg::Frame ffmpegSampleBuffer_;
-    std::optional<CMTime> guessedNextPresentationTimestamp_;
+    FrameTimestamps timestamps_;
     std::unique_ptr<AudioSampleBufferBuilder> sampleBufferBuilder_;
-    /// What went wrong behind the buffer that was handed out last.
+    /// The failure that came after the last delivered buffer.
     std::exception_ptr heldFailure_;
-    /// The stream has ended: whatever there is leaves at once.
+    /// The decoder has had no packet since it was opened or flushed.
+    bool isFresh_ = true;
+    /// The stream has ended: deliver the gathered frames at once.
     bool forceDequeueSampleBuffer_ = false;
 };
 

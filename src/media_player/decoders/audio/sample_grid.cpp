@@ -10,7 +10,7 @@ namespace zelvane {
 
 namespace {
 
-/// Opus changes its frames' length as it likes, in steps of 2.5 ms (RFC 6716).
+/// Frames of Opus have any length, in steps of 2.5 ms (RFC 6716).
 int frameSizeOf(const AVCodecParameters& parameters) {
     return parameters.codec_id == AV_CODEC_ID_OPUS ? parameters.sample_rate / 400
                                                    : parameters.frame_size;
@@ -33,23 +33,23 @@ std::optional<CMTime> SampleGrid::timeOf(std::int64_t stamp, int sampleCount) co
         return std::nullopt;
     }
     const AVRational samples{1, sampleRate_};
-    // Content that begins at zero has its padding before that, to the sample.
+    // Content that begins at zero has exactly its padding before zero.
     const auto roundedPadding = av_rescale_q(-padding_, samples, timeBase_);
     const bool beginsAtZero = padding_ > 0 && std::llabs(roundedPadding - *start_) <= 1;
     const double begin = beginsAtZero ? -static_cast<double>(padding_) / sampleRate_
                                       : static_cast<double>(*start_) * av_q2d(timeBase_);
-    // By its end, since the first frame may have lost its beginning.
+    // Use the end of the frame: the first frame may have lost its beginning.
     const double end = static_cast<double>(stamp) * av_q2d(timeBase_) +
                        static_cast<double>(sampleCount) / sampleRate_;
     const double frames = (end - begin) * sampleRate_ / frameSize;
     const auto index = static_cast<std::int64_t>(std::llround(frames));
-    // Half a unit of rounding, and as much again where the beginning was cut.
+    // Half a unit for rounding, and half a unit where the beginning was cut.
     constexpr double kRounding = 1.001;
     if (std::abs(frames - static_cast<double>(index)) * frameSize >
         kRounding * av_q2d(timeBase_) * sampleRate_) {
         return std::nullopt;
     }
-    // The decoder drops whole frames, and cuts one by as many units as that is when rounded.
+    // The decoder drops whole frames, and cuts one frame by a rounded number of units.
     const int cut = padding_ % frameSize;
     const auto cutFrame = static_cast<std::int64_t>(std::llround(
         (begin + static_cast<double>(padding_ - cut) / sampleRate_) / av_q2d(timeBase_)));

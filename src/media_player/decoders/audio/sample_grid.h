@@ -9,17 +9,17 @@
 
 namespace zelvane {
 
-/// Where the frames of a sound stream lie to the sample, when its stamps are rounded to coarser
-/// units: decoded from the start, frame k begins k frames' samples behind the first. A decoder that
-/// starts elsewhere finds its place by that, so that a seek ends on the very samples of straight
-/// playback. Immutable.
+/// The times of a sound stream's frames, exact to the sample, when its stamps are rounded to
+/// coarser units: in a decode from the start, frame k begins k frames' samples after the first. A
+/// decoder that starts elsewhere finds its position by that, so that a seek ends on the same
+/// samples as straight playback. Immutable.
 class SampleGrid {
   public:
     /// Of a stream whose frames all have the same number of samples.
     explicit SampleGrid(const AVStream& stream);
 
-    /// When a frame of so many samples with that stamp begins; none where the stamp says that the
-    /// frames don't follow each other without gaps since the start, or that they differ in size.
+    /// When a frame with that stamp and sample count begins. None where the stamp shows that there
+    /// are gaps since the start, or that frames differ in size.
     std::optional<CMTime> timeOf(std::int64_t stamp, int sampleCount) const;
 
   private:
@@ -28,7 +28,7 @@ class SampleGrid {
     int frameSize_;
     /// Samples that decoders drop at the start.
     int padding_;
-    /// In stamps; none when the stream doesn't say.
+    /// In units of stamps; none when the stream does not state it.
     std::optional<std::int64_t> start_;
 };
 

@@ -4,14 +4,15 @@
 #include <thread>
 #include <utility>
 
+#include "core_media/ffmpeg_error.h"
 #include "foundation/error.h"
 #include "foundation/log.h"
 
 namespace zelvane {
 namespace {
 
-// dav1d's worker threads make it refuse and have nothing for a few rounds while they are busy. A
-// decoder that does so for this long will do so for ever.
+// While its worker threads are busy, dav1d refuses input and has no output for a few rounds. After
+// this many rounds the decoder is taken to be stuck.
 constexpr int kMaxFruitlessRounds = 64;
 
 } // namespace
@@ -34,7 +35,7 @@ void CoreMediaCompatibleDecodeSession::deliverReady() {
 }
 
 void CoreMediaCompatibleDecodeSession::finish() {
-    // libavcodec forgets a packet that it has not begun to decode when the end is told before.
+    // At the end of the stream libavcodec drops a packet that it has not begun to decode.
     deliverReady();
     feed(Packet());
     try {
@@ -51,8 +52,11 @@ void CoreMediaCompatibleDecodeSession::feed(const Packet& packet) {
     int fruitlessRounds = 0;
     while (!decoder_.startDecoding(packet)) {
         if (fruitlessRounds == kMaxFruitlessRounds) {
-            fatalError("Unable to start decoding packet even though there are no more sample "
+            // A damaged file must not end the process.
+            logMessage("Unable to start decoding packet even though there are no more sample "
                        "buffers to dequeue.");
+            decoder_.flush();
+            throw FFmpegError::simple(FFmpegError::Case::posixEAGAIN);
         }
         if (deliverNextOrReset()) {
             fruitlessRounds = 0;

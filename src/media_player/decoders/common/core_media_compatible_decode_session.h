@@ -12,7 +12,7 @@ namespace zelvane {
 /// finish(). The decoder lives longer than the session.
 ///
 /// Output of the last packet stays in the decoder until a later packet, or finish(), pushes it out.
-/// After finish() the session wants a flush() before it is fed again.
+/// After finish() the session needs a flush() before the next packet.
 class CoreMediaCompatibleDecodeSession {
   public:
     using SampleBufferHandler = std::function<void(const CMSampleBufferRef&)>;
@@ -24,15 +24,15 @@ class CoreMediaCompatibleDecodeSession {
     void setSampleBufferHandler(SampleBufferHandler handler);
     CoreMediaCompatibleDecoder& decoder() const { return decoder_; }
 
-    /// Feeds one packet, dequeuing whatever the decoder wants to be rid of first. A failure to
-    /// dequeue costs the frames inside the decoder, no more. Throws what the decoder throws for the
-    /// packet; session and decoder stay usable.
+    /// Feeds one packet, and dequeues first what the decoder has to give. A failure to dequeue
+    /// loses the frames in the decoder only. Throws what the decoder throws for the packet; session
+    /// and decoder stay usable.
     void decode(const PacketRef& packet);
-    /// Delivers what the decoder has ready, which decode() leaves in it until it has to. A failure
-    /// costs the frames inside the decoder.
+    /// Delivers what the decoder has ready; decode() leaves it there while the decoder accepts
+    /// packets. A failure loses the frames in the decoder.
     void deliverReady();
-    /// Tells the decoder that the stream ends, and delivers what it still holds. Throws what the
-    /// decoder throws; what it holds then is lost.
+    /// Signals the end of the stream to the decoder, and delivers what it still holds. Throws what
+    /// the decoder throws; what it holds then is lost.
     void finish();
     void flush() { decoder_.flush(); }
 

@@ -16,11 +16,11 @@ ffmpeg::CodecContext makeDecoderContext(const AVCodecParameters& parameters, con
 /// Throws FFmpegError.
 void openDecoder(const AVCodec* codec, AVCodecContext& context);
 
-/// Offers a packet. False: the decoder's output has to be dequeued first, and the packet offered
-/// again. True also for a decoder that is at the end already. Throws FFmpegError.
+/// Offers a packet. False: dequeue the decoder's output first, then offer the packet again. Also
+/// true for a decoder that is at the end already. Throws FFmpegError.
 bool startDecoding(const Packet& packet, AVCodecContext& context);
 
-/// Moves the next finished frame into `frame`. False when there is none now, or none any more.
+/// Moves the next finished frame into `frame`. False if there is none now, or no more.
 /// Throws FFmpegError.
 bool dequeue(AVCodecContext& context, AVFrame& frame);
 

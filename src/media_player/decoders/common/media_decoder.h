@@ -25,9 +25,17 @@ class CoreMediaCompatibleDecoder : public MediaDecoder {
     /// The next finished buffer, or null when there is none now. Throws FFmpegError, SystemError or
     /// DataMismatchError.
     virtual CMSampleBufferRef dequeueSampleBuffer() = 0;
-    /// From now on what begins before `time` is not wanted: the decoder may leave it out where that
-    /// doesn't change what begins later. Nothing: all is wanted, as after construction.
+    /// Buffers that begin before `time` are not wanted: the decoder may leave them out if that does
+    /// not change later ones. None: all are wanted, as after construction.
     virtual void setEarliestWantedTime(const std::optional<CMTime>& /*time*/) {}
+    /// Directly after a flush: until endSearch(), and from there to the next key packet, decoding
+    /// may use all processors. What comes out is the same.
+    virtual void beginSearch() {}
+    virtual void endSearch() {}
+    /// Whether the latest buffer derives from nothing before the flush. False where the first
+    /// packet after the flush was flagged as a key frame and is none, as in files that lost their
+    /// index.
+    virtual bool isClean() const { return true; }
 };
 
 } // namespace zelvane

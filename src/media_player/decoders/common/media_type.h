@@ -2,7 +2,7 @@
 #pragma once
 
 #include <array>
-#include <optional>
+#include <cstddef>
 
 namespace zelvane {
 
@@ -12,9 +12,10 @@ enum class MediaType { video = 0, audio = 1, subtitles = 2 };
 inline constexpr std::array kAllMediaTypes{MediaType::video, MediaType::audio,
                                            MediaType::subtitles};
 
-constexpr std::optional<MediaType> mediaTypeFromRawValue(int rawValue) {
-    return rawValue >= 0 && rawValue <= 2 ? std::optional(static_cast<MediaType>(rawValue))
-                                          : std::nullopt;
+/// "video", "audio" or "subtitles".
+constexpr const char* nameOf(MediaType mediaType) {
+    constexpr std::array kNames{"video", "audio", "subtitles"};
+    return kNames.at(static_cast<std::size_t>(mediaType));
 }
 
 } // namespace zelvane

@@ -33,7 +33,7 @@ std::vector<ASSStyleRecord> usableRecords(const ASSSplitter& splitter, ASSHeader
     return records;
 }
 
-/// Lines of SSA mark the names of styles with a star.
+/// SSA may prefix the names of styles with a star.
 const SubtitleTextStyle& styleNamed(const ASSStyleMap& map, const std::string& name) {
     auto found = map.find(name);
     if (found == map.end() && name.substr(0, 1) == "*") {
@@ -56,8 +56,8 @@ SubtitleTextStyle baseStyle(const ASSDialogRecord& dialog, const SubtitleTextSty
 
 } // namespace
 
-/// The style map, which is read for each line and replaced when the person's wishes change. The
-/// records that it is made of are copies: they are read on the thread that brings the change.
+/// The style map, which is read for each line and replaced when the user's settings change. It uses
+/// copies of the records: they are read on the thread of the change.
 class ASSDecoder::Styles {
   public:
     using Map = std::shared_ptr<const ASSStyleMap>;

@@ -13,32 +13,32 @@
 
 namespace zelvane {
 
-/// Who wrote the header of a script.
+/// The origin of a script's header.
 enum class ASSHeaderOrigin {
-    /// Its author.
+    /// The author of the script.
     script,
-    /// libavcodec, out of what another format says. An alignment that is none is then no reason to
-    /// refuse the script: it becomes the centre of the bottom.
+    /// libavcodec, from another format. An invalid alignment then does not make the script fail: it
+    /// becomes the bottom centre.
     madeByLibrary,
 };
 
-/// Turns the dialogue lines of a script into attributed strings by the styles of its header, which
-/// follow the person's caption appearance as it changes. One thread at a time, but for the change
-/// of the styles, which comes on any thread and reaches the next line.
+/// Converts the dialogue lines of a script to attributed strings, by the styles of its header,
+/// which follow the user's caption appearance as it changes. Used by one thread at a time; a change
+/// of the styles may come on any thread and applies from the next line.
 class ASSDecoder {
   public:
     using DecodingError = ASSDecodingError;
 
-    /// Throws DecodingError for a header that cannot be used.
+    /// Throws DecodingError for an unusable header.
     ASSDecoder(std::string_view headerBytes, ASSHeaderOrigin origin,
                const std::shared_ptr<SubtitleTextStyling>& styling);
     ~ASSDecoder();
     ASSDecoder(const ASSDecoder&) = delete;
     ASSDecoder& operator=(const ASSDecoder&) = delete;
 
-    /// The dialogues of more script text, valid until the next call.
+    /// Splits more script text; the dialogues are valid until the next call.
     std::span<const ASSDialogRecord> splitDialogs(std::string_view text);
-    /// Throws FFmpegError when the override codes of the line are malformed.
+    /// Throws FFmpegError for malformed override codes.
     FormattedTextSubtitle formattedTextSubtitle(const ASSDialogRecord& dialog) const;
 
   private:

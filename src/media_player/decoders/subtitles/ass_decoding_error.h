@@ -8,7 +8,7 @@
 
 namespace zelvane {
 
-/// What makes a script, or a line of it, unusable.
+/// The reason why a script, or a line of it, is unusable.
 class ASSDecodingError : public Error {
   public:
     enum class Case {
@@ -24,9 +24,9 @@ class ASSDecodingError : public Error {
     static ASSDecodingError invalidDialogBytes();
 
     Case errorCase() const { return case_; }
-    /// Of duplicateStyleName.
+    /// For duplicateStyleName.
     const std::string& styleName() const { return styleName_; }
-    /// Of invalidTextAlignmentValue.
+    /// For invalidTextAlignmentValue.
     std::int32_t alignmentValue() const { return alignmentValue_; }
 
     friend bool operator==(const ASSDecodingError& a, const ASSDecodingError& b) {

@@ -13,13 +13,12 @@ namespace {
 
 using Switch = ASSOverrideCallbacks::Switch;
 
-/// What ends a tag.
+/// The characters that end a tag.
 constexpr std::string_view kSeparators = "\\}";
 constexpr std::size_t kMaximumNameLength = 127;
 
-/// Each function tries the patterns of one family at a backslash, in the order of what is tried
-/// here. It reports the tag that it matches, and returns how far the text goes on, up to and not
-/// including the separator; 0 when none of its patterns match.
+/// Each function tries the patterns of one family at a backslash, in order. It reports the tag that
+/// matches, and returns the length of the match without the separator; 0 without a match.
 using TagMatcher = std::size_t (*)(ASSOverrideCallbacks& callbacks, std::string_view text);
 
 std::size_t lengthBeforeSeparator(const TextScanner& scanner) {
@@ -71,7 +70,7 @@ std::size_t matchBareNumbered(std::string_view text, std::string_view letter, in
     return lengthBeforeSeparator(scanner);
 }
 
-/// What follows the tag of a colour or an alpha: "&H%<width>X&%1[\}]".
+/// The value of a colour or alpha tag: "&H%<width>X&%1[\}]".
 std::optional<std::uint32_t> hexValue(TextScanner& scanner, std::size_t width) {
     scanner.literal("&H");
     const auto value = scanner.hexadecimal(width);
@@ -245,7 +244,7 @@ std::size_t matchPlace(std::string_view text, std::string_view tag, int count) {
     return separator(scanner) ? lengthBeforeSeparator(scanner) : 0;
 }
 
-/// Subtitles are placed by their style and their view alone.
+/// Positions are ignored: style and view place a subtitle.
 std::size_t matchPlaces(ASSOverrideCallbacks& /*callbacks*/, std::string_view text) {
     struct Place {
         std::string_view tag;
@@ -266,7 +265,7 @@ std::size_t unknownTagLength(std::string_view text) {
     return end == std::string_view::npos ? text.size() : end;
 }
 
-/// The tag at the backslash that `text` begins with: how far the text goes on.
+/// Matches the tag at the start of `text`, and returns its length.
 std::size_t scanTag(ASSOverrideCallbacks& callbacks, std::string_view text) {
     constexpr std::array<TagMatcher, 11> kMatchers{
         matchStyle,         matchColor,    matchNumberedColor, matchAlpha,
@@ -288,7 +287,7 @@ bool isBlock(std::string_view text) {
     return text.substr(0, 2) == "{\\";
 }
 
-/// The bytes of a block with its braces; 0 when it is malformed.
+/// The length of a block with its braces; 0 if it is malformed.
 std::size_t scanBlock(ASSOverrideCallbacks& callbacks, std::string_view text) {
     std::size_t position = 1;
     while (position < text.size() && text[position] == '\\') {
@@ -297,7 +296,7 @@ std::size_t scanBlock(ASSOverrideCallbacks& callbacks, std::string_view text) {
     return position < text.size() && text[position] == '}' ? position + 1 : 0;
 }
 
-/// The bytes up to the next code, or to the end.
+/// The length up to the next code, or to the end.
 std::size_t plainLength(std::string_view text) {
     std::size_t length = 0;
     while (length < text.size() && !isNewLine(text.substr(length)) &&

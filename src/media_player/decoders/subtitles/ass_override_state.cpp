@@ -11,11 +11,11 @@ namespace zelvane {
 namespace {
 
 constexpr double kAlphaOfShadowWithoutColor = 1.0 / 3.0;
-/// The colour tags' numbers.
+/// The numbers of the colour tags.
 constexpr int kOutlineNumber = 3;
 constexpr int kShadowNumber = 4;
-/// Each run takes a hundred times the memory of the tag that begins it. No line that is meant to be
-/// read has as many; the words behind them keep the looks of the last.
+/// A limit, as each run takes a hundred times the memory of its tag. No readable line has as many;
+/// the words after the last run get its attributes.
 constexpr std::size_t kMaximumRunCount = 4096;
 constexpr std::size_t kMaximumDescribedBytes = 24;
 
@@ -48,7 +48,7 @@ double alphaOfShadow(const std::optional<SRGBColor>& color) {
     return color ? color->alpha : kAlphaOfShadowWithoutColor;
 }
 
-/// None for a tag without a value: back to the style's colour.
+/// None for a tag without a value, which restores the style's colour.
 std::optional<SRGBColor> colorOfTag(std::uint32_t color) {
     return color == ASSOverrideCallbacks::kNoColor ? std::nullopt
                                                    : std::optional(colorFromASS(color));
@@ -118,7 +118,7 @@ void ASSOverrideState::style(char tag, Switch value) {
     }
 }
 
-/// A new colour keeps the alpha of the one that it replaces.
+/// A new colour keeps the previous alpha.
 void ASSOverrideState::color(std::uint32_t color, int number) {
     if (isRestricted()) {
         return;
@@ -168,7 +168,7 @@ void ASSOverrideState::fontName(std::string_view name) {
     }
 }
 
-/// A size below 0 is no size of a font, and means as little as none.
+/// A size below 0 is invalid and counts as none.
 void ASSOverrideState::fontSize(std::int32_t size) {
     if (isRestricted()) {
         return;

@@ -7,11 +7,11 @@
 
 namespace zelvane {
 
-/// Builds the attributed string of one dialogue line from what a scan of its text reports. Only
-/// what a run can bear as an attribute has an effect. One thread.
+/// Builds the attributed string of one dialogue line from the callbacks of a scan. Only codes that
+/// correspond to an attribute of a run have an effect. Used by one thread.
 class ASSOverrideState final : public ASSOverrideCallbacks {
   public:
-    /// `baseStyle` and `styleMap` outlive this.
+    /// `baseStyle` and `styleMap` must outlive this.
     ASSOverrideState(const SubtitleTextStyle& baseStyle, const ASSStyleMap& styleMap)
         : baseStyle_(baseStyle), styleMap_(styleMap), currentStyle_(baseStyle) {}
 

@@ -17,8 +17,8 @@ using Text = std::optional<std::string>;
 struct Time {};
 struct LegacyAlignment {};
 
-/// Where the value of a column goes, and, where the type of the member does not say it, how it is
-/// written.
+/// The member that receives the value of a column, and the notation of the value if the type does
+/// not determine it.
 template <class Record>
 struct Field {
     std::string_view name;
@@ -99,7 +99,7 @@ constexpr std::array<Field<Dialog>, 10> kDialogFields{{
     {"Text", &Dialog::Text, {}},
 }};
 
-/// The keys are empty where the section has no lines of columns.
+/// The keys are empty for a section without data lines.
 struct Section {
     std::string_view name;
     std::string_view formatKey;
@@ -187,7 +187,7 @@ void assignTime(std::int32_t& member, std::string_view text) {
         static_cast<std::int32_t>(std::clamp<std::int64_t>(time, Limits::min(), Limits::max()));
 }
 
-/// SSA counts the columns of each row from 1, and the rows as 0 for the bottom, 4 for the top and 8
+/// SSA counts the columns of each row from 1; the rows are 0 for the bottom, 4 for the top and 8
 /// for the middle.
 void assignLegacyAlignment(std::int32_t& member, std::string_view text) {
     const auto code = TextScanner(text).decimal();
@@ -202,8 +202,8 @@ void assignLegacyAlignment(std::int32_t& member, std::string_view text) {
         std::clamp<std::int64_t>(alignment, Limits::min(), Limits::max()));
 }
 
-/// A number may stand behind white space that reaches into the next line, so it is read from all
-/// that follows; a text is exactly `length` bytes.
+/// White space before a number may extend into the next line, so a number is read from the whole
+/// rest; a text is exactly `length` bytes.
 template <class Record>
 void convert(Record& record, const Field<Record>& field, std::string_view text,
              std::size_t length) {
@@ -224,8 +224,8 @@ void convert(Record& record, const Field<Record>& field, std::string_view text,
         field.member);
 }
 
-/// The section that a line "[name]" begins; -1 for any other line. As many letters as a name may
-/// have, a bracket and something behind it are needed.
+/// The section that a line "[name]" begins; -1 for any other line. The name is limited to the
+/// length of a section name; a bracket and one more character must follow.
 int sectionOfLine(std::string_view line) {
     if (line.empty() || line.front() != '[') {
         return -1;
@@ -247,7 +247,7 @@ int fieldNamed(std::span<const Field<Record>> fields, std::string_view name) {
     return found == fields.end() ? -1 : static_cast<int>(found - fields.begin());
 }
 
-/// Reads the columns of a data line, of which the last may hold commas.
+/// Reads the columns of a data line; the last may contain commas.
 template <class Record>
 void readColumns(Record& record, std::span<const Field<Record>> fields,
                  const std::vector<int>& order, std::string_view text) {
@@ -313,7 +313,7 @@ bool ASSSplitter::split(std::string_view text) {
     return true;
 }
 
-/// Goes on up to the next section, or to the end of the text.
+/// Continues up to the next section, or to the end of the text.
 bool ASSSplitter::splitSection(std::string_view& text) {
     while (!text.empty()) {
         if (text.front() == '[') {
@@ -345,12 +345,15 @@ bool ASSSplitter::splitLine(std::string_view text) {
            readDataLine(text.substr(section.dataKey.size() + 1));
 }
 
-/// A data line of another section is understood without its section's header.
+/// The key of another section's data line makes that section current.
 void ASSSplitter::resumeSectionOfKey(std::string_view line) {
     const std::size_t length = lengthUpTo(line, ":\r\n");
     const std::string_view key = line.substr(0, length);
     const bool isKey = length < line.size() && line[length] == ':';
-    if (!isKey || key == kSections.at(static_cast<std::size_t>(currentSection_)).dataKey) {
+    const std::string_view dataKey =
+        kSections.at(static_cast<std::size_t>(currentSection_)).dataKey;
+    // A section without a data key has no key of its own; the empty key is the start of any.
+    if (!isKey || (!dataKey.empty() && key == dataKey)) {
         return;
     }
     const auto* const found =

@@ -21,12 +21,12 @@ struct ASSScriptInfoRecord {
     float Timer = 0;
 };
 
-/// Members have the names of the columns. A text is absent where no column gave it.
+/// Members have the names of the columns. A text is absent if no column contained it.
 struct ASSStyleRecord {
     std::optional<std::string> Name;
     std::optional<std::string> Fontname;
     std::int32_t Fontsize = 0;
-    /// 0xAABBGGRR, with 0 as opaque.
+    /// 0xAABBGGRR; an alpha of 0 is opaque.
     std::uint32_t PrimaryColour = 0;
     std::uint32_t SecondaryColour = 0;
     std::uint32_t OutlineColour = 0;
@@ -42,7 +42,7 @@ struct ASSStyleRecord {
     std::int32_t BorderStyle = 0;
     float Outline = 0;
     float Shadow = 0;
-    /// As on a number pad.
+    /// A position of the numeric keypad.
     std::int32_t Alignment = 0;
     std::int32_t MarginL = 0;
     std::int32_t MarginR = 0;
@@ -66,23 +66,23 @@ struct ASSDialogRecord {
     std::optional<std::string> Text;
 };
 
-/// Splits a script in ASS or SSA, line by line, into records. What it does not know it skips. It
-/// keeps the section and the order of columns from one piece of text to the next, so that dialogue
-/// lines may follow the header piece by piece. Linear in the length of the text, which ends at a
-/// NUL. One thread at a time; the styles are never written after creation.
+/// Splits a script in ASS or SSA, line by line, into records. Skips unknown content. Keeps the
+/// section and the order of columns between calls, so that dialogue lines may follow the header in
+/// pieces. Linear in the length of the text, which ends at a NUL. Used by one thread at a time; the
+/// styles are constant after creation.
 class ASSSplitter {
   public:
-    /// Records of one kind that a piece of text may have; a longer one is not split at all.
+    /// The limit of records of one kind; splitting a longer text fails.
     static constexpr std::size_t kMaximumRecordCount = 65536;
 
-    /// One that has seen nothing yet.
+    /// A splitter without a header.
     ASSSplitter() = default;
-    /// Nothing when the header cannot be split.
+    /// Null if the header cannot be split.
     static std::unique_ptr<ASSSplitter> make(std::string_view header);
 
-    /// Splits more of the script, and answers the dialogues that it adds, which stay until those of
-    /// a later call replace them. With `keepPrevious` they come behind those of earlier calls.
-    /// Empty when there is none, or the text cannot be split.
+    /// Splits more of the script, and returns the dialogues that it adds, which are valid until the
+    /// next call. With `keepPrevious` they are appended to those of earlier calls. Empty when there
+    /// is none, or the text cannot be split.
     std::span<const ASSDialogRecord> splitDialogs(std::string_view text, bool keepPrevious);
 
     const ASSScriptInfoRecord& scriptInfo() const { return scriptInfo_; }
@@ -103,10 +103,10 @@ class ASSSplitter {
     ASSScriptInfoRecord scriptInfo_;
     std::vector<ASSStyleRecord> styles_;
     std::vector<ASSDialogRecord> dialogs_;
-    /// Index into the table of sections, -1 between sections.
+    /// Index into the table of sections; -1 between sections.
     int currentSection_ = -1;
-    /// For each section and column of a data line: the index of its field, or -1. Empty where no
-    /// line has told the order.
+    /// For each section and column of a data line: the index of its field, or -1. Empty until a
+    /// line states the order.
     std::array<std::vector<int>, kSectionCount> fieldOrder_;
 };
 

@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 constexpr std::string_view kEventsLine = "[Events]";
 constexpr std::string_view kFormatKey = "Format:";
-/// What libavcodec takes out of a line, or puts in front of it.
+/// The columns that libavcodec removes from a line, or inserts at its start.
 constexpr int kColumnsOfTime = 3;
 constexpr int kColumnsBeforeTail = 2;
 constexpr std::string_view kUsualColumns = "Style, Name, MarginL, MarginR, MarginV, Effect, Text";
@@ -26,7 +26,7 @@ std::string_view firstLine(std::string_view text) {
     return text.substr(0, text.find_first_of("\r\n"));
 }
 
-/// The rest of the text from the first line that begins so, whatever the case of its letters.
+/// The rest of the text from the first line with this start, ignoring case.
 std::optional<std::string_view> fromLine(std::string_view text, std::string_view start) {
     while (!beginsWithoutCase(text, start)) {
         const auto end = text.find('\n');
@@ -38,7 +38,7 @@ std::optional<std::string_view> fromLine(std::string_view text, std::string_view
     return text;
 }
 
-/// What stands behind the n-th comma.
+/// The text after the n-th comma.
 std::optional<std::string_view> behindCommas(std::string_view text, int count) {
     for (int i = 0; i < count; ++i) {
         const auto comma = text.find(',');

@@ -5,28 +5,28 @@
 #include <string>
 #include <string_view>
 
-// libavcodec hands a dialogue over as "ReadOrder,Layer,Style,Name,MarginL,MarginR,MarginV,Effect,
-// Text": without its key and its times. The splitter reads scripts, so header and dialogues are
-// brought back to that form.
+// libavcodec outputs a dialogue as "ReadOrder,Layer,Style,Name,MarginL,MarginR,MarginV,Effect,
+// Text", without its key and its times. The splitter reads scripts, so these functions restore the
+// form of a script.
 
 namespace zelvane {
 
-/// The header of a script that has none.
+/// The header for a script that has none.
 extern const std::string_view kDefaultASSHeader;
 
-/// Which columns stand behind the third in the events to come.
+/// The columns after the third in the following events.
 enum class ASSEventColumns {
-    /// "Style, Name, MarginL, MarginR, MarginV, Effect, Text", as containers have them.
+    /// "Style, Name, MarginL, MarginR, MarginV, Effect, Text", as in containers.
     usual,
-    /// Those that the header's own events have, as in a file that is a script.
+    /// The columns of the header's own events, as in a script file.
     ofHeader,
 };
 
-/// The header up to its events, and an "[Events]" section that orders the columns of the events to
-/// come. Whatever else the file has behind its events is left out.
+/// The header up to its events, and an "[Events]" section that states the order of columns of the
+/// following events. Omits the rest of the file.
 std::string scriptHeader(std::string_view headerBytes, ASSEventColumns columns);
 
-/// The dialogue line of an event; none for bytes that are no event. Only the first line counts.
+/// The dialogue line of an event; none for malformed bytes. Only the first line counts.
 std::optional<std::string> dialogueLine(std::string_view event);
 
 } // namespace zelvane

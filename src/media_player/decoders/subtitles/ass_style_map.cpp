@@ -17,7 +17,7 @@ constexpr std::int32_t kOpaqueBox = 3;
 
 using Alignment = SubtitleTextStyle::Alignment;
 
-/// Scripts name Arial where their author chose no font.
+/// Scripts name Arial if their author chose no font.
 Font fontOf(const ASSStyleRecord& record) {
     const FontCatalog& catalog = FontCatalog::shared();
     const double size = record.Fontsize;
@@ -47,8 +47,8 @@ SubtitleTextStyle::TextAttributes textAttributesOf(const ASSStyleRecord& record)
     return result;
 }
 
-/// Only the outer half of a stroke stays visible, so it is twice as wide as the outline. Text
-/// without a size has no outline that could be in proportion to it.
+/// Only the outer half of a stroke is visible, so the stroke is twice as wide as the outline. Text
+/// of size 0 gets no outline.
 double strokeWidth(double outline, double pointSize) {
     const double width = 2 * (outline / pointSize * -100);
     return std::isfinite(width) ? width : 0;
@@ -75,7 +75,7 @@ void setBorder(const ASSStyleRecord& record, SubtitleTextStyle& style) {
     }
 }
 
-/// The rows of the number pad do not count: the view decides whether text hangs or stands.
+/// The row is ignored: the view decides the vertical position.
 Alignment alignmentOf(const ASSStyleRecord& record) {
     if (record.Alignment < 1 || record.Alignment > 9) {
         throw ASSDecodingError::invalidTextAlignmentValue(record.Alignment);
@@ -137,7 +137,7 @@ ASSStyleMap makeASSStyleMap(const std::vector<ASSStyleRecord>& records,
                             const SubtitleTextStyling& styling) {
     ASSStyleMap map;
     for (const ASSStyleRecord& record : records) {
-        // No line can ask for a style without a name.
+        // No line can refer to a style without a name.
         if (!record.Name) {
             continue;
         }

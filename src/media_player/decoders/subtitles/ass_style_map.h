@@ -14,20 +14,20 @@
 
 namespace zelvane {
 
-/// The styles of a script by name; "Default" is always among them.
+/// The styles of a script by name, always with "Default".
 using ASSStyleMap = std::map<std::string, SubtitleTextStyle, std::less<>>;
 
 inline constexpr std::string_view kDefaultASSStyleName = "Default";
 
-/// The colour of 0xAABBGGRR, where 0 in the top byte is opaque.
+/// Converts 0xAABBGGRR; an alpha byte of 0 is opaque.
 SRGBColor colorFromASS(std::uint32_t value);
 
-/// The picture size that a script was authored for. None where it says 384 × 288, which libavcodec
-/// writes into the headers that it makes for other formats.
+/// The picture size that a script was authored for. None for 384 × 288, which libavcodec writes
+/// into the headers that it makes for other formats.
 std::optional<CGSize> originalContainerSize(const ASSScriptInfoRecord& scriptInfo);
 
-/// Makes the styles of a script's records, each as `styling` wants it. Throws ASSDecodingError for
-/// two styles of one name and for an alignment that is none.
+/// Makes the styles of a script's records, each passed through `styling`. Throws ASSDecodingError
+/// for two styles of one name and for an invalid alignment.
 ASSStyleMap makeASSStyleMap(const std::vector<ASSStyleRecord>& records,
                             const std::optional<CGSize>& originalContainerSize,
                             const SubtitleTextStyling& styling);

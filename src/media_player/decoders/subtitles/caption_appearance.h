@@ -13,7 +13,7 @@
 
 namespace zelvane {
 
-/// What sets the letters off from the picture. The numbers are those of the setting.
+/// How letters are separated from the picture. The numbers are those of the setting.
 enum class CaptionTextEdgeStyle : std::int64_t {
     undefined = 0,
     none = 1,
@@ -23,9 +23,9 @@ enum class CaptionTextEdgeStyle : std::int64_t {
     dropShadow = 5,
 };
 
-/// What a person has set about captions: how they look, in which languages they are wanted, and
-/// what they and the sound shall tell to who does not hear or see all. It reads the settings anew
-/// each time. A setting that is absent, or means nothing, is as in the table:
+/// The user's settings of captions: their appearance, their languages, and the accessibility
+/// characteristics of captions and sound. Each call reads the settings again. The last column is
+/// for a setting that is absent or invalid:
 ///
 /// | Key                                   | Value                       | Without it           |
 /// |---------------------------------------|-----------------------------|----------------------|
@@ -45,8 +45,8 @@ enum class CaptionTextEdgeStyle : std::int64_t {
 /// | ZLVNCaptionCharacteristics            | names, see below            | none                 |
 /// | ZLVNAudibleCharacteristics            | names, see below            | none                 |
 ///
-/// Without any setting captions are white with a thin dark outline and a soft shadow, which reads
-/// on any picture. Any thread.
+/// Without any setting captions are white with a thin dark outline and a soft shadow, which is
+/// legible on any picture. Any thread.
 class CaptionAppearance {
   public:
     /// Posted on the centre, with the appearance as object, when the settings have changed.
@@ -60,22 +60,22 @@ class CaptionAppearance {
     static constexpr std::string_view kDescribesVideo =
         "MAMediaCharacteristicDescribesVideoForAccessibility";
 
-    /// Of the process's settings, on the shared centre.
+    /// The appearance of the process's settings, on the shared centre.
     static CaptionAppearance& shared();
 
-    /// Both have to outlive it.
+    /// Both must outlive this.
     CaptionAppearance(const UserDefaults& defaults, NotificationCenter& notificationCenter);
     CaptionAppearance(const CaptionAppearance&) = delete;
     CaptionAppearance& operator=(const CaptionAppearance&) = delete;
 
     /// None on a system without fonts.
     std::optional<Font> font(double pointSize) const;
-    /// The colours bear no opacity of their own; none when there is none to be made.
+    /// The colours without their opacity; none if a setting is absent or invalid.
     std::optional<SRGBColor> foregroundColor() const;
     double foregroundOpacity() const;
     std::optional<SRGBColor> backgroundColor() const;
     double backgroundOpacity() const;
-    /// Any number; CaptionTextEdgeStyle has those that mean something.
+    /// Any number; CaptionTextEdgeStyle lists the valid ones.
     std::int64_t textEdgeStyle() const;
     std::optional<SRGBColor> windowColor() const;
     double windowOpacity() const;
@@ -87,7 +87,7 @@ class CaptionAppearance {
     std::vector<std::string> preferredCaptioningCharacteristics() const;
     std::vector<std::string> preferredAudibleCharacteristics() const;
 
-    /// For whoever has written these settings: tells everyone.
+    /// Call after writing these settings: posts the notification.
     void settingsDidChange() const;
 
   private:

@@ -11,13 +11,13 @@
 namespace zelvane {
 namespace {
 
-/// No format places anything larger, and each subtitle that waits may hold as much.
+/// No format has larger pictures, and each waiting subtitle may be as large.
 constexpr std::int64_t kMaximumPixelCount = std::int64_t{4096} * 4096;
 constexpr int kMaximumColorCount = 256;
 
 using Palette = std::array<std::uint8_t, AVPALETTE_SIZE>;
 
-/// A file may use indices that its palette does not have.
+/// A file may use indices outside its palette.
 Palette completedPalette(const AVSubtitleRect& rectangle) {
     Palette palette{};
     const auto count = std::clamp(rectangle.nb_colors, 0, kMaximumColorCount);
@@ -25,20 +25,17 @@ Palette completedPalette(const AVSubtitleRect& rectangle) {
     return palette;
 }
 
-CVReturn createPixelBuffer(const AVSubtitleRect& rectangle, OSType pixelFormat,
-                           CVPixelBufferRef& pixelBuffer) {
+CVPixelBufferRef makePixelBuffer(const AVSubtitleRect& rectangle, OSType pixelFormat) {
     const bool hasRows = rectangle.data[0] != nullptr && rectangle.data[1] != nullptr &&
                          rectangle.linesize[0] >= rectangle.w;
     if (!hasRows || std::int64_t{rectangle.w} * rectangle.h > kMaximumPixelCount) {
-        return kCVReturnInvalidSize;
+        throwCoreVideoError(kCVReturnInvalidSize);
     }
     CVPixelBufferPoolAttributes attributes;
     attributes.pixelFormat = pixelFormat;
     attributes.width = rectangle.w;
     attributes.height = rectangle.h;
-    std::unique_ptr<CVPixelBufferPool> pool;
-    const CVReturn status = CVPixelBufferPool::create(attributes, pool);
-    return status == kCVReturnSuccess ? pool->createPixelBuffer(pixelBuffer) : status;
+    return CVPixelBufferPool(attributes).makePixelBuffer();
 }
 
 ImageSubtitle imageSubtitle(const AVSubtitleRect& rectangle,
@@ -57,10 +54,7 @@ ImageSubtitle imageSubtitle(const AVSubtitleRect& rectangle,
 CVPixelBufferRef makeSubtitleImage(const AVSubtitleRect& rectangle) {
     FFmpegPixelFormatConverter converter(AV_PIX_FMT_PAL8, AVCOL_RANGE_UNSPECIFIED, rectangle.w,
                                          rectangle.h);
-    CVPixelBufferRef pixelBuffer;
-    checkedCoreVideoCall([&] {
-        return createPixelBuffer(rectangle, converter.destinationPixelFormat(), pixelBuffer);
-    });
+    auto pixelBuffer = makePixelBuffer(rectangle, converter.destinationPixelFormat());
     Palette palette = completedPalette(rectangle);
     const ffmpeg::Frame frame(checkedFFmpegAllocation(av_frame_alloc()));
     frame->format = AV_PIX_FMT_PAL8;

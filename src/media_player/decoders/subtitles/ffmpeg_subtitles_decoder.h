@@ -11,8 +11,8 @@
 
 namespace zelvane {
 
-/// Makes of the rectangles of one decoded subtitle what is to be shown, all of it or nothing. What
-/// comes out owns its data. One thread at a time.
+/// Converts the rectangles of one decoded subtitle to what is shown, completely or not at all. The
+/// result owns its data. Used by one thread at a time.
 class FFmpegSubtitlesDecoder {
   public:
     using Rectangles = std::span<const AVSubtitleRect* const>;
@@ -22,13 +22,13 @@ class FFmpegSubtitlesDecoder {
     virtual Subtitles makeSubtitles(Rectangles rectangles) = 0;
 };
 
-/// Rectangles of plain text, joined by line feeds.
+/// Converts rectangles of plain text, and joins them by line feeds.
 class FFmpegTextSubtitlesDecoder final : public FFmpegSubtitlesDecoder {
   public:
     Subtitles makeSubtitles(Rectangles rectangles) override;
 };
 
-/// Rectangles of events, which is what libavcodec makes of every format of text.
+/// Converts rectangles of events, which libavcodec makes of every text format.
 class FFmpegFormattedTextSubtitlesDecoder final : public FFmpegSubtitlesDecoder {
   public:
     explicit FFmpegFormattedTextSubtitlesDecoder(std::unique_ptr<ASSDecoder> assDecoder)
@@ -42,11 +42,10 @@ class FFmpegFormattedTextSubtitlesDecoder final : public FFmpegSubtitlesDecoder 
     std::unique_ptr<ASSDecoder> assDecoder_;
 };
 
-/// Rectangles of pixels with a palette.
+/// Converts rectangles of pixels with a palette.
 class FFmpegImageSubtitlesDecoder final : public FFmpegSubtitlesDecoder {
   public:
-    /// `decoderContext` outlives this. Some decoders know the size of their picture only when they
-    /// have seen a packet.
+    /// `decoderContext` must outlive this. Some decoders know the picture size only after a packet.
     explicit FFmpegImageSubtitlesDecoder(const AVCodecContext& decoderContext)
         : decoderContext_(decoderContext) {}
 
@@ -58,9 +57,9 @@ class FFmpegImageSubtitlesDecoder final : public FFmpegSubtitlesDecoder {
     const AVCodecContext& decoderContext_;
 };
 
-/// A picture of 32-bit BGRA from a rectangle of indices into a palette; an index beyond its
-/// colours is transparent. Throws FFmpegError for sizes below 1, SystemError for a picture that is
-/// too large or has fewer bytes in a row than pixels.
+/// Makes a 32-bit BGRA picture from a rectangle of palette indices; an index without a colour is
+/// transparent. Throws FFmpegError for sizes below 1, SystemError for a picture that is too large
+/// or has fewer bytes in a row than pixels.
 CVPixelBufferRef makeSubtitleImage(const AVSubtitleRect& rectangle);
 
 } // namespace zelvane

@@ -13,7 +13,7 @@
 namespace zelvane {
 namespace {
 
-/// An AVSubtitle that frees what a decoder puts into it.
+/// An AVSubtitle that frees its content.
 class SubtitleRecord {
   public:
     SubtitleRecord() = default;
@@ -35,6 +35,17 @@ bool isScript(const AVCodecContext& context) {
     return context.codec_id == AV_CODEC_ID_ASS || context.codec_id == AV_CODEC_ID_SSA;
 }
 
+bool isTeletext(const AVCodecContext& context) {
+    return context.codec_id == AV_CODEC_ID_DVB_TELETEXT;
+}
+
+/// By default the decoder draws every page of the service as a picture.
+void chooseSubtitlePagesAsText(AVCodecContext& context) {
+    for (const auto& [name, value] : {std::pair("txt_page", "subtitle"), {"txt_format", "text"}}) {
+        checkedFFmpegCall([&] { return av_opt_set(context.priv_data, name, value, 0); });
+    }
+}
+
 bool hasProperty(const AVCodecContext& context, int property) {
     return context.codec_descriptor != nullptr && (context.codec_descriptor->props & property) != 0;
 }
@@ -47,8 +58,8 @@ std::string_view subtitleHeader(const AVCodecContext& context) {
             static_cast<std::size_t>(context.subtitle_header_size)};
 }
 
-/// The demuxer of scripts counts in hundredths, as scripts do, and passes on the columns of the
-/// file; containers have theirs.
+/// The demuxer of scripts uses hundredths of a second and passes on the columns of the file;
+/// containers have the usual columns.
 ASSEventColumns eventColumns(const AVCodecContext& context) {
     constexpr AVRational kScriptTimeBase{1, 100};
     return av_cmp_q(context.pkt_timebase, kScriptTimeBase) == 0 ? ASSEventColumns::ofHeader
@@ -64,12 +75,12 @@ makeFormattedTextDecoder(const AVCodecContext& context, std::string_view header,
         std::make_unique<ASSDecoder>(scriptHeader(header, eventColumns(context)), origin, styling));
 }
 
-/// What a codec says of itself counts, not which one it is. Events of a script without a header are
-/// events all the same.
+/// The codec's descriptor decides, not its id. A script without a header has events too.
 std::unique_ptr<FFmpegSubtitlesDecoder>
 makeSubtitlesDecoder(const AVCodecContext& context,
                      const std::shared_ptr<SubtitleTextStyling>& styling) {
-    if (hasProperty(context, AV_CODEC_PROP_TEXT_SUB)) {
+    // The descriptor of teletext has neither property, as its decoder can give both.
+    if (hasProperty(context, AV_CODEC_PROP_TEXT_SUB) || isTeletext(context)) {
         const std::string_view header = subtitleHeader(context);
         if (header.empty() && !isScript(context)) {
             return std::make_unique<FFmpegTextSubtitlesDecoder>();
@@ -83,7 +94,7 @@ makeSubtitlesDecoder(const AVCodecContext& context,
     throw FFmpegError::simple(FFmpegError::Case::unknownSubtitleType);
 }
 
-/// The whole packet is converted, which ruins pixels, and the offsets that follow the text in
+/// libavcodec converts the whole packet, which damages pixels, and the offsets after the text in
 /// timed text.
 bool holdsLinesOfText(const AVCodecContext& context) {
     return hasProperty(context, AV_CODEC_PROP_TEXT_SUB) && context.codec_id != AV_CODEC_ID_MOV_TEXT;
@@ -99,8 +110,8 @@ void setEncoding(AVCodecContext& context, const std::optional<std::string>& enco
         encoding ? FF_SUB_CHARENC_MODE_PRE_DECODER : FF_SUB_CHARENC_MODE_DO_NOTHING;
 }
 
-/// The two display times are milliseconds from the time of the packet. Those who show a frame take
-/// it for granted that it does not end before it starts; one that clears has no use for its end.
+/// The display times are milliseconds from the packet's time. Callers rely on an end that is not
+/// before the start; the end of a frame that clears is not used.
 SubtitlesFrame timedFrame(const AVSubtitle& record, Subtitles subtitles) {
     const CMTime base(record.pts, AV_TIME_BASE);
     const CMTime start = base + CMTime(record.start_display_time, 1000);
@@ -121,6 +132,9 @@ FFmpegSubtitlesFrameDecoder::FFmpegSubtitlesFrameDecoder(
     : styling_(std::move(styling)) {
     const AVCodec* codec = findDecoder(*stream.codecpar, AVMEDIA_TYPE_SUBTITLE);
     decoderContext_ = makeDecoderContext(*stream.codecpar, codec, stream.time_base);
+    if (isTeletext(*decoderContext_)) {
+        chooseSubtitlePagesAsText(*decoderContext_);
+    }
     openDecoder(codec, *decoderContext_);
     subtitlesDecoder_ = makeSubtitlesDecoder(*decoderContext_, styling_);
 }
@@ -131,7 +145,18 @@ void FFmpegSubtitlesFrameDecoder::flush() {
 
 std::vector<SubtitlesFrameRef> FFmpegSubtitlesFrameDecoder::decode(const Packet& packet) {
     auto frame = dequeueFrame(packet);
-    return frame == nullptr ? std::vector<SubtitlesFrameRef>{} : std::vector{std::move(frame)};
+    if (frame == nullptr) {
+        return {};
+    }
+    const bool isClear = std::holds_alternative<ClearPreviousSubtitles>(frame->subtitles);
+    if (isTeletext(*decoderContext_) && !isClear) {
+        // A page stays on display until the next one, which need not be preceded by an empty one.
+        const CMTime justBefore = frame->startTime - CMTime(1, 1000);
+        auto clear = std::make_shared<const SubtitlesFrame>(
+            SubtitlesFrame{justBefore, justBefore, ClearPreviousSubtitles{}});
+        return {std::move(clear), std::move(frame)};
+    }
+    return {std::move(frame)};
 }
 
 SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet) {
@@ -150,7 +175,7 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet
     auto subtitles = record.rectangles().empty()
                          ? Subtitles(ClearPreviousSubtitles{})
                          : subtitlesDecoder_->makeSubtitles(record.rectangles());
-    // Minus one stands for unknown; what lies below would be wrapped around to some weeks.
+    // -1 means unknown; a smaller value would wrap around to weeks.
     if (packet.avPacket().duration < -1) {
         throw SubtitlesTimeError();
     }
@@ -159,18 +184,19 @@ SubtitlesFrameRef FFmpegSubtitlesFrameDecoder::dequeueFrame(const Packet& packet
 
 void FFmpegSubtitlesFrameDecoder::setCharacterEncoding(
     const std::optional<std::string>& characterEncoding) {
-    // libavcodec stops the process over a name that iconv does not know.
+    // libavcodec aborts the process for a name that iconv does not know.
     const bool isUsable = characterEncoding && holdsLinesOfText(*decoderContext_) &&
                           isKnownCharacterEncoding(*characterEncoding);
     characterEncoding_ = isUsable ? characterEncoding : std::nullopt;
     setEncoding(*decoderContext_, characterEncoding_);
     if (isScript(*decoderContext_)) {
-        readHeaderAnew();
+        rereadHeader();
     }
 }
 
-/// libavcodec converts packets, but not the header, whose names of styles the packets have.
-void FFmpegSubtitlesFrameDecoder::readHeaderAnew() {
+/// libavcodec converts packets, but not the header, which contains the names of styles that packets
+/// refer to.
+void FFmpegSubtitlesFrameDecoder::rereadHeader() {
     const std::string_view header = subtitleHeader(*decoderContext_);
     if (header.empty()) {
         return;
@@ -180,8 +206,8 @@ void FFmpegSubtitlesFrameDecoder::readHeaderAnew() {
     try {
         subtitlesDecoder_ = makeFormattedTextDecoder(*decoderContext_, text, styling_);
     } catch (const ASSDecodingError& error) {
-        // Names that were different are the same now: the decoder that is there does better.
-        logMessage("Failed to read the header of a script anew: {}.", errorDescriptionText(error));
+        // Two names have become equal by the conversion: keep the present decoder.
+        logMessage("Failed to read the header of a script again: {}.", errorDescriptionText(error));
     }
 }
 

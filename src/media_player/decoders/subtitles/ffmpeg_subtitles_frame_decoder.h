@@ -12,39 +12,38 @@
 
 namespace zelvane {
 
-/// A subtitle whose times make no sense.
+/// A subtitle with invalid times.
 class SubtitlesTimeError : public Error {
   public:
     SubtitlesTimeError() : Error("A subtitle ends before it starts.") {}
 };
 
-/// Decodes a subtitles stream through libavcodec: text of any format with its looks, or pictures.
-/// Used by one queue at a time.
+/// Decodes a subtitles stream through libavcodec: text of any format with its attributes, or
+/// pictures. Used by one queue at a time.
 class FFmpegSubtitlesFrameDecoder final : public SubtitlesFrameDecoder {
   public:
-    /// Throws FFmpegError for a stream that is no subtitles or of a kind that cannot be decoded,
-    /// and ASSDecodingError for a script whose header cannot be used.
+    /// Throws FFmpegError for a stream of another kind or codec, and ASSDecodingError for a script
+    /// with an unusable header.
     explicit FFmpegSubtitlesFrameDecoder(
         const AVStream& stream,
         std::shared_ptr<SubtitleTextStyling> styling = sharedSubtitleTextStyling());
 
     void flush() override;
     std::vector<SubtitlesFrameRef> decode(const Packet& packet) override;
-    /// The frame of a packet, or null when it completes none. The frame is whole: throws
-    /// FFmpegError, ASSDecodingError, SystemError or SubtitlesTimeError when any part of it is
-    /// lost.
+    /// The frame that a packet completes, or null. Throws FFmpegError, ASSDecodingError,
+    /// SystemError or SubtitlesTimeError when any part of the frame is lost.
     SubtitlesFrameRef dequeueFrame(const Packet& packet);
 
     const std::optional<std::string>& characterEncoding() const override {
         return characterEncoding_;
     }
-    /// None for a name that iconv does not know, and for a stream that does not hold lines of text.
+    /// Ignores a name that iconv does not know, and any name for a stream without lines of text.
     void setCharacterEncoding(const std::optional<std::string>& characterEncoding) override;
 
     const AVCodecContext& decoderContext() const { return *decoderContext_; }
 
   private:
-    void readHeaderAnew();
+    void rereadHeader();
 
     std::shared_ptr<SubtitleTextStyling> styling_;
     std::optional<std::string> characterEncoding_;

@@ -14,7 +14,7 @@ constexpr double kShadowOffset = kBaseFontSize * 0.0882353;
 constexpr double kShadowBlurRadius = 4;
 constexpr double kContainerInset = 12;
 constexpr double kPercentageOfVideoHeight = 5;
-// In percent of the font's size, half of it inside the letters; below 0 these are filled as well.
+// In percent of the font's size, half of it inside the letters; below 0 the letters are filled too.
 constexpr double kUniformStrokeWidth = -19.44444;
 constexpr double kDropShadowStrokeWidth = -5.55556;
 
@@ -79,7 +79,7 @@ SubtitleTextStyle userSpecifiedTextStyle(const CaptionAppearance& appearance) {
 }
 
 const std::shared_ptr<SubtitleTextStyleManager>& SubtitleTextStyleManager::shared() {
-    // Never destroyed: what it has posted may still be under way when the process ends.
+    // Never destroyed: its posted tasks may run until the process ends.
     static const auto& manager = *std::make_unique<std::shared_ptr<SubtitleTextStyleManager>>(
                                       create(CaptionAppearance::shared(), UserDefaults::shared(),
                                              NotificationCenter::shared()))
@@ -100,7 +100,8 @@ SubtitleTextStyleManager::SubtitleTextStyleManager(Key /*key*/, const CaptionApp
                                                    NotificationCenter& center)
     : appearance_(appearance), defaults_(defaults), center_(center),
       queue_(dispatch::makeSerialQueue("Subtitle Text Style Manager Queue",
-                                       dispatch::QualityOfService::utility)) {}
+                                       dispatch::QualityOfService::utility)),
+      usesUserSpecifiedStyle_(usesUserSpecifiedStyle()) {}
 
 void SubtitleTextStyleManager::observe() {
     updateSoon();
@@ -118,11 +119,20 @@ void SubtitleTextStyleManager::updateSoon() {
 }
 
 void SubtitleTextStyleManager::update() {
-    userSpecifiedStyle_ = userSpecifiedTextStyle(appearance_);
-    postDidChange();
+    const auto oldStyle = std::exchange(userSpecifiedStyle_, userSpecifiedTextStyle(appearance_));
+    const bool wasUsed = std::exchange(usesUserSpecifiedStyle_, usesUserSpecifiedStyle());
+    // The first update changes nothing: readers of the style wait for it.
+    const bool didStyleChange = oldStyle && oldStyle != userSpecifiedStyle_;
+    if (didStyleChange || wasUsed != usesUserSpecifiedStyle_) {
+        postDidChange();
+    }
 }
 
-void SubtitleTextStyleManager::postDidChange() const {
+bool SubtitleTextStyleManager::usesUserSpecifiedStyle() const {
+    return defaults_.boolForKey(kUseUserSpecifiedSubtitleTextStyleKey);
+}
+
+void SubtitleTextStyleManager::postDidChange() {
     dispatch::globalQueue(dispatch::QualityOfService::utility)->async([self = shared_from_this()] {
         self->center_.post(
             {std::string(kUserSpecifiedTextStyleDidChangeNotification), self.get(), {}});
@@ -139,7 +149,7 @@ SubtitleTextStyle SubtitleTextStyleManager::userSpecifiedStyle() const {
 }
 
 SubtitleTextStyle SubtitleTextStyleManager::effectiveStyle(const SubtitleTextStyle& style) const {
-    if (!defaults_.boolForKey(kUseUserSpecifiedSubtitleTextStyleKey)) {
+    if (!usesUserSpecifiedStyle()) {
         return style;
     }
     SubtitleTextStyle effective = userSpecifiedStyle();
@@ -199,7 +209,7 @@ SubtitleTextStyleUpdateNotifier::add(Observers& observers, Observer observer) {
 }
 
 void SubtitleTextStyleUpdateNotifier::remove(const std::string& observerUUID) {
-    // What the observers hold is released outside the queue: it may add and remove others.
+    // Observers are destroyed outside the queue: their destructors may add and remove others.
     std::vector<Observers::node_type> removed;
     queue_->sync([&] {
         removed.push_back(mediaPlayerObservers_.extract(observerUUID));

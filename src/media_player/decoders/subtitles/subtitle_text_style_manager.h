@@ -16,24 +16,24 @@
 
 namespace zelvane {
 
-/// Whether the person's style takes the place of what a file asks for.
+/// Whether the user's style replaces what a file asks for.
 inline constexpr std::string_view kUseUserSpecifiedSubtitleTextStyleKey =
     "ZLVNUseUserSpecifiedSubtitleTextStyle";
 
-/// Keeps the person's caption appearance as a text style. Any thread; the style belongs to its
-/// queue, which readers enter for a moment.
+/// Keeps the user's caption appearance as a text style. Any thread; the style is accessed on the
+/// manager's queue only, which readers enter synchronously.
 class SubtitleTextStyleManager : public std::enable_shared_from_this<SubtitleTextStyleManager> {
     struct Key {};
 
   public:
     /// Posted on the shared centre, with the manager as object and on a queue of its own, when
-    /// styles that were derived from the person's have to be made anew.
+    /// styles that were derived from the user's must be derived again.
     static constexpr std::string_view kUserSpecifiedTextStyleDidChangeNotification =
         "zelvane.player.SubtitleTextStyleManager.userSpecifiedTextStyleDidChange";
 
-    /// The process's manager, made when it is first asked for.
+    /// The process's manager, made on first use.
     static const std::shared_ptr<SubtitleTextStyleManager>& shared();
-    /// What it is given has to outlive it, and all that it has posted.
+    /// The arguments must outlive the manager, and everything that it has posted.
     static std::shared_ptr<SubtitleTextStyleManager> create(const CaptionAppearance& appearance,
                                                             const UserDefaults& defaults,
                                                             NotificationCenter& center);
@@ -43,32 +43,36 @@ class SubtitleTextStyleManager : public std::enable_shared_from_this<SubtitleTex
     SubtitleTextStyleManager& operator=(const SubtitleTextStyleManager&) = delete;
 
     SubtitleTextStyle userSpecifiedStyle() const;
-    /// The style to use in the place of one that a file asks for.
+    /// The style to use instead of the one that a file asks for.
     SubtitleTextStyle effectiveStyle(const SubtitleTextStyle& style) const;
-    /// For whoever has written kUseUserSpecifiedSubtitleTextStyleKey: posts the notification.
-    void useOfUserSpecifiedStyleDidChange() const { postDidChange(); }
+    /// Call after writing kUseUserSpecifiedSubtitleTextStyleKey: posts the notification if the
+    /// value differs.
+    void useOfUserSpecifiedStyleDidChange() { updateSoon(); }
 
   private:
     void observe();
     void updateSoon();
     void update();
-    void postDidChange() const;
+    bool usesUserSpecifiedStyle() const;
+    void postDidChange();
 
     const CaptionAppearance& appearance_;
     const UserDefaults& defaults_;
     NotificationCenter& center_;
     const std::shared_ptr<dispatch::Queue> queue_;
-    /// There is one from the first update on, and every reader comes after it.
+    /// Set by the first update, which precedes every reader.
     std::optional<SubtitleTextStyle> userSpecifiedStyle_;
+    /// The setting at the last update.
+    bool usesUserSpecifiedStyle_;
     NotificationObserver settingsObserver_;
 };
 
 /// The caption appearance as a style for text of 12.
 SubtitleTextStyle userSpecifiedTextStyle(const CaptionAppearance& appearance);
 
-/// Passes changes of the person's text style on, to decoders first and to players after them: who
-/// shows text again finds new styles. Any thread; the observers are called on the thread that tells
-/// of the change, with no lock held.
+/// Forwards changes of the user's text style, to decoders first and to players after them: a player
+/// that shows text again gets new styles. Any thread; the observers are called on the posting
+/// thread, with no lock held.
 class SubtitleTextStyleUpdateNotifier
     : public std::enable_shared_from_this<SubtitleTextStyleUpdateNotifier> {
     struct Key {};
@@ -76,8 +80,8 @@ class SubtitleTextStyleUpdateNotifier
   public:
     using Observer = std::function<void()>;
 
-    /// A registration, which lasts as long as this. What is running on another thread when it goes
-    /// may still finish.
+    /// A registration for as long as this object exists. A call that is running on another thread
+    /// on destruction may still finish.
     class ObserverContext {
       public:
         ObserverContext(std::weak_ptr<SubtitleTextStyleUpdateNotifier> notifier,
@@ -91,7 +95,7 @@ class SubtitleTextStyleUpdateNotifier
         std::string observerUUID_;
     };
 
-    /// The process's notifier of the shared manager, made when it is first asked for.
+    /// The process's notifier of the shared manager, made on first use.
     static const std::shared_ptr<SubtitleTextStyleUpdateNotifier>& shared();
     static std::shared_ptr<SubtitleTextStyleUpdateNotifier>
     create(const SubtitleTextStyleManager& manager, NotificationCenter& center);

@@ -8,7 +8,7 @@
 namespace zelvane {
 namespace {
 
-/// The shared manager and notifier as the decoders see them.
+/// Adapts the shared manager and notifier.
 class SharedSubtitleTextStyling final : public SubtitleTextStyling {
   public:
     SubtitleTextStyle userSpecifiedStyle() const override {

@@ -8,18 +8,18 @@
 
 namespace zelvane {
 
-/// Where the styles of a file meet the person's wishes. Any thread.
+/// Combines the styles of a file with the user's settings. Any thread.
 class SubtitleTextStyling {
   public:
     virtual ~SubtitleTextStyling() = default;
 
-    /// The person's caption appearance as a style.
+    /// The user's caption appearance as a style.
     virtual SubtitleTextStyle userSpecifiedStyle() const = 0;
-    /// The style to use in the place of one that a file asks for.
+    /// The style to use instead of the one that a file asks for.
     virtual SubtitleTextStyle effectiveStyle(const SubtitleTextStyle& style) const = 0;
-    /// Calls `observer` when styles that were derived have to be made anew, on any thread and
-    /// before anyone shows text again, for as long as the returned object lives. What is running
-    /// on another thread when it goes may still finish.
+    /// Calls `observer` when derived styles must be derived again, on any thread and before text is
+    /// shown again, for as long as the returned object exists. A call that is running on another
+    /// thread on destruction may still finish.
     virtual std::shared_ptr<void> addDecoderObserver(std::function<void()> observer) = 0;
 };
 

@@ -16,38 +16,38 @@
 
 namespace zelvane {
 
-/// Plain lines, shown in the person's style.
+/// Plain lines, shown in the user's style.
 struct TextSubtitle {
     std::string text;
 };
 
-/// One dialogue line with its looks.
+/// One dialogue line with its attributes.
 struct FormattedTextSubtitle {
     AttributedStringRef formattedText;
-    /// What is no attribute of a run: insets, alignment, overlay and scaling.
+    /// Insets, alignment, overlay and scaling, which are not attributes of a run.
     SubtitleTextStyle style;
 };
 
 /// A picture of 32-bit BGRA, not premultiplied.
 struct ImageSubtitle {
     CVPixelBufferRef image;
-    /// Where it lies on the picture, with the origin at its top left.
+    /// The position in the picture, with the origin at its top left.
     CGRect imageFrame;
-    /// The size of the picture that imageFrame refers to, where the format says it.
+    /// The size of the picture that imageFrame refers to, if the format states it.
     std::optional<VideoDimensions> videoDimensions;
 };
 
-/// Everything on display goes away when this is due.
+/// Removes everything on display when it is due.
 struct ClearPreviousSubtitles {};
 
 using Subtitles = std::variant<TextSubtitle, std::vector<FormattedTextSubtitle>,
                                std::vector<ImageSubtitle>, ClearPreviousSubtitles>;
 
-/// The lines of any text without their looks; empty for pictures.
+/// The plain lines of any text; empty for pictures.
 std::string plainText(const Subtitles& subtitles);
 
-/// What is to be shown, with its time on the file's time line. Immutable, shared between threads.
-/// It never ends before it starts.
+/// What is shown, with its time on the file's time line. Immutable, shared between threads. Its end
+/// is never before its start.
 struct SubtitlesFrame {
     CMTime startTime;
     CMTime endTime;

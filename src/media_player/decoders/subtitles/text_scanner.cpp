@@ -11,7 +11,7 @@
 namespace zelvane {
 namespace {
 
-/// Above this a number is too large for any type here, and need not be counted further.
+/// A number above this is too large for any type here; further digits are not counted.
 constexpr std::uint64_t kLargeEnough = std::uint64_t{1} << 40U;
 
 bool isWhitespace(char c) {
@@ -22,7 +22,7 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// The digit's value, or the base where it is none.
+/// The digit's value, or the base for any other character.
 unsigned digitValue(char c, unsigned base) {
     if (isDigit(c)) {
         return static_cast<unsigned>(c - '0');
@@ -38,7 +38,7 @@ std::size_t digitCount(std::string_view text, unsigned base) {
     return static_cast<std::size_t>(end - text.begin());
 }
 
-/// Digits with at most one point among them; 0 without any digit.
+/// The length of digits with at most one point; 0 without any digit.
 std::size_t mantissaLength(std::string_view text, unsigned base) {
     const std::size_t whole = digitCount(text, base);
     if (whole == text.size() || text[whole] != '.') {
@@ -48,7 +48,7 @@ std::size_t mantissaLength(std::string_view text, unsigned base) {
     return whole + fraction == 0 ? 0 : whole + 1 + fraction;
 }
 
-/// The marker of an exponent, its sign and its digits; 0 without digits.
+/// The length of an exponent with its marker and sign; 0 without digits.
 std::size_t exponentLength(std::string_view text, char marker) {
     if (text.empty() || loweredASCII(text.front()) != marker) {
         return 0;
@@ -105,7 +105,7 @@ void TextScanner::skipWhitespace() {
     }
 }
 
-/// True for a minus. The sign counts in the width.
+/// Returns true for a minus. The sign counts in the width.
 bool TextScanner::takesSign(std::size_t& width) {
     const char sign = current();
     if (width == 0 || (sign != '-' && sign != '+')) {
@@ -127,7 +127,7 @@ std::optional<TextScanner::Integer> TextScanner::integer(unsigned base, std::siz
     if (base == 16 && width > 1 && current() == '0' && loweredASCII(following()) == 'x') {
         position_ += 2;
         width -= 2;
-        // The zero stands for itself where no digit follows the prefix.
+        // Without a digit after the prefix, the zero is the number.
         hasDigits = true;
     }
     for (; width > 0; --width, ++position_) {

@@ -9,10 +9,10 @@
 
 namespace zelvane {
 
-/// Matches the start of a text step by step, as C's sscanf matches a pattern: each step stands for
-/// one directive, in the "C" locale whatever the process's is. A step that does not match leaves
-/// the scanner failed, and every further step fails too. Numbers beyond their type become its
-/// nearest value, where sscanf leaves the result open. A NUL ends the text.
+/// Matches the start of a text step by step, as C's sscanf matches a pattern: each step is one
+/// directive, always in the "C" locale. After a step that does not match, every further step fails
+/// too. A number beyond its type becomes the nearest value, where sscanf leaves the result
+/// undefined. A NUL ends the text.
 class TextScanner {
   public:
     static constexpr std::size_t kAnyWidth = std::numeric_limits<std::size_t>::max();
@@ -20,10 +20,10 @@ class TextScanner {
     explicit TextScanner(std::string_view text) : text_(text) {}
 
     bool hasMatched() const { return !hasFailed_; }
-    /// Bytes that were matched so far.
+    /// The number of bytes matched so far.
     std::size_t position() const { return position_; }
 
-    /// Ordinary characters, none of them white space.
+    /// Matches ordinary characters, without white space.
     bool literal(std::string_view characters);
     /// "%1[set]"
     std::optional<char> oneOf(std::string_view set);
@@ -31,11 +31,11 @@ class TextScanner {
     std::optional<std::string_view> noneOf(std::string_view set, std::size_t width);
     /// "%d"
     std::optional<std::int32_t> decimal(std::size_t width = kAnyWidth);
-    /// "%u": a sign is allowed, and a minus wraps around.
+    /// "%u": allows a sign; a minus wraps around.
     std::optional<std::uint32_t> unsignedDecimal(std::size_t width = kAnyWidth);
-    /// "%X": with a sign, and "0x", when they are there.
+    /// "%X": allows a sign and "0x".
     std::optional<std::uint32_t> hexadecimal(std::size_t width = kAnyWidth);
-    /// "%f". What is no finite number does not match.
+    /// "%f". Does not match a number that is not finite.
     std::optional<float> floatingPoint();
 
   private:

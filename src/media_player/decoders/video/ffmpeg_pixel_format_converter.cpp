@@ -9,7 +9,7 @@
 namespace zelvane {
 namespace {
 
-/// swscale stops the process when it is asked about no format at all.
+/// swscale aborts the process for AV_PIX_FMT_NONE.
 bool canScale(AVPixelFormat source, AVPixelFormat destination, int width, int height) {
     return width > 0 && height > 0 && av_pix_fmt_desc_get(source) != nullptr &&
            av_pix_fmt_desc_get(destination) != nullptr && sws_isSupportedInput(source) != 0 &&
@@ -32,7 +32,7 @@ bool isPacked422(AVPixelFormat format) {
     return format == AV_PIX_FMT_UYVY422 || format == AV_PIX_FMT_YUYV422;
 }
 
-/// The last pair of a row of odd length repeats its one pixel.
+/// In a row of odd length the last pair repeats its only pixel.
 template <int lumaOffset>
 void packRow(const std::uint8_t* y, const std::uint8_t* cb, const std::uint8_t* cr, int width,
              std::uint8_t* packed) {
@@ -77,6 +77,9 @@ FFmpegPixelFormatConverter::FFmpegPixelFormatConverter(AVPixelFormat sourceForma
     }
     imageScalingContext_ = makeScaler(
         source.format, planes_ ? AV_PIX_FMT_YUV422P : destinationPixelFormatFFmpeg_, width, height);
+    if (GreyConverter::canConvert(source.format)) {
+        greyConverter_.emplace(source);
+    }
 }
 
 void FFmpegPixelFormatConverter::preparePlanes(int width) {
@@ -92,6 +95,10 @@ void FFmpegPixelFormatConverter::convert(const AVFrame& frame, const CVPixelBuff
         destinationPixelFormatFFmpeg_ == AV_PIX_FMT_P010LE) {
         withPointersForFFmpeg(destination, [&](const FFmpegPointers& pointers) {
             packPlanar420AsP010(frame, pointers);
+        });
+    } else if (greyConverter_) {
+        withPointersForFFmpeg(destination, [&](const FFmpegPointers& pointers) {
+            greyConverter_->convert(frame, pointers);
         });
     } else if (planes_ == nullptr) {
         convertDirectly(frame, destination);

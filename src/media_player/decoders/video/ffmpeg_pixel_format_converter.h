@@ -4,10 +4,11 @@
 #include "core_media/cv_pixel_buffer.h"
 #include "core_media/ffmpeg_handles.h"
 #include "core_media/ffmpeg_pixel_format.h"
+#include "media_player/decoders/video/grey_converter.h"
 
 namespace zelvane {
 
-/// Brings decoded pictures of one size and layout into a pixel format that the display takes.
+/// Converts decoded pictures of one size and layout to a pixel format that the display supports.
 /// One thread at a time.
 class FFmpegPixelFormatConverter {
   public:
@@ -18,7 +19,7 @@ class FFmpegPixelFormatConverter {
 
     OSType destinationPixelFormat() const { return destinationPixelFormat_; }
     AVPixelFormat destinationPixelFormatFFmpeg() const { return destinationPixelFormatFFmpeg_; }
-    /// False when a frame's memory already is what the pixel format asks for.
+    /// False when a frame's memory already has the layout of the pixel format.
     bool isConversionNeeded() const { return isConversionNeeded_; }
 
     /// `frame` has the layout and size of construction, `destination` the destination format and
@@ -32,6 +33,7 @@ class FFmpegPixelFormatConverter {
     void preparePlanes(int width);
 
     ffmpeg::Scaler imageScalingContext_;
+    std::optional<GreyConverter> greyConverter_;
     int height_;
     OSType destinationPixelFormat_ = 0;
     AVPixelFormat destinationPixelFormatFFmpeg_ = AV_PIX_FMT_NONE;

@@ -2,10 +2,12 @@
 #include "media_player/decoders/video/ffmpeg_video_decoder.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 #include <thread>
 #include <utility>
 
+#include "core_media/device_picture.h"
 #include "core_media/ffmpeg_time.h"
 #include "core_media/video_sample_buffer.h"
 #include "foundation/log.h"
@@ -41,43 +43,91 @@ AVPixelFormat getFormatOnHardware(AVCodecContext* context, const AVPixelFormat* 
     return chooseDecoderFormat(offeredFormats(formats), devicePixelFormat(device->type));
 }
 
-int threadCount() {
-    static const int count =
-        videoDecoderThreadCount(static_cast<int>(std::thread::hardware_concurrency()));
+int processorCount() {
+    static const int count = static_cast<int>(std::thread::hardware_concurrency());
     return count;
 }
 
-const AVCodec* findVideoDecoder(const AVStream& stream) {
-    if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
-        throw FFmpegError::simple(FFmpegError::Case::unsupportedMediaType);
-    }
-    return findDecoder(*stream.codecpar, AVMEDIA_TYPE_VIDEO);
+int threadCount() {
+    return videoDecoderThreadCount(processorCount());
+}
+
+/// Whether leaving out the frames that no other refers to changes none of the others, in content or
+/// time. Found by hashing every frame. VC-1, as a counterexample, gives a frame that follows the
+/// stamp of the one that was left out. Other codecs have no such frames, or decode them regardless.
+bool canLeaveOutFrames(AVCodecID codec) {
+    constexpr std::array kCodecs{AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_MPEG1VIDEO,
+                                 AV_CODEC_ID_MPEG2VIDEO, AV_CODEC_ID_MPEG4};
+    return std::find(kCodecs.begin(), kCodecs.end(), codec) != kCodecs.end();
+}
+
+/// Whether the decoder itself withholds pictures whose references it does not have. These codecs
+/// can also start at a recovery point, which is no key frame.
+bool withholdsUnclean(AVCodecID codec) {
+    return codec == AV_CODEC_ID_H264 || codec == AV_CODEC_ID_HEVC;
 }
 
 /// On `device`, or in software without one.
-ffmpeg::CodecContext makeOpenContext(const AVStream& stream, PictureAllocator& pictures,
-                                     ffmpeg::BufferRef device) {
-    const AVCodec* codec = findVideoDecoder(stream);
-    auto context = makeDecoderContext(*stream.codecpar, codec, stream.time_base);
+ffmpeg::CodecContext makeOpenContext(const AVCodecParameters& parameters, AVRational timeBase,
+                                     PictureAllocator& pictures, ffmpeg::BufferRef device,
+                                     int threads) {
+    const AVCodec* codec = findDecoder(parameters, AVMEDIA_TYPE_VIDEO);
+    auto context = makeDecoderContext(parameters, codec, timeBase);
     context->get_format = device ? getFormatOnHardware : getFormatInSoftware;
+    context->extra_hw_frames = device ? kDeviceFramesHeldByPlayer : 0;
     context->hw_device_ctx = device.release();
-    context->thread_count = threadCount();
+    context->thread_count = threads;
     context->thread_type = kThreadType;
     pictures.serve(*context);
     openDecoder(codec, *context);
     return context;
 }
 
-/// Null where the hardware cannot do it: software always can.
+/// Of a stream that is no attached picture.
+ffmpeg::CodecContext makePlayingContext(const AVStream& stream, PictureAllocator& pictures,
+                                        ffmpeg::BufferRef device) {
+    if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {
+        throw FFmpegError::simple(FFmpegError::Case::unsupportedMediaType);
+    }
+    return makeOpenContext(*stream.codecpar, stream.time_base, pictures, std::move(device),
+                           threadCount());
+}
+
+/// Null if the hardware cannot decode the stream.
 ffmpeg::CodecContext makeHardwareContext(const AVStream& stream, PictureAllocator& pictures,
                                          VideoDecodingHardware& hardware) {
-    try {
-        return makeOpenContext(stream, pictures, hardware.makeHardwareDeviceContext());
-    } catch (const Error& error) {
-        logMessage("Failed to initialize VideoToolbox FFmpeg context: {}",
-                   errorDescriptionText(error));
+    auto device = hardware.makeHardwareDeviceContext();
+    if (device == nullptr) {
         return nullptr;
     }
+    try {
+        return makePlayingContext(stream, pictures, std::move(device));
+    } catch (const Error& error) {
+        logMessage("Failed to open the hardware decoder: {}", errorDescriptionText(error));
+        return nullptr;
+    }
+}
+
+/// Whether decoding with several threads is faster and gives the same, and a stamp says where the
+/// playing context takes over.
+bool isSearchedWithThreads(AVCodecID codec) {
+    constexpr std::array kCodecs{AV_CODEC_ID_H264, AV_CODEC_ID_HEVC, AV_CODEC_ID_VP8,
+                                 AV_CODEC_ID_VP9,  AV_CODEC_ID_AV1,  AV_CODEC_ID_MPEG4};
+    return std::find(kCodecs.begin(), kCodecs.end(), codec) != kCodecs.end();
+}
+
+SearchContext::Maker searchContextMaker(const AVStream& stream, PictureAllocator& pictures) {
+    const int threads = searchThreadCount(processorCount());
+    if (!isSearchedWithThreads(stream.codecpar->codec_id) || threads <= threadCount()) {
+        return [] { return nullptr; };
+    }
+    // The stream may be gone when a search begins.
+    const std::shared_ptr<AVCodecParameters> parameters =
+        ffmpeg::CodecParameters(checkedFFmpegAllocation(avcodec_parameters_alloc()));
+    checkedFFmpegCall([&] { return avcodec_parameters_copy(parameters.get(), stream.codecpar); });
+    return [parameters, timeBase = stream.time_base, &pictures, threads] {
+        return makeOpenContext(*parameters, timeBase, pictures, nullptr, threads);
+    };
 }
 
 } // namespace
@@ -86,28 +136,44 @@ int videoDecoderThreadCount(int processorCount) {
     return std::max(processorCount - 2, 1);
 }
 
+int searchThreadCount(int processorCount) {
+    // One more than processors keeps them busy while a finished frame waits for its turn. More than
+    // 16 contexts would take more memory than they save time.
+    constexpr int kMost = 16;
+    return processorCount < 2 ? 1 : std::min(processorCount + 1, kMost);
+}
+
 FFmpegVideoDecoder::FFmpegVideoDecoder(const AVStream& stream)
     : FFmpegVideoDecoder(stream, systemHardware()) {}
 
 FFmpegVideoDecoder::FFmpegVideoDecoder(const AVStream& stream, VideoDecodingHardware& hardware)
     : streamTimeBase_(stream.time_base),
-      softwareDecoderContext_(makeOpenContext(stream, *pictures_, nullptr)),
+      softwareDecoderContext_(makePlayingContext(stream, *pictures_, nullptr)),
       hardwareDecoderContext_(makeHardwareContext(stream, *pictures_, hardware)),
       decoderContext_(hardwareDecoderContext_ ? hardwareDecoderContext_.get()
                                               : softwareDecoderContext_.get()),
+      searching_(*softwareDecoderContext_, searchContextMaker(stream, *pictures_)),
       decodedFrame_(checkedFFmpegAllocation(av_frame_alloc())),
-      packager_(*softwareDecoderContext_, stream) {}
+      packager_(*softwareDecoderContext_, stream), timestamps_(stream.time_base) {}
 
 bool FFmpegVideoDecoder::startDecoding(const Packet& packet) {
-    // Others are made from references, so those have to be decoded all the same.
-    decoderContext_->skip_frame =
-        isUnwanted(packet.avPacket().pts) ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+    // Other frames are predicted from references, so those are decoded in any case.
+    AVCodecContext& context = isUsingHardwareContext() ? *decoderContext_ : searching_.active();
+    context.skip_frame =
+        canLeaveOutFrames(decoderContext_->codec_id) && isUnwanted(packet.avPacket().pts)
+            ? AVDISCARD_NONREF
+            : AVDISCARD_DEFAULT;
     try {
-        return zelvane::startDecoding(packet, *decoderContext_);
+        return isUsingHardwareContext() ? zelvane::startDecoding(packet, context)
+                                        : searching_.startDecoding(packet);
     } catch (...) {
         countFailure();
         throw;
     }
+}
+
+bool FFmpegVideoDecoder::isClean() const {
+    return hasGivenKeyframe_ || withholdsUnclean(decoderContext_->codec_id);
 }
 
 CMSampleBufferRef FFmpegVideoDecoder::dequeueSampleBuffer() {
@@ -120,17 +186,26 @@ CMSampleBufferRef FFmpegVideoDecoder::dequeueSampleBuffer() {
 }
 
 CMSampleBufferRef FFmpegVideoDecoder::dequeueNextFrame() {
-    do {
-        if (!dequeue(*decoderContext_, *decodedFrame_)) {
-            return nullptr;
+    while (dequeueFrame()) {
+        const ffmpeg::FrameContents contents(*decodedFrame_);
+        hasGivenKeyframe_ |= decodedFrame_->key_frame != 0;
+        if (isUnwanted(*decodedFrame_)) {
+            noteEnd(timestamps_.timeOf(*decodedFrame_).value_or(kCMTimeInvalid));
+            continue;
         }
-    } while (isUnwanted(decodedFrame_->pts));
-    const ffmpeg::FrameContents contents(*decodedFrame_);
-    auto sampleBuffer = makeSampleBuffer(*decodedFrame_);
-    if (isUsingHardwareContext()) {
-        failedHardwareDecodeCount_ = 0;
+        return makeSampleBuffer(*decodedFrame_);
     }
-    return sampleBuffer;
+    return nullptr;
+}
+
+bool FFmpegVideoDecoder::dequeueFrame() {
+    return isUsingHardwareContext() ? dequeue(*decoderContext_, *decodedFrame_)
+                                    : searching_.dequeue(*decodedFrame_);
+}
+
+bool FFmpegVideoDecoder::isUnwanted(const AVFrame& frame) const {
+    // Where the two differ, the stamps of packets are not the times of their pictures.
+    return frame.pts == frame.best_effort_timestamp && isUnwanted(frame.pts);
 }
 
 bool FFmpegVideoDecoder::isUnwanted(std::int64_t presentationStamp) const {
@@ -140,18 +215,22 @@ bool FFmpegVideoDecoder::isUnwanted(std::int64_t presentationStamp) const {
 
 CMSampleBufferRef FFmpegVideoDecoder::makeSampleBuffer(const AVFrame& frame) {
     auto sampleBuffer = zelvane::makeSampleBuffer(packager_.package(frame), frame, streamTimeBase_,
-                                                  guessedNextPresentationTimestamp_);
-    if (sampleBuffer->duration().isValid()) {
-        guessedNextPresentationTimestamp_ =
-            sampleBuffer->presentationTimeStamp() + sampleBuffer->duration();
-    } else {
-        guessedNextPresentationTimestamp_.reset();
+                                                  timestamps_.expectedTime());
+    noteEnd(sampleBuffer->presentationTimeStamp());
+    if (isUsingHardwareContext()) {
+        failedHardwareDecodeCount_ = 0;
     }
     return sampleBuffer;
 }
 
+/// The decoded frame begins at `time`.
+void FFmpegVideoDecoder::noteEnd(const CMTime& time) {
+    const auto duration = timeFromStamp(ffmpeg::frameDuration(*decodedFrame_), streamTimeBase_);
+    timestamps_.setEnd(duration && *duration > kCMTimeZero ? time + *duration : kCMTimeInvalid);
+}
+
 void FFmpegVideoDecoder::countFailure() {
-    guessedNextPresentationTimestamp_.reset();
+    timestamps_.reset();
     if (!isUsingHardwareContext()) {
         return;
     }
@@ -163,8 +242,28 @@ void FFmpegVideoDecoder::countFailure() {
 }
 
 void FFmpegVideoDecoder::flush() {
-    avcodec_flush_buffers(decoderContext_);
-    guessedNextPresentationTimestamp_.reset();
+    if (decoderContext_->codec_id == AV_CODEC_ID_SVQ3) {
+        reopen();
+    } else if (isUsingHardwareContext()) {
+        avcodec_flush_buffers(decoderContext_);
+    } else {
+        searching_.flush();
+    }
+    timestamps_.reset();
+    hasGivenKeyframe_ = false;
+}
+
+void FFmpegVideoDecoder::beginSearch() {
+    if (!isUsingHardwareContext()) {
+        searching_.beginSearch();
+    }
+}
+
+/// For a decoder that keeps its last picture when it is flushed, and gives it for the next packet.
+void FFmpegVideoDecoder::reopen() {
+    const AVCodec* const codec = decoderContext_->codec;
+    avcodec_close(decoderContext_);
+    openDecoder(codec, *decoderContext_);
 }
 
 } // namespace zelvane

@@ -5,9 +5,11 @@
 #include <optional>
 
 #include "core_media/ffmpeg_handles.h"
+#include "media_player/decoders/common/frame_timestamps.h"
 #include "media_player/decoders/common/media_decoder.h"
 #include "media_player/decoders/common/media_type.h"
 #include "media_player/decoders/video/picture_allocator.h"
+#include "media_player/decoders/video/search_context.h"
 #include "media_player/decoders/video/video_decoding_hardware.h"
 #include "media_player/decoders/video/video_frame_packager.h"
 
@@ -15,6 +17,8 @@ namespace zelvane {
 
 /// How many threads a video decoder uses on a machine with so many processors.
 int videoDecoderThreadCount(int processorCount);
+/// How many it uses during a search, when the clock is stopped.
+int searchThreadCount(int processorCount);
 
 /// Decodes a video stream into sample buffers of one picture each, in a pixel format and with
 /// colour attachments that the display takes. Keeps two contexts: one in software, and one on the
@@ -39,15 +43,22 @@ class FFmpegVideoDecoder final : public CoreMediaCompatibleDecoder {
     bool startDecoding(const Packet& packet) override;
     CMSampleBufferRef dequeueSampleBuffer() override;
     void flush() override;
+    void beginSearch() override;
+    void endSearch() override { searching_.endSearch(); }
+    bool isClean() const override;
     void setEarliestWantedTime(const std::optional<CMTime>& time) override {
         earliestWantedTime_ = time;
     }
 
   private:
+    bool isUnwanted(const AVFrame& frame) const;
     bool isUnwanted(std::int64_t presentationStamp) const;
     CMSampleBufferRef dequeueNextFrame();
     CMSampleBufferRef makeSampleBuffer(const AVFrame& frame);
+    void noteEnd(const CMTime& time);
     void countFailure();
+    bool dequeueFrame();
+    void reopen();
 
     AVRational streamTimeBase_;
     /// The contexts have its address.
@@ -57,12 +68,15 @@ class FFmpegVideoDecoder final : public CoreMediaCompatibleDecoder {
     ffmpeg::CodecContext hardwareDecoderContext_;
     /// One of the two.
     AVCodecContext* decoderContext_;
+    SearchContext searching_;
     /// In a row.
     int failedHardwareDecodeCount_ = 0;
     /// The one output frame, reused.
     ffmpeg::Frame decodedFrame_;
     VideoFramePackager packager_;
-    std::optional<CMTime> guessedNextPresentationTimestamp_;
+    FrameTimestamps timestamps_;
+    /// Since the last flush.
+    bool hasGivenKeyframe_ = false;
     std::optional<CMTime> earliestWantedTime_;
 };
 

@@ -8,10 +8,10 @@
 namespace zelvane {
 namespace {
 
-/// Wide enough for the widest vectors of x86-64, and a line of its cache.
+/// The widest vectors of x86-64, and a cache line.
 constexpr int kRowAlignment = 64;
 /// Vector instructions read and write a little past the end of a plane.
-constexpr std::size_t kBehindPlane = 128;
+constexpr std::size_t kPlanePadding = 128;
 std::size_t aligned(std::size_t size) {
     return (size + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
 }
@@ -21,7 +21,7 @@ bool areRowsAligned(const std::array<int, 4>& rowBytes) {
                        [](int bytes) { return bytes % kRowAlignment == 0; });
 }
 
-/// Row lengths for the least width, not below `width`, that has all of them aligned.
+/// Row lengths for the smallest width, at least `width`, with which all rows are aligned.
 int alignRows(std::array<int, 4>& rowBytes, AVPixelFormat format, int width) {
     constexpr int kStep = 16;
     constexpr int kSteps = 64;
@@ -40,7 +40,7 @@ void PictureAllocator::serve(AVCodecContext& context) {
     context.opaque = this;
     context.get_buffer2 = getBuffer;
 #if LIBAVCODEC_VERSION_INT < AV_VERSION_INT(60, 0, 100)
-    // Before that version decoders with threads of their own ask whether they may call from them.
+    // Before that version the flag permits calls from the decoder's own threads.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
     context.thread_safe_callbacks = 1;
@@ -55,7 +55,7 @@ int PictureAllocator::getBuffer(AVCodecContext* context, AVFrame* frame, int fla
             return 0;
         }
     }
-    // Refuses what is too large, too, with the status that the decoder expects.
+    // This also refuses pictures that are too large, with the status that the decoder expects.
     return avcodec_default_get_buffer2(context, frame, flags);
 }
 
@@ -88,7 +88,7 @@ int PictureAllocator::layOut(AVCodecContext& context, const AVFrame& frame, Layo
     status = av_image_fill_plane_sizes(sizes.data(), format, height, rows.data());
     for (std::size_t plane = 0; status >= 0 && plane < sizes.size() && sizes[plane] > 0; ++plane) {
         layout.offsets[plane] = layout.size;
-        layout.size += aligned(sizes[plane] + kBehindPlane);
+        layout.size += aligned(sizes[plane] + kPlanePadding);
     }
     return status;
 }
@@ -96,7 +96,7 @@ int PictureAllocator::layOut(AVCodecContext& context, const AVFrame& frame, Layo
 int PictureAllocator::place(AVCodecContext& context, AVFrame& frame) {
     Layout layout;
     const int status = layOut(context, frame, layout);
-    // Smaller pictures have nothing to gain.
+    // Huge pages do not help smaller pictures.
     if (status < 0 || layout.size < kHugePage) {
         return AVERROR(EINVAL);
     }
@@ -114,7 +114,7 @@ int PictureAllocator::place(AVCodecContext& context, AVFrame& frame) {
     return 0;
 }
 
-/// Pictures that are still held keep the pool that they came from.
+/// Pictures in use keep the pool that they are from.
 ffmpeg::BufferRef PictureAllocator::takeBlock(const Layout& layout) {
     const std::lock_guard lock(mutex_);
     if (pool_ == nullptr || blockSize_ != layout.size) {

@@ -9,16 +9,17 @@
 
 namespace zelvane {
 
-/// Gives software decoders the memory for their pictures: one block each, of
-/// allocatePictureMemory(), which is used again once nobody holds the picture. What is too small
-/// for a huge page, or of an unusual kind, libavcodec lays out.
+/// Allocates the pictures of software decoders: one block of allocatePictureMemory() each, reused
+/// after the picture is released. libavcodec allocates pictures that are smaller than a huge page
+/// or of an unusual kind.
 class PictureAllocator {
   public:
-    /// From before the context is opened; must outlive it. Takes its opaque pointer.
+    /// Call it before the context is opened. This must outlive the context, whose opaque pointer it
+    /// uses.
     void serve(AVCodecContext& context);
 
   private:
-    /// How a picture lies in its block.
+    /// The layout of a picture in its block.
     struct Layout {
         std::array<int, 4> rowBytes{};
         std::array<std::size_t, 4> offsets{};

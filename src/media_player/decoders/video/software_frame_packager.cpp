@@ -18,7 +18,7 @@ struct RowLayout {
     int bytesPerRowAlignment = 16;
 };
 
-/// How the decoder itself lays out such pictures, so that what it gives can be copied whole.
+/// The decoder's own layout of such pictures, so that rows can be copied whole.
 RowLayout rowLayoutOfDecoder(AVCodecContext& context, const PictureTraits& traits) {
     int alignedWidth = traits.width;
     int alignedHeight = traits.height;
@@ -31,19 +31,10 @@ RowLayout rowLayoutOfDecoder(AVCodecContext& context, const PictureTraits& trait
     return layout;
 }
 
-bool isYCbCr(AVPixelFormat format) {
-    const auto* descriptor = av_pix_fmt_desc_get(format);
-    return descriptor != nullptr && descriptor->nb_components > 1 &&
-           (descriptor->flags & AV_PIX_FMT_FLAG_RGB) == 0;
-}
-
 CVAttachments poolAttachments(const PictureTraits& traits,
                               const FFmpegPixelFormatConverter& converter) {
-    const auto stated = colorAttachments(traits.colors, converter.destinationPixelFormat());
-    CVAttachments attachments =
-        stated ? *stated
-               : colorAttachmentsForSize(traits.width, traits.height,
-                                         isYCbCr(converter.destinationPixelFormatFFmpeg()));
+    auto attachments = colorAttachmentsOrUsual(traits.colors, converter.destinationPixelFormat(),
+                                               traits.width, traits.height);
     attachments.insert_or_assign(std::string(kCVImageBufferPixelAspectRatioKey),
                                  pixelAspectRatioAttachment(traits.sampleAspectRatio));
     return attachments;
@@ -69,19 +60,7 @@ bool contains(const PixelFormats& pixelFormats, OSType pixelFormat) {
     return std::find(pixelFormats.begin(), pixelFormats.end(), pixelFormat) != pixelFormats.end();
 }
 
-std::unique_ptr<CVPixelBufferPool> makePool(CVPixelBufferPoolAttributes attributes) {
-    std::unique_ptr<CVPixelBufferPool> pool;
-    checkedCoreVideoCall([&] { return CVPixelBufferPool::create(std::move(attributes), pool); });
-    return pool;
-}
-
-CVPixelBufferRef makePixelBuffer(const CVPixelBufferPool& pool) {
-    CVPixelBufferRef pixelBuffer;
-    checkedCoreVideoCall([&] { return pool.createPixelBuffer(pixelBuffer); });
-    return pixelBuffer;
-}
-
-/// What the display is given in place of a format that it must not be given; none for all others.
+/// The replacement for a format that the display must not receive; none for all others.
 std::optional<OSType> replacementPixelFormat(OSType pixelFormat) {
     constexpr std::array kReplacedByBGRA{kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange,
                                          kCVPixelFormatType_420YpCbCr8BiPlanarFullRange};
@@ -100,8 +79,7 @@ CVPixelBufferRef sharedPixelBuffer(const AVFrame& frame, const CVPixelBufferPool
     shared->format = ffmpegPixelFormat(attributes.pixelFormat);
     auto pixelBuffer = CVPixelBuffer::wrappingFrame(std::move(shared), attributes.pixelFormat);
     if (pixelBuffer != nullptr) {
-        pixelBuffer->setAttachments(attributes.propagatedAttachments,
-                                    CVAttachmentMode::shouldPropagate);
+        pixelBuffer->setAttachments(attributes.propagatedAttachments);
     }
     return pixelBuffer;
 }
@@ -127,13 +105,13 @@ PictureTraits PictureTraits::of(const AVFrame& frame) {
 
 SoftwareFramePackager::SoftwareFramePackager(AVCodecContext& context, const PictureTraits& traits)
     : traits_(traits), ffmpegPixelFormatConverter_(traits.layout.format, traits.layout.range,
-                                                   traits.width, traits.height) {
-    auto attributes = poolAttributes(context, traits, ffmpegPixelFormatConverter_);
-    pixelBufferPool_ = makePool(attributes);
+                                                   traits.width, traits.height),
+      pixelBufferPool_(poolAttributes(context, traits, ffmpegPixelFormatConverter_)) {
+    auto attributes = pixelBufferPool_.attributes();
     if (const auto replacement = replacementPixelFormat(attributes.pixelFormat)) {
         attributes.pixelFormat = *replacement;
         attributes.bytesPerRowAlignment = CVPixelBufferPoolAttributes().bytesPerRowAlignment;
-        pixelBufferPoolForConvertingFromBlacklistedPixelFormat_ = makePool(std::move(attributes));
+        pixelBufferPoolForConvertingFromBlacklistedPixelFormat_.emplace(std::move(attributes));
         pixelTransferSession_.emplace();
     }
 }
@@ -148,27 +126,26 @@ CVPixelBufferRef SoftwareFramePackager::makePixelBufferOfDestinationFormat(const
     if (!ffmpegPixelFormatConverter_.isConversionNeeded()) {
         return nativePixelBuffer(frame);
     }
-    auto pixelBuffer = makePixelBuffer(*pixelBufferPool_);
+    auto pixelBuffer = pixelBufferPool_.makePixelBuffer();
     ffmpegPixelFormatConverter_.convert(frame, *pixelBuffer);
     return pixelBuffer;
 }
 
 CVPixelBufferRef SoftwareFramePackager::nativePixelBuffer(const AVFrame& frame) const {
-    if (auto shared = sharedPixelBuffer(frame, *pixelBufferPool_)) {
+    if (auto shared = sharedPixelBuffer(frame, pixelBufferPool_)) {
         return shared;
     }
-    auto pixelBuffer = makePixelBuffer(*pixelBufferPool_);
+    auto pixelBuffer = pixelBufferPool_.makePixelBuffer();
     fillData(*pixelBuffer, frame.data, frame.linesize);
     return pixelBuffer;
 }
 
 CVPixelBufferRef SoftwareFramePackager::replacementPixelBuffer(const AVFrame& frame,
                                                                CVPixelBuffer& blacklisted) {
-    auto replacement = makePixelBuffer(*pixelBufferPoolForConvertingFromBlacklistedPixelFormat_);
+    auto replacement = pixelBufferPoolForConvertingFromBlacklistedPixelFormat_->makePixelBuffer();
     colorConfigurator_.configure(blacklisted, frame);
     colorConfigurator_.configure(*replacement, frame);
-    checkedDarwinCall(
-        [&] { return pixelTransferSession_->transferImage(blacklisted, *replacement); });
+    pixelTransferSession_->transferImage(blacklisted, *replacement);
     return replacement;
 }
 

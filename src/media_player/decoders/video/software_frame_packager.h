@@ -12,10 +12,10 @@
 
 namespace zelvane {
 
-/// Width over height of a pixel as an attachment; an unknown ratio is that of square pixels.
+/// Width over height of a pixel as an attachment; an unknown ratio counts as square pixels.
 PixelAspectRatio pixelAspectRatioAttachment(AVRational sampleAspectRatio);
 
-/// What decides how pictures are packaged. Two pictures of equal traits go the same way.
+/// The properties that decide how a picture is packaged.
 struct PictureTraits {
     FFmpegPixelLayout layout;
     int width = 0;
@@ -26,24 +26,24 @@ struct PictureTraits {
     static PictureTraits of(const AVCodecContext& context);
     static PictureTraits of(const AVFrame& frame);
 
-    bool isOfSameMemoryAs(const PictureTraits& other) const {
+    bool hasSameLayoutAs(const PictureTraits& other) const {
         return layout == other.layout && width == other.width && height == other.height;
     }
-    bool saysTheSameAs(const PictureTraits& other) const {
+    bool hasSameMetadataAs(const PictureTraits& other) const {
         return colors == other.colors && pixelAspectRatioAttachment(sampleAspectRatio) ==
                                              pixelAspectRatioAttachment(other.sampleAspectRatio);
     }
 };
 
-/// Makes pixel buffers of software frames that share their traits. A frame whose memory already is
-/// what the display takes is passed on as it is, without a copy. One thread at a time.
+/// Makes pixel buffers of software frames that share their traits. A frame in a layout that the
+/// display supports is wrapped without a copy. One thread at a time.
 class SoftwareFramePackager {
   public:
-    /// `context` tells how its decoder lays out frames. Throws FFmpegError or SystemError.
+    /// `context` determines the decoder's frame layout. Throws FFmpegError or SystemError.
     SoftwareFramePackager(AVCodecContext& context, const PictureTraits& traits);
 
     const PictureTraits& traits() const { return traits_; }
-    /// Throws SystemError when a pool has no buffer to give, or DataMismatchError.
+    /// Throws SystemError when a pool cannot allocate, or DataMismatchError.
     CVPixelBufferRef makePixelBufferForSoftwareDecodedFrame(const AVFrame& frame);
 
   private:
@@ -54,9 +54,9 @@ class SoftwareFramePackager {
 
     PictureTraits traits_;
     FFmpegPixelFormatConverter ffmpegPixelFormatConverter_;
-    std::unique_ptr<CVPixelBufferPool> pixelBufferPool_;
-    /// With the session below for a destination format that the display must not be given.
-    std::unique_ptr<CVPixelBufferPool> pixelBufferPoolForConvertingFromBlacklistedPixelFormat_;
+    CVPixelBufferPool pixelBufferPool_;
+    /// Set, with the session below, for a destination format that the display must not receive.
+    std::optional<CVPixelBufferPool> pixelBufferPoolForConvertingFromBlacklistedPixelFormat_;
     std::optional<PixelTransferSession> pixelTransferSession_;
     FrameColorConfigurator colorConfigurator_;
 };

@@ -3,10 +3,15 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
+#include <utility>
 #include <vector>
+
+#include <fmt/format.h>
 
 #include "core_media/ffmpeg_error.h"
 #include "core_media/ffmpeg_pixel_format.h"
+#include "foundation/log.h"
 
 namespace zelvane {
 namespace {
@@ -43,20 +48,39 @@ bool contains(const std::vector<AVPixelFormat>& formats, AVPixelFormat format) {
 
 } // namespace
 
+SystemVideoDecodingHardware::SystemVideoDecodingHardware()
+    : SystemVideoDecodingHardware([](AVHWDeviceType type, AVBufferRef*& device) {
+          return av_hwdevice_ctx_create(&device, type, nullptr, nullptr, 0);
+      }) {}
+
+SystemVideoDecodingHardware::SystemVideoDecodingHardware(OpenDevice openDevice)
+    : openDevice_(std::move(openDevice)) {}
+
 ffmpeg::BufferRef SystemVideoDecodingHardware::makeHardwareDeviceContext() {
-    constexpr std::array kTypes{AV_HWDEVICE_TYPE_VAAPI, AV_HWDEVICE_TYPE_CUDA,
-                                AV_HWDEVICE_TYPE_VDPAU};
-    int status = AVERROR(ENODEV);
-    for (const auto type : kTypes) {
+    constexpr std::array<std::pair<AVHWDeviceType, const char*>, 3> kTypes{
+        {{AV_HWDEVICE_TYPE_VAAPI, "VAAPI"},
+         {AV_HWDEVICE_TYPE_CUDA, "CUDA"},
+         {AV_HWDEVICE_TYPE_VDPAU, "VDPAU"}}};
+    const std::lock_guard guard(mutex_);
+    if (isAbsent_) {
+        return nullptr;
+    }
+    std::string reasons;
+    for (const auto& [type, name] : kTypes) {
         AVBufferRef* device = nullptr;
-        do {
-            status = av_hwdevice_ctx_create(&device, type, nullptr, nullptr, 0);
-        } while (status == AVERROR(EAGAIN));
+        int status = openDevice_(type, device);
+        while (status == AVERROR(EAGAIN)) {
+            status = openDevice_(type, device);
+        }
         if (status >= 0) {
             return ffmpeg::BufferRef(device);
         }
+        reasons += fmt::format("{}{}: {}", reasons.empty() ? "" : ", ", name,
+                               FFmpegError::fromStatus(status).what());
     }
-    throw FFmpegError::fromStatus(status);
+    isAbsent_ = true;
+    logMessage("No hardware decoder: {}", reasons);
+    return nullptr;
 }
 
 AVPixelFormat devicePixelFormat(AVHWDeviceType type) {

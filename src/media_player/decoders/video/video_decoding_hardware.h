@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
+#include <mutex>
 #include <span>
 
 #include "core_media/ffmpeg_handles.h"
@@ -11,23 +13,34 @@ namespace zelvane {
 class VideoDecodingHardware {
   public:
     virtual ~VideoDecodingHardware() = default;
-    /// A device that decoders can use. Throws FFmpegError where there is none; logs nothing.
+    /// A device that decoders can use; null where there is none.
     virtual ffmpeg::BufferRef makeHardwareDeviceContext() = 0;
 };
 
-/// The first device that opens: VAAPI, CUDA or VDPAU.
+/// The first device that opens: VAAPI, CUDA or VDPAU. Where none does, one log line says why, and
+/// no device is tried again.
 class SystemVideoDecodingHardware final : public VideoDecodingHardware {
   public:
+    /// Opens a device of a kind, or returns an FFmpeg status below zero.
+    using OpenDevice = std::function<int(AVHWDeviceType type, AVBufferRef*& device)>;
+
+    SystemVideoDecodingHardware();
+    explicit SystemVideoDecodingHardware(OpenDevice openDevice);
+
     ffmpeg::BufferRef makeHardwareDeviceContext() override;
+
+  private:
+    const OpenDevice openDevice_;
+    std::mutex mutex_;
+    bool isAbsent_ = false;
 };
 
-/// The format of frames that lie on devices of a kind; AV_PIX_FMT_NONE for a kind that we do not
-/// use.
+/// The format of frames on devices of a kind; AV_PIX_FMT_NONE for unsupported kinds.
 AVPixelFormat devicePixelFormat(AVHWDeviceType type);
 
-/// Which of the formats that a decoder offers it shall use: `deviceFormat` when it is offered, else
-/// the one that the display likes best, else the last in memory. AV_PIX_FMT_NONE as `deviceFormat`
-/// leaves software formats alone.
+/// Chooses one of the formats that a decoder offers: `deviceFormat` if it is offered, else the one
+/// that the display prefers, else the last software format. With AV_PIX_FMT_NONE as `deviceFormat`,
+/// a software format.
 AVPixelFormat chooseDecoderFormat(std::span<const AVPixelFormat> offered,
                                   AVPixelFormat deviceFormat);
 

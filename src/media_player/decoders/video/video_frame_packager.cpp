@@ -6,13 +6,14 @@
 
 #include "core_media/ffmpeg_error.h"
 #include "core_media/hdr_metadata.h"
+#include "foundation/log.h"
 
 namespace zelvane {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The structure that side data hold; null where there are none, or too few of them.
+/// The structure in the side data; null when it is absent or too short.
 template <class Metadata>
 const Metadata* metadata(std::span<const std::uint8_t> sideData) {
     return sideData.size() < sizeof(Metadata) ? nullptr
@@ -25,20 +26,23 @@ std::span<const std::uint8_t> sideData(const AVFrame& frame, AVFrameSideDataType
                             : std::span<const std::uint8_t>(found->data, found->size);
 }
 
-std::optional<Bytes> masteringDisplay(std::span<const std::uint8_t> sideData) {
-    const auto* found = metadata<AVMasteringDisplayMetadata>(sideData);
-    return found == nullptr ? std::nullopt
-                            : std::optional(masteringDisplayColorVolumeSEIMessageData(*found));
+/// Replaces `latest` by the coded side data, if there is any. False when it is damaged.
+template <class Metadata>
+bool update(std::optional<Bytes>& latest, std::span<const std::uint8_t> sideData,
+            std::optional<Bytes> (*coded)(const Metadata&)) {
+    const auto* found = metadata<Metadata>(sideData);
+    if (found == nullptr) {
+        return true;
+    }
+    auto bytes = coded(*found);
+    if (!bytes) {
+        return false;
+    }
+    latest = std::move(bytes);
+    return true;
 }
 
-std::optional<Bytes> contentLightLevel(std::span<const std::uint8_t> sideData) {
-    const auto* found = metadata<AVContentLightMetadata>(sideData);
-    return found == nullptr ? std::nullopt
-                            : std::optional(contentLightLevelInfoSEIMessageData(*found));
-}
-
-/// What a frame on a device is like once it is brought to memory; none for layouts that pixel
-/// buffers do not have.
+/// The format of a device's frame after download; none for layouts without a pixel format.
 std::optional<OSType> pixelFormatOnDevice(const AVFrame& frame) {
     if (frame.hw_frames_ctx == nullptr) {
         return std::nullopt;
@@ -58,7 +62,7 @@ void setOrRemove(CVPixelBuffer& pixelBuffer, std::string_view key,
                  const std::optional<Bytes>& latest, const std::optional<Bytes>& ofStream) {
     const auto& value = latest ? latest : ofStream;
     if (value) {
-        pixelBuffer.setAttachment(key, *value, CVAttachmentMode::shouldPropagate);
+        pixelBuffer.setAttachment(key, *value);
     } else {
         pixelBuffer.removeAttachment(key);
     }
@@ -73,18 +77,18 @@ bool isHardwareFrame(const AVFrame& frame) {
 }
 
 VideoFramePackager::VideoFramePackager(AVCodecContext& context, const AVStream& stream)
-    : context_(context),
-      streamLevelMasteringDisplayColorVolumeSEIMessageData_(
-          masteringDisplay(ffmpeg::streamSideData(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA))),
-      streamLevelContentLightLevelInfoSEIMessageData_(
-          contentLightLevel(ffmpeg::streamSideData(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL))) {
+    : context_(context) {
+    updateHDRMetadata(streamLevel_,
+                      ffmpeg::streamSideData(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA),
+                      ffmpeg::streamSideData(stream, AV_PKT_DATA_CONTENT_LIGHT_LEVEL));
     softwareFramePackager_.emplace(context, PictureTraits::of(context));
 }
 
 CVPixelBufferRef VideoFramePackager::package(const AVFrame& frame) {
     auto pixelBuffer = makePixelBuffer(frame);
     colorConfigurator_.configure(*pixelBuffer, frame);
-    noteFrameLevelHDRMetadata(frame);
+    updateHDRMetadata(latestFrameLevel_, sideData(frame, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA),
+                      sideData(frame, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL));
     setHDRAttachments(*pixelBuffer);
     return pixelBuffer;
 }
@@ -105,39 +109,40 @@ CVPixelBufferRef VideoFramePackager::makePixelBufferForHardwareDecodedFrame(cons
     auto pixelBuffer = CVPixelBuffer::onDevice(
         ffmpeg::Frame(checkedFFmpegAllocation(av_frame_clone(&frame))), *pixelFormat);
     pixelBuffer->setAttachment(kCVImageBufferPixelAspectRatioKey,
-                               pixelAspectRatioAttachment(frame.sample_aspect_ratio),
-                               CVAttachmentMode::shouldPropagate);
+                               pixelAspectRatioAttachment(frame.sample_aspect_ratio));
     return pixelBuffer;
 }
 
-/// A decoder may change its mind about anything between two frames.
+/// Any property may change between two frames.
 void VideoFramePackager::adoptTraits(const AVFrame& frame) {
     const auto traits = PictureTraits::of(frame);
-    const bool isNewMemory =
-        !softwareFramePackager_ || !traits.isOfSameMemoryAs(softwareFramePackager_->traits());
-    const bool saysSomethingNew = latestTraits_ && !traits.saysTheSameAs(*latestTraits_);
-    if (isNewMemory || saysSomethingNew) {
+    const bool isLayoutNew =
+        !softwareFramePackager_ || !traits.hasSameLayoutAs(softwareFramePackager_->traits());
+    const bool isMetadataNew = latestTraits_ && !traits.hasSameMetadataAs(*latestTraits_);
+    if (isLayoutNew || isMetadataNew) {
         softwareFramePackager_.emplace(context_, traits);
     }
     latestTraits_ = traits;
 }
 
-void VideoFramePackager::noteFrameLevelHDRMetadata(const AVFrame& frame) {
-    if (auto found = masteringDisplay(sideData(frame, AV_FRAME_DATA_MASTERING_DISPLAY_METADATA))) {
-        latestFrameLevelMasteringDisplayColorVolumeSEIMessageData_ = std::move(found);
-    }
-    if (auto found = contentLightLevel(sideData(frame, AV_FRAME_DATA_CONTENT_LIGHT_LEVEL))) {
-        latestFrameLevelContentLightLevelInfoSEIMessageData_ = std::move(found);
+void VideoFramePackager::updateHDRMetadata(HDRMetadata& latest,
+                                           std::span<const std::uint8_t> masteringDisplay,
+                                           std::span<const std::uint8_t> contentLightLevel) {
+    const bool isDisplayUsable = update(latest.masteringDisplayColorVolume, masteringDisplay,
+                                        masteringDisplayColorVolumeSEIMessageData);
+    const bool isLightUsable = update(latest.contentLightLevelInfo, contentLightLevel,
+                                      contentLightLevelInfoSEIMessageData);
+    if ((!isDisplayUsable || !isLightUsable) && !std::exchange(didLogDamagedMetadata_, true)) {
+        logMessage("Ignoring HDR metadata that is out of range.");
     }
 }
 
 void VideoFramePackager::setHDRAttachments(CVPixelBuffer& pixelBuffer) const {
     setOrRemove(pixelBuffer, kCVImageBufferMasteringDisplayColorVolumeKey,
-                latestFrameLevelMasteringDisplayColorVolumeSEIMessageData_,
-                streamLevelMasteringDisplayColorVolumeSEIMessageData_);
+                latestFrameLevel_.masteringDisplayColorVolume,
+                streamLevel_.masteringDisplayColorVolume);
     setOrRemove(pixelBuffer, kCVImageBufferContentLightLevelInfoKey,
-                latestFrameLevelContentLightLevelInfoSEIMessageData_,
-                streamLevelContentLightLevelInfoSEIMessageData_);
+                latestFrameLevel_.contentLightLevelInfo, streamLevel_.contentLightLevelInfo);
 }
 
 } // namespace zelvane
