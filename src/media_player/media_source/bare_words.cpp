@@ -15,7 +15,7 @@ bool isDigit(char byte) {
     return byte >= '0' && byte <= '9';
 }
 
-/// The words of a script's event: what is behind the ninth comma.
+/// The words of a script's event: the text after the ninth comma.
 std::string_view eventText(std::string_view line) {
     if (line.substr(0, 9) != "Dialogue:" && line.substr(0, 8) != "Comment:") {
         return line;
@@ -32,7 +32,7 @@ std::string_view eventText(std::string_view line) {
     return rest;
 }
 
-/// The length of the markup that `text` begins with; 0 when it begins with none.
+/// The length of the markup at the start of `text`; 0 without any.
 std::size_t markupLength(std::string_view text) {
     const char closing = text.front() == '{' ? '}' : '>';
     if (text.front() != '{' && text.front() != '<') {

@@ -10,15 +10,15 @@ struct uchardet;
 
 namespace zelvane {
 
-/// Guesses the encoding of text by the statistics of its bytes. Used by one thread at a time.
+/// Detects the encoding of text by the statistics of its bytes. Used by one thread at a time.
 class CharacterEncodingDetector {
   public:
     CharacterEncodingDetector();
 
-    /// Looks at the next bytes of the text. False when they could not be taken in. Stops the
-    /// process after finish().
+    /// Analyses the next bytes of the text. Returns false when that fails. Stops the process after
+    /// finish().
     bool analyzeNextChunk(std::string_view bytes);
-    /// The encoding's name as iconv knows it; none when there was nothing to tell it by.
+    /// The encoding's name for iconv; none when the text gives no indication.
     std::optional<std::string> finish();
 
   private:

@@ -8,7 +8,7 @@
 namespace zelvane {
 
 ExternalSubtitlesTrack::ExternalSubtitlesTrack(
-    std::shared_ptr<PacketSource> externalMediaSource,
+    std::shared_ptr<PlayableSource> externalMediaSource,
     std::shared_ptr<SubtitlesTrack> externalMediaSourceTrack)
     : SubtitlesTrack(externalMediaSourceTrack.get()),
       externalMediaSource_(std::move(externalMediaSource)),

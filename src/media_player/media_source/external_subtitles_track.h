@@ -2,24 +2,23 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
-#include "media_player/media_source/packet_source.h"
+#include "media_player/media_source/playable_source.h"
 
 namespace zelvane {
 
-/// A subtitles track of a side file, as the media that it is shown with lists it. It has the facts,
-/// the decoder and, at first, the id of the track that it stands for; its packets are read from the
-/// side file by that track.
+/// A subtitles track of a side file, as listed by the source that the file is attached to. It has
+/// the facts, the decoder and, at first, the id of the track that it wraps. Its packets are read
+/// from the side file by that track.
 class ExternalSubtitlesTrack final : public SubtitlesTrack {
   public:
-    /// A track that is external itself, or is carried by video, stops the process.
-    ExternalSubtitlesTrack(std::shared_ptr<PacketSource> externalMediaSource,
+    /// Stops the process for a track that is external itself, or is carried by video.
+    ExternalSubtitlesTrack(std::shared_ptr<PlayableSource> externalMediaSource,
                            std::shared_ptr<SubtitlesTrack> externalMediaSourceTrack);
 
-    bool isExternal() const override { return true; }
+    const ExternalSubtitlesTrack* asExternal() const override { return this; }
     /// The side file: alive for as long as the track is.
-    const std::shared_ptr<PacketSource>& externalMediaSource() const {
+    const std::shared_ptr<PlayableSource>& externalMediaSource() const {
         return externalMediaSource_;
     }
     const std::shared_ptr<SubtitlesTrack>& externalMediaSourceTrack() const {
@@ -27,10 +26,8 @@ class ExternalSubtitlesTrack final : public SubtitlesTrack {
     }
 
   private:
-    std::shared_ptr<PacketSource> externalMediaSource_;
+    std::shared_ptr<PlayableSource> externalMediaSource_;
     std::shared_ptr<SubtitlesTrack> externalMediaSourceTrack_;
 };
-
-using ExternalSubtitlesTracks = std::vector<std::shared_ptr<ExternalSubtitlesTrack>>;
 
 } // namespace zelvane

@@ -12,6 +12,7 @@
 #include "core_media/ffmpeg_error.h"
 #include "foundation/dispatch.h"
 #include "foundation/host_clock.h"
+#include "media_player/media_source/allowed_formats.h"
 #include "media_player/media_source/picture_headers.h"
 #include "media_player/media_source/probing.h"
 
@@ -19,15 +20,14 @@ namespace zelvane {
 namespace {
 
 std::string inputPath(const URL& url) {
-    // The library takes a file's path as it is, with no escapes.
+    // The library expects the path of a file without escapes.
     return url.isFileURL() ? "file://" + url.path() : url.absoluteString();
 }
 
-/// Enough for the first pictures of every stream, from whose order their start is known.
+/// Enough for the first pictures of each stream, whose order determines the start time.
 constexpr std::int64_t kMaxBufferedBytes = std::int64_t{16} << 20;
 
-/// About what decoding a large picture takes. A file that takes as long to open is not opened once
-/// more to save that.
+/// About the time to decode a large picture. Opening a slow file once more would save nothing.
 constexpr HostDuration kPictureTime = std::chrono::milliseconds(50);
 
 template <class Call>
@@ -39,15 +39,16 @@ int repeatOnEAGAIN(Call&& call) {
     return status;
 }
 
-/// Pipes and terminals cannot be read by two demuxers, and opening one may wait for ever.
+/// Two demuxers cannot read one pipe or terminal, and opening one may block for ever.
 bool isStream(const std::string& path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 &&
            (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode));
 }
 
-/// Whether the header tells of every picture stream what probing would decode pictures for. Other
-/// containers take their start time from the order of decoded pictures, or find streams on the way.
+/// Returns whether the header describes each video stream, so that probing need not decode
+/// pictures. Other containers get their start time from the order of decoded pictures, or find
+/// streams later.
 bool knowsItsPictures(const AVFormatContext& context) {
     const auto streams = std::span(context.streams, context.nb_streams);
     return isMovieFile(context) &&
@@ -57,8 +58,8 @@ bool knowsItsPictures(const AVFormatContext& context) {
            });
 }
 
-/// Nobody would forgive a container refused for what was left out: all of it is read then.
-bool needsAllAfterAll(const InputOpening& visual, const InputOpening& audio) {
+/// A failure may be due to the decoders that were left out: probe again with all of them.
+bool mustReprobeFully(const InputOpening& visual, const InputOpening& audio) {
     return audio.isPartial() && !visual.hasFailed() &&
            (audio.hasFailed() || !isSameContainer(visual.context(), audio.context()));
 }
@@ -77,7 +78,7 @@ InputOpening::InputOpening(const URL& url, Probing probing,
     input_.memoryInput_ = std::move(memoryInput);
 }
 
-/// A failed opening frees its context, so each try makes a new one.
+/// A failed opening frees its context, so each attempt makes a new one.
 int InputOpening::open(ffmpeg::InputContext& opened, AVIOContext* memory) {
     AVFormatContext* context = avformat_alloc_context();
     if (context == nullptr) {
@@ -88,14 +89,21 @@ int InputOpening::open(ffmpeg::InputContext& opened, AVIOContext* memory) {
     // Complete knowledge of the streams matters more than the time to open.
     context->probesize = std::numeric_limits<std::int64_t>::max();
     context->pb = memory;
-    const int status = avformat_open_input(&context, path_.c_str(), nullptr, nullptr);
+    if (!restrictToAllowedFormats(*context, path_)) {
+        avformat_free_context(context);
+        isOutOfMemory_ = true;
+        return 0;
+    }
+    AVDictionary* options = singleFileOptions().release();
+    const int status = avformat_open_input(&context, path_.c_str(), nullptr, &options);
+    av_dict_free(&options);
     opened.reset(context);
-    return status;
+    // The status for a format that is not allowed is EINVAL.
+    return status == AVERROR(EINVAL) ? AVERROR_INVALIDDATA : status;
 }
 
-/// Probing may read a whole file, and what it reads stays in memory unless it is told otherwise. It
-/// is told when it has seen enough: without any packets at hand it takes the first picture that is
-/// decoded for the first one shown.
+/// Probing may read a whole file, and buffers its packets unless a flag is set. Set the flag only
+/// after some packets: without any, the first decoded picture is taken for the first one shown.
 int InputOpening::didRead(void* watch) {
     const auto& state = *static_cast<InputFormatContext::Watch*>(watch);
     AVFormatContext* const probed = state.probed;
@@ -138,12 +146,12 @@ void InputOpening::leavePicturesOut() {
     }
 }
 
-/// By another demuxer: what this one reads before it is probed would be missing.
+/// By another demuxer: packets that this one reads before probing would be lost.
 void InputOpening::readPictureHeaders() {
     ffmpeg::InputContext ahead;
     if (!isPartial_ && !input_.memoryInput_ && PictureHeaders::areWorthReading(*input_) &&
         open(ahead, nullptr) >= 0 && ahead != nullptr) {
-        PictureHeaders(*ahead).tell(*input_);
+        PictureHeaders(*ahead).applyTo(*input_);
     }
 }
 
@@ -175,7 +183,7 @@ InputFormatContexts makeInputFormatContexts(const URL& url) {
         audio.abandon();
     }
     openings.wait();
-    const bool readsAgain = needsAllAfterAll(visual, audio);
+    const bool readsAgain = mustReprobeFully(visual, audio);
     auto visualContext = std::move(visual).makeInputFormatContext();
     if (readsAgain) {
         return {std::move(visualContext), makeInputFormatContext(url)};

@@ -11,7 +11,7 @@
 
 namespace zelvane {
 
-/// One demuxer on a file. Used by one queue at a time.
+/// A demuxer of one file. Used by one queue at a time.
 class InputFormatContext {
   public:
     AVFormatContext& operator*() const { return *context_; }
@@ -19,50 +19,49 @@ class InputFormatContext {
 
   private:
     friend class InputOpening;
-    /// What the library asks for whenever it reads.
+    /// State for the callback that the library calls at each read.
     struct Watch {
         std::atomic<bool> isAbandoned{false};
-        /// While it is probed, for the thread that does.
+        /// Set while it is probed; used by the probing thread.
         AVFormatContext* probed = nullptr;
     };
 
-    // The context and all that reads for it hold the watch's address: it goes after them.
+    // The context and its input have the watch's address: it must be destroyed after them.
     std::unique_ptr<Watch> watch_ = std::make_unique<Watch>();
     std::unique_ptr<MemoryInput> memoryInput_;
     ffmpeg::InputContext context_;
 };
 
-/// An opening and its probing, in two steps so that two of them may run side by side and only the
-/// one that counts tells its failure: run() on any thread, then take() or abandon().
+/// The opening of a file with its probing, in two steps, so that two openings can run in parallel
+/// and only one of them reports its failure: run() on any thread, then makeInputFormatContext().
 class InputOpening {
   public:
-    /// What has to be known of the streams when it is done.
+    /// What is known of the streams afterwards.
     enum class Probing {
         everything,
-        /// All but the coding of pictures, where the container itself says the rest. Pictures are
-        /// what takes the time.
+        /// All but the coding of pictures, where the container states the rest. Decoding pictures
+        /// takes most of the time.
         withoutPictures,
     };
 
-    /// With a memory input, that one is read and the URL only names it.
+    /// With a memory input, that input is read, and the URL is only its name.
     explicit InputOpening(const URL& url, Probing probing = Probing::everything,
                           std::unique_ptr<MemoryInput> memoryInput = nullptr);
 
-    /// Opens the file and reads until all of its streams are known, however much that takes. Of
-    /// what it read the context keeps the beginning at most, until it is sought in: it stands at an
-    /// unknown position afterwards.
+    /// Opens the file and reads until all streams are known. The context buffers at most the
+    /// beginning of the file until a seek. The read position is unknown afterwards.
     void run() noexcept;
     bool hasFailed() const { return isOutOfMemory_ || openStatus_ < 0 || probeStatus_ < 0; }
-    /// Makes a running opening fail soon. Any thread.
+    /// Makes a running opening fail. Any thread.
     void abandon() { input_.watch_->isAbandoned = true; }
-    /// Whether something was left out. After run().
+    /// Returns whether decoders were left out. Call after run().
     bool isPartial() const { return isPartial_; }
     const AVFormatContext& context() const { return *input_; }
-    /// The open context, once; logs and throws the FFmpegError of a run that failed.
+    /// Returns the open context; call once. Logs and throws the FFmpegError of a failed run.
     InputFormatContext makeInputFormatContext() &&;
 
   private:
-    /// The library's callback: whether to give up.
+    /// The library's callback. Returns whether to stop.
     static int didRead(void* watch);
 
     int open(ffmpeg::InputContext& opened, AVIOContext* memory);
@@ -79,10 +78,10 @@ class InputOpening {
     int probeStatus_ = 0;
 };
 
-/// Whether two demuxers have found the same times and number of streams.
+/// Returns whether two demuxers found the same times and number of streams.
 bool isSameContainer(const AVFormatContext& context, const AVFormatContext& other);
 
-/// One opening from start to end. Throws FFmpegError.
+/// Opens and probes a file. Throws FFmpegError.
 InputFormatContext makeInputFormatContext(const URL& url,
                                           std::unique_ptr<MemoryInput> memoryInput = nullptr);
 
@@ -92,8 +91,8 @@ struct InputFormatContexts {
     InputFormatContext audio;
 };
 
-/// Opens a file twice at once. To the caller it is as if the visual context had been opened first
-/// and the audio context after it: the first failure is the one that is logged and thrown.
+/// Opens a file twice in parallel. The failure of the visual context is reported before that of the
+/// audio context.
 InputFormatContexts makeInputFormatContexts(const URL& url);
 
 } // namespace zelvane

@@ -11,7 +11,7 @@ MediaCharacteristics mediaCharacteristicsFromDisposition(int disposition) {
         characteristics.insert(MediaCharacteristics::describesVideoForAccessibility);
     }
     if ((disposition & AV_DISPOSITION_HEARING_IMPAIRED) != 0) {
-        // Clean effects on a caption for the hearing impaired mark the fuller kind of caption.
+        // On a caption for the hearing impaired, clean effects mark the fuller kind of caption.
         const bool fuller = (disposition & AV_DISPOSITION_CLEAN_EFFECTS) != 0;
         characteristics.insert(fuller
                                    ? MediaCharacteristics::describesMusicAndSoundForAccessibility

@@ -6,7 +6,7 @@
 
 namespace zelvane {
 
-/// What a track does for people who cannot see the picture or hear the sound: a set of bits.
+/// The accessibility characteristics of a track: a set of bits.
 class MediaCharacteristics {
   public:
     enum Bit : std::uint64_t {

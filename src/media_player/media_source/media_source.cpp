@@ -4,208 +4,25 @@
 #include <cassert>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "core_media/ffmpeg_time.h"
-#include "foundation/log.h"
-#include "foundation/uuid.h"
-#include "media_player/decoders/audio/ffmpeg_audio_decoder.h"
-#include "media_player/media_source/packet_text_encoding.h"
-#include "media_player/media_source/script_slices.h"
+#include "media_player/media_source/media_source_contents.h"
+#include "media_player/media_source/sound_seeking.h"
 #include "media_player/media_source/stepping_back.h"
-#include "media_player/media_source/subtitles_text_file.h"
 
 namespace zelvane {
-
-struct MediaSource::Contents {
-    std::string id = makeUUIDString();
-    URL url;
-    InputFormatContexts contexts;
-    CMTime startTime{};
-    CMTime duration{};
-    std::vector<std::shared_ptr<VideoTrack>> videoTracks{};
-    std::vector<std::shared_ptr<AudioTrack>> audioTracks{};
-    SubtitlesTracks subtitlesTracks{};
-    OptionalMetadata optionalMetadata{};
-    std::optional<std::string> textEncoding{};
-    std::optional<TextPackets> textPackets{};
-};
-
 namespace {
 
-using LoadError = MediaSource::LoadError;
-
-/// Packets are found by when they are decoded, and the first picture may be decoded this long
-/// before the media begins.
+/// Demuxers seek by decoding time, and the first picture may be decoded this long before the media
+/// begins.
 constexpr CMTime kLongestDecodingDelay(10, 1);
 
-/// A picture of Blu-ray's subtitles (PGS) builds on others of its epoch, which lasts as long as
-/// some lines of dialogue.
+/// A picture of Blu-ray's subtitles (PGS) depends on others of its epoch, which lasts as long as a
+/// few lines of dialogue.
 constexpr CMTime kLongestEpoch(10, 1);
 
-/// What decoders of overlapping, predicted or pooled bits (MDCT, SBR, MP3's reservoir, Opus) take
-/// to give the samples of a straight decode. Decoding it costs less than a millisecond.
-constexpr CMTime kAudioPreroll(1, 2);
-
-void requireFileURL(const URL& url) {
-    if (!url.isFileURL()) {
-        throw LoadError::unsupportedURLScheme(url.scheme());
-    }
-}
-
-InputFormatContexts openBoth(const URL& url) {
-    try {
-        return makeInputFormatContexts(url);
-    } catch (const Error&) {
-        throw LoadError::failedToOpenURL(url, std::current_exception());
-    }
-}
-
-void requireSameContainer(const AVFormatContext& visual, const AVFormatContext& audio) {
-    if (!isSameContainer(visual, audio)) {
-        throw LoadError::inconsistentReads();
-    }
-}
-
-void requireSameStream(const AVStream& visual, const AVStream& audio) {
-    if (visual.codecpar->codec_id != audio.codecpar->codec_id ||
-        av_cmp_q(visual.time_base, audio.time_base) != 0) {
-        throw LoadError::inconsistentReads();
-    }
-}
-
-CMTime durationOf(const AVFormatContext& context, const std::optional<CMTime>& fallbackDuration,
-                  bool isDurationRequired) {
-    if (const auto duration = timeFromStamp(context.duration, av_get_time_base_q())) {
-        return *duration;
-    }
-    if (isDurationRequired) {
-        throw LoadError::failedToReadMediaDuration();
-    }
-    return fallbackDuration.value_or(kCMTimeIndefinite);
-}
-
-/// Appends the track that `make` returns; false when the stream is of another kind or cannot be
-/// decoded.
-template <class Track, class Make>
-bool appended(std::vector<std::shared_ptr<Track>>& tracks, Make&& make) {
-    try {
-        tracks.push_back(make());
-        return true;
-    } catch (const Error&) {
-        return false;
-    }
-}
-
-/// Keeps the stream as a track of the first kind that it can be, or not at all.
-void appendTrack(MediaSource::Contents& contents, const AVStream& visual, const AVStream& audio) {
-    [[maybe_unused]] const bool isTrack =
-        appended(contents.videoTracks,
-                 [&] { return std::make_shared<VideoTrack>(contents.id, visual); }) ||
-        appended(contents.audioTracks,
-                 [&] {
-                     auto decoder = std::make_unique<FFmpegAudioDecoder>(audio);
-                     return std::make_shared<AudioTrack>(contents.id, audio, std::move(decoder));
-                 }) ||
-        appended(contents.subtitlesTracks,
-                 [&] { return std::make_shared<SubtitlesTrack>(contents.id, visual, nullptr); });
-}
-
-void appendTracks(MediaSource::Contents& contents) {
-    const AVFormatContext& visual = *contents.contexts.visual;
-    const AVFormatContext& audio = *contents.contexts.audio;
-    for (unsigned index = 0; index < visual.nb_streams; ++index) {
-        requireSameStream(*visual.streams[index], *audio.streams[index]);
-        appendTrack(contents, *visual.streams[index], *audio.streams[index]);
-    }
-    if (contents.videoTracks.empty() && contents.audioTracks.empty() &&
-        contents.subtitlesTracks.empty()) {
-        throw LoadError::noDecodableTracks({kAllMediaTypes.begin(), kAllMediaTypes.end()});
-    }
-}
-
-MediaType mediaTypeOf(const std::vector<std::shared_ptr<VideoTrack>>& videoTracks,
-                      const std::vector<std::shared_ptr<AudioTrack>>& audioTracks) {
-    if (!videoTracks.empty()) {
-        return MediaType::video;
-    }
-    return audioTracks.empty() ? MediaType::subtitles : MediaType::audio;
-}
-
-/// Probing has left them anywhere.
-void seekBothToStart(const InputFormatContexts& contexts) {
-    try {
-        seekToStart(*contexts.visual);
-        seekToStart(*contexts.audio);
-    } catch (const Error&) {
-        throw LoadError::failedToSeek(std::current_exception());
-    }
-}
-
-/// A demuxer of text has read it all by now, and stands at its start.
-void appendPackets(AVFormatContext& context, TextPackets& packets) {
-    try {
-        while (const PacketRef packet = readPacket({0}, context)) {
-            packets.append(packet->avPacket());
-        }
-    } catch (const FFmpegError&) {
-        // What it cannot read is lost. Whether anything is there, the caller sees.
-    }
-}
-
-/// Takes the packets of a text from its demuxer, and leaves it open, or the first one of several.
-InputFormatContext openText(const URL& url, std::string text, std::optional<TextPackets>& packets) {
-    packets.emplace(text.size());
-    std::optional<InputFormatContext> first;
-    ScriptSlices slices(std::move(text));
-    while (auto slice = slices.next()) {
-        auto input =
-            makeInputFormatContext(url, std::make_unique<MemoryInput>(std::exchange(*slice, {})));
-        appendPackets(*input, *packets);
-        if (!first) {
-            first.emplace(std::move(input));
-        }
-    }
-    packets->finish();
-    return *std::move(first);
-}
-
-/// Opens a side file for its subtitles. Text is read as UTF-8, whatever it is written in.
-void openSideFile(MediaSource::Contents& contents) {
-    try {
-        auto text = readSubtitlesText(contents.url);
-        contents.contexts.visual =
-            text ? openText(contents.url, std::move(text->text), contents.textPackets)
-                 : makeInputFormatContext(contents.url);
-        contents.textEncoding = text ? std::move(text->encoding) : std::nullopt;
-    } catch (const Error&) {
-        throw LoadError::failedToOpenURL(contents.url, std::current_exception());
-    }
-}
-
-void seekSideFileToStart(AVFormatContext& context) {
-    try {
-        seekToStart(context);
-    } catch (const Error&) {
-        throw LoadError::failedToSeek(std::current_exception());
-    }
-}
-
-void appendSubtitlesTracks(MediaSource::Contents& contents) {
-    const AVFormatContext& context = *contents.contexts.visual;
-    for (unsigned index = 0; index < context.nb_streams; ++index) {
-        [[maybe_unused]] const bool isTrack = appended(contents.subtitlesTracks, [&] {
-            return std::make_shared<SubtitlesTrack>(contents.id, *context.streams[index], nullptr);
-        });
-    }
-    if (contents.subtitlesTracks.empty()) {
-        throw LoadError::noDecodableTracks({MediaType::subtitles});
-    }
-}
-
-/// Whether one subtitle is several packets outside of containers that gather them: palette, objects
-/// and composition. A seek finds the last of them.
-bool comesInPieces(const AVStream& stream) {
+/// Whether one subtitle takes several packets in containers that do not combine them: palette,
+/// objects and composition. A seek finds the last of them.
+bool spansSeveralPackets(const AVStream& stream) {
     return stream.codecpar->codec_id == AV_CODEC_ID_HDMV_PGS_SUBTITLE;
 }
 
@@ -228,147 +45,6 @@ StreamIndexes streamIndexes(const MediaTracks& tracks) {
 
 } // namespace
 
-std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
-                                               const std::optional<CMTime>& fallbackDuration,
-                                               bool isDurationRequired) {
-    requireFileURL(url);
-    return open(url, openBoth(url), fallbackDuration, isDurationRequired);
-}
-
-std::shared_ptr<MediaSource> MediaSource::open(const URL& url, InputFormatContexts contexts,
-                                               const std::optional<CMTime>& fallbackDuration,
-                                               bool isDurationRequired) {
-    Contents contents{.url = url, .contexts = std::move(contexts)};
-    const AVFormatContext& visual = *contents.contexts.visual;
-    requireSameContainer(visual, *contents.contexts.audio);
-    contents.startTime =
-        timeFromStamp(visual.start_time, av_get_time_base_q()).value_or(kCMTimeZero);
-    contents.duration = durationOf(visual, fallbackDuration, isDurationRequired);
-    appendTracks(contents);
-    seekBothToStart(contents.contexts);
-    contents.optionalMetadata =
-        OptionalMetadata(mediaTypeOf(contents.videoTracks, contents.audioTracks), visual.metadata,
-                         findArtwork(visual));
-    return std::make_shared<MediaSource>(std::move(contents));
-}
-
-void MediaSource::load(const URL& url, SuccessHandler successHandler,
-                       FailureHandler failureHandler) {
-    const auto queue = dispatch::globalQueue(dispatch::QualityOfService::userInitiated);
-    const auto source = std::make_shared<std::shared_ptr<MediaSource>>();
-    const dispatch::Group group;
-    group.enter();
-    queue->async([=, failureHandler = std::move(failureHandler)] {
-        try {
-            *source = open(url, std::nullopt, true);
-        } catch (const LoadError& error) {
-            failureHandler(error);
-        } catch (const std::exception& error) {
-            fatalError(fmt::format("Caught error that is not of type `MediaSource.LoadError`: {}.",
-                                   error.what()));
-        }
-        group.leave();
-    });
-    group.notify(queue, [source, successHandler = std::move(successHandler)] {
-        if (*source) {
-            successHandler(*source);
-        }
-    });
-}
-
-MediaSource::ExternalSubtitles MediaSource::openExternalSubtitles(const URL& url,
-                                                                  const CMTime& fallbackDuration) {
-    requireFileURL(url);
-    Contents contents{.url = url, .contexts = {}};
-    openSideFile(contents);
-    const AVFormatContext& context = *contents.contexts.visual;
-    contents.startTime =
-        timeFromStamp(context.start_time, av_get_time_base_q()).value_or(kCMTimeZero);
-    contents.duration = durationOf(context, fallbackDuration, false);
-    appendSubtitlesTracks(contents);
-    if (contents.textPackets && !contents.textPackets->isEmpty()) {
-        // The decoders have what they need of it.
-        const InputFormatContext closed = std::exchange(contents.contexts.visual, {});
-    } else {
-        seekSideFileToStart(*contents.contexts.visual);
-    }
-    ExternalSubtitles external{std::make_shared<MediaSource>(std::move(contents)), {}};
-    for (const auto& track : external.mediaSource->embeddedSubtitlesTracks()) {
-        external.externalSubtitlesTracks.push_back(
-            std::make_shared<ExternalSubtitlesTrack>(external.mediaSource, track));
-    }
-    external.mediaSource->visualTracksQueue()->sync(
-        [&] { external.mediaSource->detectCharacterEncodings(); });
-    return external;
-}
-
-void MediaSource::addExternalSubtitles(const URL& url, ExternalSubtitlesHandler successHandler,
-                                       FailureHandler failureHandler) {
-    const auto queue = dispatch::globalQueue(dispatch::QualityOfService::userInitiated);
-    queue->async([self = shared_from_this(), url, successHandler = std::move(successHandler),
-                  failureHandler = std::move(failureHandler)] {
-        ExternalSubtitlesTracks tracks;
-        try {
-            tracks = self->attach(openExternalSubtitles(url, self->duration()));
-        } catch (const LoadError& error) {
-            failureHandler(error);
-            return;
-        }
-        successHandler(tracks);
-    });
-}
-
-ExternalSubtitlesTracks MediaSource::attach(ExternalSubtitles external) {
-    std::optional<FileResourceIdentifier> identifier;
-    try {
-        identifier = FileResourceIdentifier::of(external.mediaSource->url());
-    } catch (const Error&) {
-        // A file that has gone meanwhile is shown all the same; it cannot be told from another.
-        appendExternalSubtitles(external);
-        return external.externalSubtitlesTracks;
-    }
-    return fileResourceIdentifierToExternalSubtitlesMap_.withLock([&](Attached& attached) {
-        const auto [entry, isNew] = attached.try_emplace(*identifier, std::move(external));
-        if (isNew) {
-            appendExternalSubtitles(entry->second);
-        }
-        return entry->second.externalSubtitlesTracks;
-    });
-}
-
-void MediaSource::appendExternalSubtitles(const ExternalSubtitles& external) {
-    externalSubtitlesTracks_.withLock([&](ExternalSubtitlesTracks& tracks) {
-        tracks.insert(tracks.end(), external.externalSubtitlesTracks.begin(),
-                      external.externalSubtitlesTracks.end());
-    });
-    auto observer = NotificationCenter::shared().addObserver(
-        std::string(kRestorableStateWasInvalidatedNotification), external.mediaSource.get(),
-        nullptr, [weakSelf = weak_from_this()](const Notification&) {
-            if (const auto self = weakSelf.lock()) {
-                self->invalidateRestorableState();
-            }
-        });
-    externalSubtitlesObservers_.withLock(
-        [&](auto& observers) { observers.push_back(std::move(observer)); });
-    invalidateRestorableState();
-}
-
-void MediaSource::invalidateRestorableState() const {
-    NotificationCenter::shared().post(
-        {std::string(kRestorableStateWasInvalidatedNotification), this, {}});
-}
-
-void MediaSource::detectCharacterEncodings() {
-    assert(visualTracksQueue_->isCurrent());
-    // A file of text is UTF-8 by now.
-    if (textPackets_) {
-        return;
-    }
-    if (detectPacketEncodings(embeddedSubtitlesTracks_, *formatContextForVisualTracks_)) {
-        seekSideFileToStart(*formatContextForVisualTracks_);
-    }
-}
-
 SubtitlesTracks MediaSource::subtitlesTracks() const {
     SubtitlesTracks tracks = embeddedSubtitlesTracks_;
     const auto external = externalSubtitlesTracks();
@@ -385,7 +61,7 @@ MediaSource::MediaSource(Contents contents)
       textEncoding_(std::move(contents.textEncoding)),
       visualTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Visual Tracks)")),
       audioTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Audio Tracks)")),
-      textPackets_(std::move(contents.textPackets)),
+      textPackets_(std::move(contents.textPackets)), isSeekable_(contents.isSeekable),
       formatContextForAudioTracks_(std::move(contents.contexts.audio)),
       formatContextForVisualTracks_(std::move(contents.contexts.visual)) {}
 
@@ -421,23 +97,12 @@ MediaSource::readVisualPacket(const std::shared_ptr<VideoTrack>& videoTrack,
 std::vector<PacketRef> MediaSource::seekAudio(const std::shared_ptr<AudioTrack>& track,
                                               const CMTime& time) {
     assert(audioTracksQueue_->isCurrent());
-    AVFormatContext& context = *formatContextForAudioTracks_;
-    const StreamIndexes audio{static_cast<int>(track->streamIndex())};
-    // A demuxer seeks by its default stream, the video: its index has to be usable.
-    StreamIndexes steering = audio;
-    for (const auto& videoTrack : videoTracks_) {
-        steering.push_back(static_cast<int>(videoTrack->streamIndex()));
+    if (!isSeekable_) {
+        auto fromStart =
+            collectFromStart(formatContextForAudioTracks_, track, {}, time, kSoundPreroll);
+        return fromStart.empty() ? std::vector<PacketRef>() : std::move(fromStart.front().second);
     }
-    const CMTime prerolled = time - kAudioPreroll;
-    CollectedPackets collected;
-    stepBackUntil(prerolled, startTime_, [&](const CMTime& from) {
-        setEnabledStreams(steering, context);
-        seek(context, placeOf(from));
-        collected = collectPackets(
-            track, {}, time, [&] { return readPacket(audio, context); }, kAudioPreroll);
-        return beginsInTime(collected, track, prerolled);
-    });
-    return collected.empty() ? std::vector<PacketRef>() : std::move(collected.front().second);
+    return seekSound(*formatContextForAudioTracks_, track, startTime_, time);
 }
 
 PacketSource::CollectedPackets
@@ -453,11 +118,14 @@ MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
         seekSubtitlesAlone(tracks, time);
         return {};
     }
+    if (!isSeekable_) {
+        return collectFromStart(formatContextForVisualTracks_, videoTrack, subtitlesTracks, time);
+    }
     const StreamIndexes indexes = streamIndexes(tracks);
     CollectedPackets collected;
     stepBackUntil(time, startTime_, [&](const CMTime& from) {
         setEnabledStreams(steeringStreams(tracks, from), context);
-        seek(context, placeOf(from));
+        seek(context, seekTargetOf(from));
         collected = collectPackets(videoTrack, {subtitlesTracks.begin(), subtitlesTracks.end()},
                                    time, [&] { return readPacket(indexes, context); });
         return beginsInTime(collected, videoTrack, time);
@@ -466,9 +134,9 @@ MediaSource::seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
 }
 
 std::optional<PacketSource::CollectedPackets>
-MediaSource::readVisualOn(const std::shared_ptr<VideoTrack>& videoTrack,
-                          const SubtitlesTracks& subtitlesTracks, const CMTime& from,
-                          const CMTime& time) {
+MediaSource::continueReadingTo(const std::shared_ptr<VideoTrack>& videoTrack,
+                               const SubtitlesTracks& subtitlesTracks, const CMTime& from,
+                               const CMTime& time) {
     assert(visualTracksQueue_->isCurrent());
     if (textPackets_ || !videoTrack) {
         return std::nullopt;
@@ -485,26 +153,37 @@ MediaSource::readVisualOn(const std::shared_ptr<VideoTrack>& videoTrack,
                                                      : std::optional(std::move(collected));
 }
 
+PacketSource::CollectedPackets MediaSource::collectFromStart(
+    InputFormatContext& context, const std::shared_ptr<MediaTrack>& anchor,
+    const SubtitlesTracks& subtitlesTracks, const CMTime& time, const CMTime& preroll) {
+    context = makeInputFormatContext(url_);
+    const MediaTracks others(subtitlesTracks.begin(), subtitlesTracks.end());
+    StreamIndexes indexes = streamIndexes(others);
+    indexes.push_back(static_cast<int>(anchor->streamIndex()));
+    return collectPackets(
+        anchor, others, time, [&] { return readPacket(indexes, *context); }, preroll);
+}
+
 void MediaSource::seekSubtitlesAlone(const MediaTracks& tracks, const CMTime& time) {
     AVFormatContext& context = *formatContextForVisualTracks_;
     setEnabledStreams(steeringStreams(tracks, time), context);
-    seek(context, placeOf(time));
+    seek(context, seekTargetOf(time));
     for (const auto& track : tracks) {
-        if (!comesInPieces(*context.streams[track->streamIndex()])) {
+        if (!spansSeveralPackets(*context.streams[track->streamIndex()])) {
             continue;
         }
-        // Only now does the index reach that far.
+        // The index covers this time only after the first seek.
         const CMTime epoch = keyframeTimeBefore(time, *track).value_or(time) - kLongestEpoch;
-        // Of the pieces of one time the library's own index knows the last alone: what begins with
-        // the first subtitle begins with the file.
+        // The library's own index has only the last packet of each time. When the epoch starts
+        // before the first entry, the first subtitle starts with the file.
         const bool isBeforeTheIndex = !keyframeTimeBefore(epoch, *track);
         if (!isBeforeTheIndex || !seekToFirstByte(context)) {
-            seek(context, placeOf(epoch));
+            seek(context, seekTargetOf(epoch));
         }
     }
 }
 
-CMTime MediaSource::placeOf(const CMTime& time) const {
+CMTime MediaSource::seekTargetOf(const CMTime& time) const {
     return time <= startTime_ ? startTime_ - kLongestDecodingDelay : time;
 }
 

@@ -30,22 +30,15 @@ const char* nameOf(Case errorCase) {
     return "failedToReadMediaDuration";
 }
 
-const char* nameOf(MediaType mediaType) {
-    switch (mediaType) {
-    case MediaType::video:
-        return "video";
-    case MediaType::audio:
-        return "audio";
-    case MediaType::subtitles:
-        break;
-    }
-    return "subtitle";
+/// The name before "tracks".
+std::string singularNameOf(MediaType mediaType) {
+    return mediaType == MediaType::subtitles ? "subtitle" : nameOf(mediaType);
 }
 
 std::string joinedNames(const std::set<MediaType>& mediaTypes) {
     std::string names;
     for (const MediaType mediaType : mediaTypes) {
-        names += (names.empty() ? "" : "/") + std::string(nameOf(mediaType));
+        names += (names.empty() ? "" : "/") + singularNameOf(mediaType);
     }
     return names;
 }

@@ -13,7 +13,7 @@
 
 namespace zelvane {
 
-/// Why media could not be loaded, with the texts that a person reads. A value.
+/// Why media could not be loaded, with texts for the user. A value.
 class MediaSourceLoadError final : public LocalizedError {
   public:
     enum class Case {
@@ -25,23 +25,23 @@ class MediaSourceLoadError final : public LocalizedError {
         failedToReadMediaDuration,
     };
 
-    /// An empty scheme stands for none.
+    /// An empty scheme means that the URL has none.
     static MediaSourceLoadError unsupportedURLScheme(const std::string& scheme);
     static MediaSourceLoadError failedToOpenURL(const URL& url, std::exception_ptr underlyingError);
     static MediaSourceLoadError noDecodableTracks(std::set<MediaType> mainMediaTypes);
     static MediaSourceLoadError failedToSeek(std::exception_ptr underlyingError);
-    /// The file changed between two looks at it.
+    /// The file changed between its two openings.
     static MediaSourceLoadError inconsistentReads();
     static MediaSourceLoadError failedToReadMediaDuration();
 
     Case errorCase() const { return case_; }
-    /// The case as it is written in code.
+    /// The name of the case in code.
     std::string_view caseName() const { return what(); }
-    /// Of failedToOpenURL.
+    /// For failedToOpenURL.
     const std::optional<URL>& url() const { return url_; }
-    /// Of failedToOpenURL and failedToSeek; null otherwise.
+    /// For failedToOpenURL and failedToSeek; null otherwise.
     const std::exception_ptr& underlyingError() const { return underlyingError_; }
-    /// Of noDecodableTracks: the kinds of which one would have done.
+    /// For noDecodableTracks: the kinds of track of which one was required.
     const std::set<MediaType>& mainMediaTypes() const { return mainMediaTypes_; }
 
   private:

@@ -53,13 +53,17 @@ std::optional<CGAffineTransform> displayTransform(const AVStream& stream) {
     }
     std::memcpy(m.data(), matrix.data(), sizeof(m));
     const auto fixedPoint = [](std::int32_t value) { return value / 65536.0; };
+    if (std::int64_t{m[0]} * m[4] == std::int64_t{m[1]} * m[3]) {
+        logMessage("Ignoring a display matrix that leaves no area.");
+        return std::nullopt;
+    }
     return CGAffineTransform{fixedPoint(m[0]), fixedPoint(m[1]), fixedPoint(m[3]),
                              fixedPoint(m[4]), fixedPoint(m[6]), fixedPoint(m[7])};
 }
 
 VideoDimensions dimensionsOf(const AVCodecContext& decoder, const AVStream& stream) {
     if (decoder.width < 1 || decoder.height < 1) {
-        // Nothing to show: such a stream is not video that a player could use.
+        // A stream without a picture size is not video that a player can show.
         throw FFmpegError::simple(FFmpegError::Case::unsupportedMediaType);
     }
     const AVRational aspect = decoder.sample_aspect_ratio;
@@ -73,8 +77,8 @@ std::optional<AVRational> frameRateOf(const AVCodecContext& decoder, const AVStr
     if (isRate(decoder.framerate)) {
         return decoder.framerate;
     }
-    // Most decoders learn their rate from the first picture only; the demuxer has seen some. The
-    // stream is only read, in spite of the signature.
+    // Most decoders know the frame rate only after the first picture; the demuxer has read some.
+    // The function only reads the stream, in spite of its signature.
     auto* const probed = const_cast<AVStream*>(&stream);
     const AVRational guessed = av_guess_frame_rate(nullptr, probed, nullptr);
     return isRate(guessed) ? std::optional(guessed) : std::nullopt;
@@ -100,7 +104,7 @@ MediaTrack::Facts mediaTrackFacts(const AVStream& stream) {
 MediaTrack::MediaTrack(const std::string& mediaSourceID, Facts facts)
     : id_(fmt::format("{}.{}", mediaSourceID, facts.streamIndex)), facts_(std::move(facts)) {}
 
-/// What is learnt from an opened video decoder.
+/// The facts of an open video decoder.
 struct VideoTrack::Parts {
     static Parts of(const AVStream& stream) {
         if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) {

@@ -16,8 +16,8 @@
 
 namespace zelvane {
 
-/// What the system keeps of one stream of a container: who it is and what a person may know of it.
-/// Compared by identity. All fields but the id never change; any thread may read them.
+/// One stream of a container: its identity and what the user may know about it. Compared by
+/// identity. All fields but the id are constant; any thread may read them.
 class MediaTrack {
   public:
     /// The facts of a track, as values.
@@ -50,7 +50,7 @@ class MediaTrack {
 
   protected:
     MediaTrack(const std::string& mediaSourceID, Facts facts);
-    /// A track of its own with the id and the facts of another.
+    /// A new track with the id and the facts of another.
     explicit MediaTrack(const MediaTrack* wrapped) : id_(wrapped->id()), facts_(wrapped->facts_) {}
 
   private:
@@ -58,14 +58,15 @@ class MediaTrack {
     Facts facts_;
 };
 
-/// Reads the facts out of a stream. A negative index stops the process.
+/// Reads the facts from a stream. A negative index stops the process.
 MediaTrack::Facts mediaTrackFacts(const AVStream& stream);
 
 class SubtitlesTrack;
+class ExternalSubtitlesTrack;
 
 class VideoTrack final : public MediaTrack {
   public:
-    /// Throws FFmpegError for a stream that is not video, or an attached picture, or cannot be
+    /// Throws FFmpegError for a stream that is not video, is an attached picture, or cannot be
     /// decoded.
     VideoTrack(const std::string& mediaSourceID, const AVStream& stream);
     VideoTrack(const std::string& mediaSourceID, Facts facts, VideoDimensions dimensions,
@@ -115,8 +116,10 @@ class SubtitlesTrack : public MediaTrack {
     ~SubtitlesTrack() override;
 
     std::shared_ptr<VideoTrack> parentVideoTrack() const { return parentVideoTrack_.lock(); }
-    /// Whether the track comes from a file of its own and not from the one that it is played with.
-    virtual bool isExternal() const { return false; }
+    /// Whether the track belongs to a side file.
+    bool isExternal() const { return asExternal() != nullptr; }
+    /// The same object, or null for a track of the media itself.
+    virtual const ExternalSubtitlesTrack* asExternal() const { return nullptr; }
     /// Used by the queue that reads this track's packets only.
     SubtitlesFrameDecoder& decoder() const { return *decoder_; }
 

@@ -10,7 +10,8 @@
 
 namespace zelvane {
 
-/// Bytes in memory as the file of a demuxer, which it has to outlive. Used by one thread at a time.
+/// Bytes in memory as the input of a demuxer. It must outlive the demuxer. Used by one thread at a
+/// time.
 class MemoryInput {
   public:
     /// Throws FFmpegError when memory is short.

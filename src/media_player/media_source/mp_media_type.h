@@ -3,7 +3,8 @@
 
 namespace zelvane {
 
-/// What sort of work a medium is, as media libraries and remote controls know it: a set of bits.
+/// The kind of work that a medium is, in the values of media libraries and remote controls: a set
+/// of bits.
 class MPMediaType {
   public:
     enum Bit : unsigned {

@@ -30,7 +30,7 @@ std::optional<std::string> text(const AVDictionary* metadata, const char* key,
     return found ? found : text(metadata, otherKey);
 }
 
-/// None unless all of the digits are a number.
+/// None unless the whole text is a number.
 std::optional<std::int64_t> decimalNumber(std::string_view digits) {
     if (digits.substr(0, 1) == "+" && digits.substr(1, 1) != "-") {
         digits.remove_prefix(1);
@@ -115,18 +115,6 @@ const Subtype* subtypeOf(const ITunesMediaKind& kind, MediaType mediaType) {
     return kind.inSubtitles;
 }
 
-const char* nameOf(MediaType mediaType) {
-    switch (mediaType) {
-    case MediaType::video:
-        return "video";
-    case MediaType::audio:
-        return "audio";
-    case MediaType::subtitles:
-        break;
-    }
-    return "subtitles";
-}
-
 std::optional<MPMediaType> mediaSubtypeOf(const AVDictionary* metadata, MediaType mediaType) {
     const auto value = integer(metadata, "media_type");
     if (!value) {
@@ -148,9 +136,9 @@ std::optional<MPMediaType> mediaSubtypeOf(const AVDictionary* metadata, MediaTyp
     return subtype->type;
 }
 
-/// A picture over the buffer that the stream keeps; null when there is none.
+/// A packet that shares the stream's picture; null when there is none.
 ffmpeg::AVPacketHandle referenceToPicture(const AVStream& stream) {
-    // A damaged file may name a picture and have none, and the library takes no null.
+    // A damaged file may announce a picture and have none; the library does not accept null.
     ffmpeg::BufferRef reference(
         stream.attached_pic.buf == nullptr ? nullptr : av_buffer_ref(stream.attached_pic.buf));
     if (reference == nullptr) {
@@ -194,6 +182,15 @@ OptionalMetadata::OptionalMetadata(MediaType mediaType, const AVDictionary* meta
       episodeNumber(integer(metadata, "episode_sort")), artwork(std::move(artworkImage)),
       lyrics(text(metadata, "lyrics")), releaseYear(year(metadata, "date")),
       genre(text(metadata, "genre")), copyright(text(metadata, "copyright")) {}
+
+const AVDictionary* metadataOf(const AVFormatContext& context) {
+    const auto streams = std::span(context.streams, context.nb_streams);
+    const auto sound = std::find_if(streams.begin(), streams.end(), [](const AVStream* stream) {
+        return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
+    });
+    return av_dict_count(context.metadata) == 0 && sound != streams.end() ? (*sound)->metadata
+                                                                          : context.metadata;
+}
 
 ImageRef findArtwork(const AVFormatContext& context) {
     for (const AVStream* stream : std::span(context.streams, context.nb_streams)) {

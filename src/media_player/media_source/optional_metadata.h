@@ -12,11 +12,10 @@
 
 namespace zelvane {
 
-/// What a media file says about itself. Texts are UTF-8; any field can be empty. A value.
+/// The metadata of a media file. Texts are UTF-8; any field can be empty. A value.
 struct OptionalMetadata {
     OptionalMetadata() = default;
-    /// From a container's dictionary, which may be null. What makes no sense is logged and left
-    /// out.
+    /// From a dictionary, which may be null. Invalid values are logged and left out.
     OptionalMetadata(MediaType mediaType, const AVDictionary* metadata, ImageRef artwork);
 
     std::optional<MPMediaType> mediaSubtype;
@@ -37,8 +36,12 @@ struct OptionalMetadata {
     std::optional<std::string> copyright;
 };
 
-/// The first of the pictures attached to a container that makes an image; null when none does,
-/// after a log line for each. Used by the queue that owns the context.
+/// The tags of a container, or of its first audio stream when the container has none, as in Ogg.
+/// May be null. Used by the queue that owns the context.
+const AVDictionary* metadataOf(const AVFormatContext& context);
+
+/// The first attached picture that can be decoded; null when there is none. Logs each picture that
+/// cannot. Used by the queue that owns the context.
 ImageRef findArtwork(const AVFormatContext& context);
 
 } // namespace zelvane

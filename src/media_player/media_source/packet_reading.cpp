@@ -7,13 +7,14 @@
 
 #include "core_media/ffmpeg_error.h"
 #include "core_media/ffmpeg_time.h"
+#include "media_player/media_source/probing.h"
 
 namespace zelvane {
 namespace {
 
-/// More than nearly any GOP; what lies behind it is decoded as it is read.
+/// More than nearly any GOP. Later packets are decoded as they are read.
 constexpr std::size_t kMaxCollectedBytes = std::size_t{64} << 20;
-/// No codec that is stored without presentation stamps holds a frame back for longer.
+/// Codecs that are stored without presentation stamps delay frames by no more than this.
 constexpr CMTime kLongestReorder(1, 2);
 
 bool contains(const StreamIndexes& streamIndexes, unsigned streamIndex) {
@@ -21,14 +22,14 @@ bool contains(const StreamIndexes& streamIndexes, unsigned streamIndex) {
            streamIndexes.end();
 }
 
-/// Whether a stamp stays far enough within 64 bits when it becomes a time.
+/// Returns whether a stamp can be converted to a time without overflow.
 bool isUsable(std::int64_t stamp, AVRational timeBase) {
     constexpr std::int64_t kLimit = std::numeric_limits<std::int64_t>::max() / 2;
     const std::int64_t base = std::max(timeBase.num, 1);
     return stamp <= kLimit / base && stamp >= -kLimit / base;
 }
 
-/// A damaged packet may carry any stamp. One that cannot be a time must cost no more than itself.
+/// A damaged packet may have any stamp. Drop only the stamps that cannot be a time.
 void dropUnusableStamps(AVPacket& packet, AVRational timeBase) {
     for (std::int64_t* stamp : {&packet.pts, &packet.dts}) {
         if (!isUsable(*stamp, timeBase)) {
@@ -48,18 +49,18 @@ int readFrame(AVFormatContext& context, AVPacket& packet) {
     return status;
 }
 
-int seekFrame(AVFormatContext& context, std::int64_t timestamp, int flags) {
+int seekFrame(AVFormatContext& context, int streamIndex, std::int64_t timestamp, int flags) {
     if (context.pb != nullptr) {
-        // The library keeps an error of the disk for ever, tells it again in place of the end, and
-        // takes it for the end where it moves by reading on.
+        // The library keeps a read error: it returns the error again at the end of the file, and
+        // treats it as the end where it seeks by reading.
         context.pb->error = 0;
         context.pb->eof_reached = 0;
     }
-    return av_seek_frame(&context, -1, timestamp, flags);
+    return av_seek_frame(&context, streamIndex, timestamp, flags);
 }
 
-/// What a demuxer answers when all that it could go to lies past the target: ERANGE from those that
-/// seek by themselves, and a bare -1 from those that leave it to the index of the library.
+/// Demuxers report a target before their first index entry as ERANGE when they seek themselves, and
+/// as -1 when the library seeks by its index.
 bool mayLieBeforeTheIndex(const FFmpegError& error) {
     constexpr int kNotFoundInIndex = -1;
     return error.errorCase() == FFmpegError::Case::posixERANGE ||
@@ -86,13 +87,13 @@ StreamIndexes timedStreams(const AVFormatContext& context) {
     return indexes;
 }
 
-/// Whether the context stands at its first byte now, and has something to read there.
+/// Moves to the first byte. Returns whether there are packets to read.
 bool movedToFirstByte(AVFormatContext& context) {
     return seekToFirstByte(context) && readPacket(timedStreams(context), context) != nullptr &&
            seekToFirstByte(context);
 }
 
-/// The key frame next to a time, by the index of its stream.
+/// The key frame nearest to a time in one direction, by the index of its stream.
 std::optional<CMTime> indexedKeyframe(const CMTime& time, int flags, const MediaTrack& track,
                                       AVFormatContext& context) {
     if (track.streamTimeBase().num == 0 || track.streamIndex() >= context.nb_streams) {
@@ -106,6 +107,39 @@ std::optional<CMTime> indexedKeyframe(const CMTime& time, int flags, const Media
         return std::nullopt;
     }
     return timeFromStamp(entry->timestamp, track.streamTimeBase());
+}
+
+/// Zero, or the stream's first index entry if that is earlier.
+CMTime startOf(int streamIndex, const AVFormatContext& context) {
+    if (streamIndex == kDefaultStream) {
+        return kCMTimeZero;
+    }
+    AVStream* const stream = context.streams[streamIndex];
+    const AVIndexEntry* const first = avformat_index_get_entry(stream, 0);
+    if (first == nullptr || !isUsable(first->timestamp, stream->time_base)) {
+        return kCMTimeZero;
+    }
+    return std::min(kCMTimeZero,
+                    timeFromStamp(first->timestamp, stream->time_base).value_or(kCMTimeZero));
+}
+
+void seekByStream(AVFormatContext& context, const CMTime& time, int streamIndex) {
+    const std::int64_t timestamp =
+        streamIndex == kDefaultStream
+            ? containerStampFromTime(time)
+            : stampFromTime(time, context.streams[streamIndex]->time_base);
+    const auto seekWith = [&](int flags) {
+        checkedFFmpegCall([&] { return seekFrame(context, streamIndex, timestamp, flags); },
+                          {.retryOnEAGAIN = true});
+    };
+    try {
+        seekWith(AVSEEK_FLAG_BACKWARD);
+    } catch (const FFmpegError& error) {
+        if (!mayLieBeforeTheIndex(error)) {
+            throw;
+        }
+        seekWith(0);
+    }
 }
 
 /// Null when there is none.
@@ -144,23 +178,37 @@ PacketRef readPacket(const StreamIndexes& streamIndexes, AVFormatContext& contex
     }
 }
 
-void seek(AVFormatContext& context, const CMTime& time) {
-    const std::int64_t timestamp = containerStampFromTime(time);
+void seek(AVFormatContext& context, const CMTime& time, int streamIndex) {
     try {
-        checkedFFmpegCall([&] { return seekFrame(context, timestamp, AVSEEK_FLAG_BACKWARD); },
-                          {.retryOnEAGAIN = true});
-    } catch (const FFmpegError& error) {
-        if (!mayLieBeforeTheIndex(error)) {
+        seekByStream(context, time, streamIndex);
+    } catch (const FFmpegError&) {
+        if (streamIndex == kDefaultStream) {
             throw;
         }
-        checkedFFmpegCall([&] { return seekFrame(context, timestamp, 0); },
-                          {.retryOnEAGAIN = true});
+        // An index may have no key packets of a stream, though each of its packets is one.
+        seekByStream(context, time, kDefaultStream);
     }
 }
 
-void seekToStart(AVFormatContext& context) {
+int indexedStream(AVMediaType mediaType, const AVFormatContext& context) {
+    for (unsigned index = 0; index < context.nb_streams; ++index) {
+        const AVStream* const stream = context.streams[index];
+        if (stream->codecpar->codec_type == mediaType && stream->time_base.num > 0 &&
+            (stream->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0 &&
+            avformat_index_get_entries_count(stream) > 0) {
+            return static_cast<int>(index);
+        }
+    }
+    return kDefaultStream;
+}
+
+void seekToStart(AVFormatContext& context, int streamIndex) {
+    // Their stamps can restart in the middle of the file, and sound can precede the first picture.
+    if (isMPEGStream(context) && seekFrame(context, kDefaultStream, 0, AVSEEK_FLAG_BYTE) >= 0) {
+        return;
+    }
     try {
-        seek(context, kCMTimeZero);
+        seek(context, startOf(streamIndex, context), streamIndex);
     } catch (const FFmpegError&) {
         if (!movedToFirstByte(context)) {
             throw;
@@ -169,14 +217,22 @@ void seekToStart(AVFormatContext& context) {
 }
 
 bool seekToFirstByte(AVFormatContext& context) {
-    // Demuxers that leave seeking to the library hold no state that a plain move would break.
+    // Demuxers for which the library seeks have no state that depends on the position.
     return (context.iformat->flags & AVFMT_GENERIC_INDEX) != 0 &&
-           seekFrame(context, 0, AVSEEK_FLAG_BYTE) >= 0;
+           seekFrame(context, kDefaultStream, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 std::optional<CMTime> keyframeTime(const CMTime& time, const MediaTrack& track,
                                    AVFormatContext& context) {
     return indexedKeyframe(time, AVSEEK_FLAG_BACKWARD, track, context);
+}
+
+bool isIndexed(const CMTime& time, const CMTime& longestGap, const MediaTrack& track,
+               AVFormatContext& context) {
+    constexpr int kForward = 0;
+    const auto before = indexedKeyframe(time, AVSEEK_FLAG_BACKWARD, track, context);
+    return before && *before + longestGap >= time &&
+           indexedKeyframe(time, kForward, track, context);
 }
 
 bool isFreeOfKeyframes(const CMTime& from, const CMTime& to, const MediaTrack& track,
@@ -247,7 +303,7 @@ bool beginsInTime(const PacketSource::CollectedPackets& collected,
     const AVPacket& first = *firstPacket(collected, anchor);
     const auto shown = timeFromStamp(first.pts, anchor->streamTimeBase());
     const auto decoded = timeFromStamp(first.dts, anchor->streamTimeBase());
-    // What says nothing of its time has to be believed.
+    // Accept a packet that has no stamps.
     return shown ? *shown <= target : !decoded || *decoded + kLongestReorder <= target;
 }
 

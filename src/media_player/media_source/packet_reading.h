@@ -15,42 +15,53 @@ using StreamIndexes = std::vector<int>;
 
 // All of these run on the queue that owns the context.
 
-/// Lets the context demux these streams and no others.
+/// Makes the context demux only these streams.
 void setEnabledStreams(const StreamIndexes& streamIndexes, AVFormatContext& context);
 
 /// The next packet of any of these streams; null at the end of the file. Throws FFmpegError.
 PacketRef readPacket(const StreamIndexes& streamIndexes, AVFormatContext& context);
 
-/// Moves to the last place at or before `time` where its enabled streams can be read from, or to
-/// the first one when all lie behind it. Throws FFmpegError, and leaves the context anywhere then.
-void seek(AVFormatContext& context, const CMTime& time);
+/// Names the stream that the library chooses: a video stream if there is one.
+inline constexpr int kDefaultStream = -1;
 
-/// Moves to the start of the file, also in one too short to be sought by time. Throws FFmpegError.
-void seekToStart(AVFormatContext& context);
+/// Moves to the last place at or before `time` from which the stream can be read, or to the first
+/// one if all are after it. Where that stream cannot be sought, the default stream is. Throws
+/// FFmpegError; the read position is then unknown.
+void seek(AVFormatContext& context, const CMTime& time, int streamIndex = kDefaultStream);
+
+/// The first stream of a type whose packets the index knows, else kDefaultStream.
+int indexedStream(AVMediaType mediaType, const AVFormatContext& context);
+
+/// Moves to the start of a stream, also in a file too short to be sought by time. Throws
+/// FFmpegError.
+void seekToStart(AVFormatContext& context, int streamIndex = kDefaultStream);
 
 /// Moves to the first byte of the file; false where the demuxer would lose its state, or where that
-/// fails, and then the context stands anywhere.
+/// fails; the read position is then unknown.
 bool seekToFirstByte(AVFormatContext& context);
 
 /// Of the index entries of a stream, the last at or before `time`.
 std::optional<CMTime> keyframeTime(const CMTime& time, const MediaTrack& track,
                                    AVFormatContext& context);
 
+/// Whether the index of a stream has an entry after `time` and one at most `longestGap` before it.
+bool isIndexed(const CMTime& time, const CMTime& longestGap, const MediaTrack& track,
+               AVFormatContext& context);
+
 /// Whether the index of a stream knows both sides of `to`, and no key frame after `from` and up to
 /// it.
 bool isFreeOfKeyframes(const CMTime& from, const CMTime& to, const MediaTrack& track,
                        AVFormatContext& context);
 
-/// Where a track would have to be read from to show a time.
+/// From where a track has to be read to show a time.
 struct TrackKeyframe {
     int streamIndex = 0;
     std::optional<CMTime> time;
 };
 
-/// The stream whose index should steer a seek to `target`: the one of the earliest time that is not
-/// older than 10 s before it, so that subtitles that began shortly before are read again but a far
-/// older one doesn't drag the seek back. None when no stream has such a time; the first one of a
-/// tie.
+/// The stream by whose index to seek to `target`: the one with the earliest time that is at most 10
+/// s before it, so that subtitles that began shortly before are read again, and much older ones do
+/// not make the seek longer. None when no stream has such a time; the first one of a tie.
 std::optional<int> steeringStream(const std::vector<TrackKeyframe>& keyframes,
                                   const CMTime& target);
 
@@ -61,8 +72,8 @@ using PacketReader = std::function<PacketRef()>;
 
 /// Reads until the first packet of `anchor` at or past `target`, or one without a time, or the end.
 /// The anchor's list starts with its last key packet at least `preroll` before the target; packets
-/// of `others` that came on the way are handed over by track. A list that grows too large for the
-/// memory ends early: reading goes on behind it. What `read` throws ends the collection.
+/// of `others` in between are returned by track. A list that would need too much memory ends early;
+/// reading continues after it. An exception of `read` ends the collection.
 PacketSource::CollectedPackets collectPackets(const std::shared_ptr<MediaTrack>& anchor,
                                               const MediaTracks& others, const CMTime& target,
                                               const PacketReader& read,

@@ -16,9 +16,8 @@ namespace zelvane {
 
 using SubtitlesTracks = std::vector<std::shared_ptr<SubtitlesTrack>>;
 
-/// Where the providers of a player get their packets. Audio and visual data have read positions of
-/// their own; each operation is called inside sync() on the queue of its kind, and throws
-/// FFmpegError.
+/// Gives the providers of a player their packets. Audio and visual data have separate read
+/// positions. Call each operation inside sync() on the queue of its kind. It throws FFmpegError.
 class PacketSource {
   public:
     struct TrackPacket {
@@ -42,22 +41,21 @@ class PacketSource {
     virtual std::optional<TrackPacket>
     readVisualPacket(const std::shared_ptr<VideoTrack>& videoTrack,
                      const SubtitlesTracks& subtitlesTracks) = 0;
-    /// Moves to `time`, on the file's own time line, and returns what a decoder needs to get there:
-    /// from the last key frame before it through the first packet at or past it.
+    /// Moves to `time`, on the file's time line, and returns the packets from the last key frame
+    /// before it through the first packet at or past it.
     virtual std::vector<PacketRef> seekAudio(const std::shared_ptr<AudioTrack>& track,
                                              const CMTime& time) = 0;
-    /// The same for video, with the subtitle packets that lay on the way. Empty without a video
-    /// track.
+    /// The same for video, with the subtitle packets in between. Empty without a video track.
     virtual CollectedPackets seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
                                         const SubtitlesTracks& subtitlesTracks,
                                         const CMTime& time) = 0;
-    /// Reads on to `time`: what a decoder that stands where reading does, with `from` as its newest
-    /// picture, needs to get there, as seekVisual would return it. None where that is not known to
-    /// be shorter than a seek; the read position may have moved then.
+    /// Continues reading to `time`. Returns the packets that a decoder needs which has all earlier
+    /// packets and gave `from` as its newest picture. None where this is not known to be shorter
+    /// than a seek; the read position may have changed.
     virtual std::optional<CollectedPackets>
-    readVisualOn(const std::shared_ptr<VideoTrack>& /*videoTrack*/,
-                 const SubtitlesTracks& /*subtitlesTracks*/, const CMTime& /*from*/,
-                 const CMTime& /*time*/) {
+    continueReadingTo(const std::shared_ptr<VideoTrack>& /*videoTrack*/,
+                      const SubtitlesTracks& /*subtitlesTracks*/, const CMTime& /*from*/,
+                      const CMTime& /*time*/) {
         return std::nullopt;
     }
 };

@@ -14,14 +14,14 @@ namespace {
 bool isTextOfUnknownEncoding(const AVCodecParameters& parameters) {
     const AVCodecDescriptor* const descriptor = avcodec_descriptor_get(parameters.codec_id);
     const bool isText = descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_TEXT_SUB) != 0;
-    // Timed text is UTF-8 or UTF-16 by its standard, and recoding would break its binary styles.
+    // Timed text is UTF-8 or UTF-16 by its standard, and conversion would damage its binary styles.
     return isText && parameters.codec_id != AV_CODEC_ID_MOV_TEXT;
 }
 
 using Evidence = std::map<int, TextEncodingEvidence>;
 
 bool add(const AVPacket& packet, TextEncodingEvidence& evidence) {
-    // So that the words of two packets don't join.
+    // Keeps the last word of a packet apart from the first of the next.
     constexpr std::string_view kSeparator = "\n";
     const auto* const bytes = reinterpret_cast<const char*>(packet.data);
     return evidence.add({bytes, static_cast<std::size_t>(packet.size)}) && evidence.add(kSeparator);

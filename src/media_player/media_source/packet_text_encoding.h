@@ -5,10 +5,10 @@
 
 namespace zelvane {
 
-/// Reads the packets of those of the tracks that are text of an encoding that nothing declares, to
-/// the end, and gives each decoder the encoding that they tell. A failure is logged, and what has
-/// been read until then decides. Returns whether anything had to be read: the context stands
-/// somewhere else then. On the queue that owns the context.
+/// Reads all packets of the tracks that are text of an undeclared encoding, detects each encoding,
+/// and sets it on the decoder. On a read error it logs the error and uses what has been read so
+/// far. Returns whether it read anything, which moves the context. Call on the queue that owns the
+/// context.
 bool detectPacketEncodings(const SubtitlesTracks& tracks, AVFormatContext& context);
 
 } // namespace zelvane

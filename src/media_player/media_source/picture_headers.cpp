@@ -10,7 +10,7 @@
 namespace zelvane {
 namespace {
 
-/// The pictures of a file that anyone watches begin long before.
+/// In files that are meant to be watched, pictures begin long before.
 constexpr int kMaxPackets = 256;
 
 std::span<AVStream* const> streamsOf(const AVFormatContext& context) {
@@ -25,7 +25,7 @@ bool isWorthReading(const AVStream& stream, const AVFormatContext& context) {
            (stream.disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
 }
 
-/// A decoder that reads headers and never gets the memory for a picture.
+/// A decoder that reads headers and gets no memory for a picture.
 class HeaderDecoder {
   public:
     explicit HeaderDecoder(const AVStream& stream) {
@@ -39,7 +39,7 @@ class HeaderDecoder {
         decoder_->thread_count = 1;
         decoder_->opaque = &format_;
         decoder_->get_buffer2 = noteFormat;
-        // That there is no memory is no news.
+        // The allocation failure is intended: do not log it.
         decoder_->log_level_offset = AV_LOG_TRACE;
         isOpen_ = avcodec_open2(decoder_.get(), codec, nullptr) >= 0;
     }
@@ -48,9 +48,9 @@ class HeaderDecoder {
 
     bool isOpen() const { return isOpen_; }
 
-    /// Null where the packet has no header of a picture.
+    /// Null if the packet has no picture header.
     ffmpeg::CodecParameters read(const AVPacket& packet) {
-        // Fails in the end, whether it has found one or not.
+        // This call fails in either case.
         avcodec_send_packet(decoder_.get(), &packet);
         ffmpeg::CodecParameters parameters(avcodec_parameters_alloc());
         if (format_ == AV_PIX_FMT_NONE || parameters == nullptr ||
@@ -100,7 +100,7 @@ void PictureHeaders::readUpToPictures(AVFormatContext& context) {
         if (av_read_frame(&context, packet.get()) < 0) {
             return;
         }
-        // A stream may also be found on the way.
+        // Demuxers may add streams while they read.
         const auto index = static_cast<std::size_t>(packet->stream_index);
         if (index < decoders.size() && decoders[index] != nullptr) {
             parameters_[index] = decoders[index]->read(*packet);
@@ -113,7 +113,7 @@ void PictureHeaders::readUpToPictures(AVFormatContext& context) {
     }
 }
 
-/// Null where nothing is known, or the file is another by now.
+/// Null if unknown, or if the file has changed.
 const AVCodecParameters* PictureHeaders::parametersOf(const AVStream& stream) const {
     const auto index = static_cast<std::size_t>(stream.index);
     const AVCodecParameters* const told =
@@ -121,7 +121,7 @@ const AVCodecParameters* PictureHeaders::parametersOf(const AVStream& stream) co
     return told != nullptr && told->codec_id == stream.codecpar->codec_id ? told : nullptr;
 }
 
-void PictureHeaders::tell(AVFormatContext& context) const {
+void PictureHeaders::applyTo(AVFormatContext& context) const {
     const auto streams = streamsOf(context);
     const auto isUntoldH264 = [this](const AVStream* stream) {
         return stream->codecpar->codec_id == AV_CODEC_ID_H264 && parametersOf(*stream) == nullptr;
@@ -134,7 +134,8 @@ void PictureHeaders::tell(AVFormatContext& context) const {
         }
         const bool isTold = avcodec_parameters_copy(stream->codecpar, told) >= 0;
         if (isTold && told->codec_id == AV_CODEC_ID_H264 && context.codec_whitelist == nullptr) {
-            // Whatever it is told, the library looks at a picture of such streams, if it can.
+            // Probing decodes a picture of such streams, even if the parameters are known, when it
+            // has a decoder.
             leaveDecodersOut(context,
                              [](const AVCodec& codec) { return codec.id == AV_CODEC_ID_H264; });
         }

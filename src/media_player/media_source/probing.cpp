@@ -25,6 +25,11 @@ bool isMovieFile(const AVFormatContext& context) {
     return name.substr(0, name.find(',')) == "mov";
 }
 
+bool isMPEGStream(const AVFormatContext& context) {
+    const std::string_view name = context.iformat->name;
+    return name == "mpegts" || name == "mpeg";
+}
+
 bool leaveDecodersOut(AVFormatContext& context, bool (*isLeftOut)(const AVCodec&)) {
     context.codec_whitelist = av_strdup(namesOfOthers(isLeftOut).c_str());
     return context.codec_whitelist != nullptr;

@@ -5,13 +5,17 @@
 
 namespace zelvane {
 
-// What decides how much probing, the second half of an opening, has to decode.
+// Limits what probing, the second step of an opening, decodes.
 
-/// Whether a demuxer reads the format of QuickTime and MP4, whose header states the times of all
+/// Whether a demuxer reads the QuickTime and MP4 format, whose header states the times of all
 /// packets.
 bool isMovieFile(const AVFormatContext& context);
 
-/// Has probing do without those decoders for which `isLeftOut` says so, until allowAllDecoders().
+/// Whether a demuxer reads an MPEG transport or program stream, which has no index and may be read
+/// from any byte on.
+bool isMPEGStream(const AVFormatContext& context);
+
+/// Excludes the decoders for which `isLeftOut` returns true from probing, until allowAllDecoders().
 /// Returns false, and changes nothing, when memory is short.
 bool leaveDecodersOut(AVFormatContext& context, bool (*isLeftOut)(const AVCodec&));
 void allowAllDecoders(AVFormatContext& context);

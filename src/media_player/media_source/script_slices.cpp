@@ -9,13 +9,13 @@ namespace {
 
 constexpr std::size_t kSliceSize = std::size_t{1024} * 1024;
 
-/// Behind the line that `position` is in.
+/// The position after the line that `position` is in.
 std::size_t behindLine(std::string_view text, std::size_t position) {
     const auto end = text.find('\n', position);
     return end == std::string_view::npos ? text.size() : end + 1;
 }
 
-/// Where the events of a script begin that has nothing but events behind them; 0 for other text.
+/// The position of the first event of a script that ends with its events; 0 for other text.
 std::size_t eventsPosition(std::string_view text) {
     constexpr std::string_view kEvents = "\n[Events]";
     const auto section = text.find(kEvents);

@@ -7,8 +7,8 @@
 
 namespace zelvane {
 
-/// Finds a beginning that is early enough: calls `attempt` with `target`, then with earlier and
-/// earlier times, 1, 2, 4, 8... s before it, until it says true, or has been called with `start`.
+/// Finds a start that is early enough: calls `attempt` with `target`, then with times 1, 2, 4, 8...
+/// s before it, until `attempt` returns true or was called with `start`.
 void stepBackUntil(const CMTime& target, const CMTime& start,
                    const std::function<bool(const CMTime& from)>& attempt);
 

@@ -9,15 +9,18 @@
 namespace zelvane {
 namespace {
 
-/// What the demuxers of side files read. Where several formats share an extension, "sub" and "txt"
-/// above all, the file itself tells which one it is; "txt" is left out, as most such files are no
-/// subtitles.
+/// The extensions of what side files' demuxers read. Several formats share an extension, above all
+/// "sub": the content decides. "txt" is left out, as most such files are not subtitles.
 constexpr std::array<std::string_view, 21> kExtensions{
     "aqt",  "ass", "idx", "jss", "lrc", "mks", "mpl", "mpl2", "mpsub", "pjs",    "rt",
     "sami", "scc", "smi", "srt", "ssa", "stl", "sub", "sup",  "vtt",   "webvtt",
 };
 
 } // namespace
+
+std::span<const std::string_view> subtitlesFileNameExtensions() {
+    return kExtensions;
+}
 
 bool isSubtitlesFileNameExtension(std::string_view extension) {
     return std::find(kExtensions.begin(), kExtensions.end(), extension) != kExtensions.end();

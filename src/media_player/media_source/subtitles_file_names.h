@@ -1,17 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <span>
 #include <string_view>
 
 namespace zelvane {
 
 class URL;
 
-/// Whether files of this extension, as it stands behind the last dot, are known as subtitles. Lower
-/// case counts alone.
+/// The extensions of subtitles files, in lower case and without their dot.
+std::span<const std::string_view> subtitlesFileNameExtensions();
+
+/// Whether this extension, in lower case and without its dot, is known to be of subtitles files.
 bool isSubtitlesFileNameExtension(std::string_view extension);
 
-/// The last path component behind its last dot; empty without a dot, or where nothing is before it.
+/// The part of the last path component after its last dot; empty without a dot, or if nothing
+/// precedes the dot.
 std::string_view pathExtension(const URL& url);
 
 } // namespace zelvane

@@ -13,6 +13,7 @@
 
 #include "core_media/ffmpeg.h"
 #include "foundation/character_encoding.h"
+#include "foundation/file_descriptor.h"
 #include "foundation/text.h"
 #include "media_player/media_source/text_encoding.h"
 #include "media_player/media_source/unicode_form.h"
@@ -21,61 +22,45 @@
 namespace zelvane {
 namespace {
 
-/// Above any script that people make, its embedded fonts included; a demuxer keeps several times
-/// that in memory.
+/// More than any real script has, its embedded fonts included. A demuxer keeps several times that
+/// in memory.
 constexpr std::size_t kMaximumSize = std::size_t{256} * 1024 * 1024;
-/// What tells a format. Enough for scripts that begin with pages of comments.
+/// The size of the start by which the format is detected. Enough for scripts that begin with pages
+/// of comments.
 constexpr std::size_t kProbeSize = std::size_t{64} * 1024;
 
-/// The demuxers that read lines of text, whole, when they open it.
+/// The demuxers that read a whole text when they open it.
 constexpr std::array<std::string_view, 18> kTextDemuxers{
     "aqtitle", "ass",       "jacosub",    "lrc",         "microdvd", "mpl2",
     "mpsub",   "pjs",       "realtext",   "sami",        "scc",      "srt",
     "stl",     "subviewer", "subviewer1", "tedcaptions", "vplayer",  "webvtt",
 };
 
-class FileDescriptor {
-  public:
-    /// A pipe or a device must not make the opening wait.
-    explicit FileDescriptor(const std::string& path)
-        : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-    ~FileDescriptor() {
-        if (descriptor_ >= 0) {
-            close(descriptor_);
-        }
+/// None if it is not a regular file.
+std::optional<std::size_t> sizeOf(const FileDescriptor& file) {
+    struct stat status {};
+    if (!file.isOpen() || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
     }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    return static_cast<std::size_t>(status.st_size);
+}
 
-    /// None when it is no regular file.
-    std::optional<std::size_t> size() const {
-        struct stat status {};
-        if (descriptor_ < 0 || fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) {
-            return std::nullopt;
+/// Appends up to `count` bytes, fewer at the end; false when reading fails.
+bool readBytes(const FileDescriptor& file, std::size_t count, std::string& bytes) {
+    const std::size_t begin = bytes.size();
+    bytes.resize(begin + count);
+    std::size_t done = 0;
+    ssize_t status = 1;
+    while (done < count && status != 0) {
+        status = read(file.get(), bytes.data() + begin + done, count - done);
+        if (status < 0 && errno != EINTR) {
+            break;
         }
-        return static_cast<std::size_t>(status.st_size);
+        done += static_cast<std::size_t>(std::max<ssize_t>(status, 0));
     }
-
-    /// Appends up to `count` bytes, fewer at the end; false when reading fails.
-    bool read(std::size_t count, std::string& bytes) const {
-        const std::size_t begin = bytes.size();
-        bytes.resize(begin + count);
-        std::size_t done = 0;
-        ssize_t status = 1;
-        while (done < count && status != 0) {
-            status = ::read(descriptor_, bytes.data() + begin + done, count - done);
-            if (status < 0 && errno != EINTR) {
-                break;
-            }
-            done += static_cast<std::size_t>(std::max<ssize_t>(status, 0));
-        }
-        bytes.resize(begin + done);
-        return status >= 0;
-    }
-
-  private:
-    int descriptor_;
-};
+    bytes.resize(begin + done);
+    return status >= 0;
+}
 
 std::string_view demuxerFor(std::string text, const std::string& name) {
     const std::size_t size = text.size();
@@ -89,7 +74,8 @@ std::string_view demuxerFor(std::string text, const std::string& name) {
     return format == nullptr ? "" : format->name;
 }
 
-/// Whether what begins so is text for a demuxer of subtitles. `start` is in its own encoding.
+/// Whether a file that begins with `start`, in its own encoding, is text for a demuxer of
+/// subtitles.
 bool isSubtitlesText(std::string_view start, const std::string& name) {
     const auto form = unicodeForm(start);
     const std::string text = form && form->encoding != "UTF-8"
@@ -140,14 +126,12 @@ std::optional<SubtitlesText> subtitlesTextOf(std::string bytes, const std::strin
 }
 
 std::optional<SubtitlesText> readSubtitlesText(const URL& url) {
-    const FileDescriptor file(url.path());
-    const auto size = file.size();
+    // Without O_NONBLOCK, opening a pipe or a device may wait.
+    const FileDescriptor file(open(url.path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const auto size = sizeOf(file);
     std::string bytes;
-    if (!size || *size > kMaximumSize || !file.read(std::min(*size, kProbeSize), bytes) ||
-        !isSubtitlesText(bytes, url.path())) {
-        return std::nullopt;
-    }
-    if (!file.read(*size - bytes.size(), bytes)) {
+    if (!size || *size > kMaximumSize || !readBytes(file, std::min(*size, kProbeSize), bytes) ||
+        !isSubtitlesText(bytes, url.path()) || !readBytes(file, *size - bytes.size(), bytes)) {
         return std::nullopt;
     }
     return textOf(std::move(bytes));

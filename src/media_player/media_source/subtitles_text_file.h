@@ -8,20 +8,20 @@
 
 namespace zelvane {
 
-/// The text of a subtitles file, ready for a demuxer of such text.
+/// The text of a subtitles file, in the form that a demuxer needs.
 struct SubtitlesText {
-    /// UTF-8 without a mark and without NUL. A character that could not be read is U+FFFD.
+    /// UTF-8 without a byte order mark and without NUL. U+FFFD replaces a character that could not
+    /// be read.
     std::string text;
-    /// What the file is written in, by the name that iconv knows it by; none when it is empty.
+    /// The file's encoding, by iconv's name; none for an empty file.
     std::optional<std::string> encoding;
 };
 
-/// Reads a file that a demuxer for subtitles text would take, in whatever encoding, from end to
-/// end. None for any other: a container, pictures, no regular file, more than 256 MB, or one that
-/// cannot be read, which the library may look at by itself. Any thread.
+/// Reads a whole file of text subtitles, in any encoding. None for any other file: a container,
+/// pictures, a file that is not regular, has more than 256 MB or cannot be read. Any thread.
 std::optional<SubtitlesText> readSubtitlesText(const URL& url);
 
-/// The same of bytes that have been read. The name is that of their file, for its extension.
+/// The same for bytes that have been read. `name` is the file's name, for its extension.
 std::optional<SubtitlesText> subtitlesTextOf(std::string bytes, const std::string& name);
 
 } // namespace zelvane

@@ -15,13 +15,13 @@ namespace zelvane {
 namespace {
 
 constexpr std::size_t kSampleSize = std::size_t{64} * 1024;
-/// More than ten films' words, behind which the statistics learn nothing new and take a second for
-/// each few megabytes.
+/// More than the words of ten films: beyond this the statistics do not change, and take a second
+/// for every few megabytes.
 constexpr std::size_t kStatisticsSize = std::size_t{1024} * 1024;
 
 using Family = std::vector<std::string_view>;
 
-/// Encodings that text of one language or alphabet may be in, the likelier ones first.
+/// Encodings of one language or alphabet, the likelier ones first.
 const std::array<Family, 10>& families() {
     static const std::array<Family, 10> kFamilies{{
         {"WINDOWS-1252", "ISO-8859-15", "MACINTOSH", "IBM850"},
@@ -38,7 +38,7 @@ const std::array<Family, 10>& families() {
     return kFamilies;
 }
 
-/// The rivals of a guess; all encodings there are when there is no guess.
+/// The rivals of a detected encoding; all encodings when none was detected.
 Family rivals(const std::string& guess) {
     Family found;
     for (const Family& family : families()) {
@@ -57,9 +57,9 @@ double oddnessIn(std::string_view encoding, std::string_view sample) {
                : kUnreadable;
 }
 
-/// The guess, or the rival that the sample clearly reads better in.
+/// The detected encoding, or the rival in which the sample is clearly less odd.
 std::string bestReading(const std::string& guess, std::string_view sample) {
-    // What is odd in ordinary text too: a typing error, a brand's name.
+    // The oddness of ordinary text: typing errors, names of brands.
     constexpr double kOrdinaryOddness = 0.02;
     constexpr double kClearly = 0.5;
     std::string best = guess;
@@ -78,8 +78,8 @@ std::string bestReading(const std::string& guess, std::string_view sample) {
     return best;
 }
 
-/// Of the encodings in which the sample is the same text, the likeliest: a text may be longer than
-/// its sample.
+/// Of the encodings in which the sample is the same text, the likeliest: the text may be longer
+/// than its sample.
 std::string likeliestOfSameReading(const std::string& encoding, std::string_view sample) {
     const std::string text = decodedText(sample, encoding).text;
     for (const std::string_view rival : rivals(encoding)) {
@@ -94,7 +94,7 @@ bool isHigh(char byte) {
     return static_cast<unsigned char>(byte) >= 0x80;
 }
 
-/// How many characters of a text are outside ASCII.
+/// The number of characters outside ASCII.
 std::size_t foreignCharacters(std::string_view utf8) {
     return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char byte) {
         return static_cast<unsigned char>(byte) >= 0xc0;
@@ -110,7 +110,7 @@ bool TextEncodingEvidence::add(std::string_view bytes) {
     std::string words;
     appendBareWords(bytes, words);
     sample_.append(words, 0, kSampleSize - std::min(kSampleSize, sample_.size()));
-    // What is UTF-8 so far needs no guess; escape sequences hide in plain ASCII.
+    // Text that is UTF-8 so far needs no statistics; escape sequences are plain ASCII.
     if (isUTF8_ && !isASCII_) {
         return true;
     }
@@ -140,7 +140,7 @@ std::optional<std::string> TextEncodingEvidence::encoding() {
 bool TextEncodingEvidence::isNearlyUTF8() const {
     constexpr std::size_t kRightForOneWrong = 8;
     const DecodedText decoded = decodedText(sample_, "UTF-8");
-    // Each replacement is a character outside ASCII too.
+    // Each replacement character is a character outside ASCII too.
     const std::size_t right = foreignCharacters(decoded.text) - decoded.malformedCount;
     return decoded.malformedCount * kRightForOneWrong <= right;
 }

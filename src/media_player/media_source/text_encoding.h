@@ -10,25 +10,23 @@
 
 namespace zelvane {
 
-/// Tells the encoding of a text of eight-bit units that is shown to it piece by piece. In this
-/// order:
+/// Detects the encoding of a text of eight-bit units, which is passed in pieces. In this order:
 ///
-/// 1. Text of ASCII alone is "ASCII", unless its escape sequences tell more.
-/// 2. What is UTF-8 from end to end, or but for one character in eight at most, is "UTF-8": no
-///    other encoding happens to look like it for long.
-/// 3. Statistics guess by the bare words of the text, without markup, digits and plain lines, of
-///    which the first megabyte is enough.
-/// 4. The guess is tried against its rivals, the other encodings of its language or alphabet: the
-///    text is read in each, and a rival in which it is less than half as odd takes the guess's
-///    place. This finds Mac's encodings, which the statistics take for others, and tells Chinese
-///    from Japanese by what is written.
+/// 1. Text of ASCII alone is "ASCII", unless it has escape sequences.
+/// 2. Text that is UTF-8, but for one character in eight at most, is "UTF-8": other encodings do
+///    not look like it for long.
+/// 3. A statistical detector analyses the bare words of the text, without markup, digits and plain
+///    lines, of which the first megabyte is enough.
+/// 4. Its result is compared with its rivals, the other encodings of its language or alphabet: a
+///    rival in which the text is less than half as odd replaces it. This finds the Mac encodings,
+///    which the detector takes for others, and distinguishes Chinese from Japanese by content.
 ///
 /// Used by one thread at a time.
 class TextEncodingEvidence {
   public:
-    /// The next piece, of whole lines. False when the statistics could not take it in.
+    /// Adds the next piece, of whole lines. Returns false when the detector fails.
     bool add(std::string_view bytes);
-    /// A name that iconv knows; none for a text without anything in it. Called once, at the end.
+    /// A name that iconv knows; none for a text without content. Call once, at the end.
     std::optional<std::string> encoding();
 
   private:
@@ -39,7 +37,7 @@ class TextEncodingEvidence {
     bool isASCII_ = true;
     bool isUTF8_ = true;
     bool isEmpty_ = true;
-    /// As much of the words as is worth reading several times.
+    /// The part of the words that is worth decoding several times.
     std::string sample_;
 };
 

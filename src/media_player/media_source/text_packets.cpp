@@ -11,7 +11,7 @@
 namespace zelvane {
 namespace {
 
-/// Of a packet that does not say how long it lasts, no later than its start.
+/// For a packet without a duration, its start.
 std::int64_t endOf(std::int64_t start, std::int64_t duration) {
     std::int64_t end = 0;
     const bool overflows = __builtin_add_overflow(start, std::max<std::int64_t>(duration, 0), &end);
@@ -65,7 +65,7 @@ std::vector<PacketRef> TextPackets::seek(std::int64_t stamp) {
             holding.push_back(packetOf(*entry));
         }
     }
-    // One that does not say when it ends stays, as far as anyone knows, until the next begins.
+    // A packet without a duration is shown until the next begins.
     if (behind != entries_.begin() && std::prev(behind)->duration <= 0) {
         holding.push_back(packetOf(*std::prev(behind)));
     }

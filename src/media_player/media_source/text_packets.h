@@ -10,36 +10,36 @@
 
 namespace zelvane {
 
-/// All packets of a file of subtitles text, in the order of their times. They lie end to end: a
-/// demuxer takes four times their size to keep them. It seeks exactly too, where a demuxer misses
-/// what began long before and has shorter ones behind it. Used by one queue at a time.
+/// All packets of a file of subtitles text, in the order of their times. They are stored end to
+/// end: a demuxer takes four times as much memory. Seeks are exact, where a demuxer misses a long
+/// packet that is followed by shorter ones. Used by one queue at a time.
 class TextPackets {
   public:
-    /// With room for packets of that many bytes in all.
+    /// Reserves memory for packets of that many bytes in total.
     explicit TextPackets(std::size_t capacity) { bytes_.reserve(capacity); }
 
-    /// Keeps a copy. A packet without a time is left out.
+    /// Stores a copy. Ignores a packet without a time.
     void append(const AVPacket& packet);
-    /// To be called when all are there.
+    /// Call after the last packet.
     void finish();
     bool isEmpty() const { return entries_.empty(); }
 
-    /// The next packet; null behind the last. Throws FFmpegError when memory is short.
+    /// The next packet; null after the last. Throws FFmpegError when memory is short.
     PacketRef next();
-    /// Moves to the first packet that begins at `stamp`, in the stream's time base, or later, and
-    /// returns those before it that last beyond the stamp, or may, in order.
+    /// Moves to the first packet that begins at `stamp`, in the stream's time base, or later.
+    /// Returns the packets before it that last beyond the stamp, or may, in order.
     std::vector<PacketRef> seek(std::int64_t stamp);
 
   private:
     struct Entry {
         std::int64_t start = 0;
         std::int64_t duration = 0;
-        /// The latest end of this one and all before it.
+        /// The latest end of this entry and all before it.
         std::int64_t latestEnd = 0;
         std::uint32_t offset = 0;
         std::uint32_t size = 0;
     };
-    /// The size of an entry whose packet bears more than its bytes: its offset is an index then.
+    /// The size of an entry whose packet has side data: its offset is an index into wholePackets_.
     static constexpr std::uint32_t kWholePacket = UINT32_MAX;
 
     PacketRef packetOf(const Entry& entry) const;

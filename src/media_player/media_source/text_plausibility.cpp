@@ -13,7 +13,7 @@
 namespace zelvane {
 namespace {
 
-// How odd each thing is, in characters.
+// Weights of oddness, in characters.
 constexpr double kMeaningless = 4;
 constexpr double kOutOfPlace = 1;
 constexpr double kOfAnotherLanguage = 0.5;
@@ -52,7 +52,7 @@ Language languageOf(std::string_view encoding) {
     return found == kLanguages.end() ? Language::other : found->language;
 }
 
-/// One character and what its place needs to be known of it.
+/// One character and its neighbours' properties.
 struct Character {
     explicit Character(UChar32 value = ' ')
         : code(value), category(u_charType(value)), script(scriptOf(value)) {}
@@ -77,7 +77,8 @@ struct Character {
         return script == USCRIPT_HAN || script == USCRIPT_HIRAGANA || script == USCRIPT_KATAKANA ||
                script == USCRIPT_HANGUL || script == USCRIPT_BOPOMOFO;
     }
-    /// What words may hold beside letters: marks, the apostrophe, hyphens, joiners, Catalan's dot.
+    /// Characters of words beside letters: marks, the apostrophe, hyphens, joiners, the Catalan
+    /// dot.
     bool joinsLetters() const {
         return isLetter() || category == U_NON_SPACING_MARK || category == U_FORMAT_CHAR ||
                category == U_DASH_PUNCTUATION || category == U_MODIFIER_LETTER || code == 0x2019 ||
@@ -89,13 +90,13 @@ struct Character {
     UScriptCode script;
 };
 
-/// The oddness of letters that stand side by side, one of them at least outside ASCII.
+/// The oddness of adjacent letters, one of them at least outside ASCII.
 double oddPair(const Character& left, const Character& right) {
     if ((left.isASCII() && right.isASCII()) || !left.hasScript() || !right.hasScript()) {
         return 0;
     }
     if (left.isEastAsian() || right.isEastAsian()) {
-        // A Latin word in the middle of a line is common there.
+        // In these scripts, lines often contain Latin words.
         return 0;
     }
     const bool isMixed = left.script != right.script;
@@ -160,8 +161,8 @@ class Survey {
         };
         switch (language) {
         case Language::chinese:
-            // The dozens that everybody uses make a quarter of ordinary text. With them, kana are
-            // the second language of a bilingual file.
+            // The few dozen most frequent characters make a quarter of ordinary text. If they are
+            // present, kana belong to the second language of a bilingual file.
             return commonHan_ * 15 < han_ ? odd(han_ + kana_) + odd(halfWidthKana_ + hangul_)
                                           : odd(halfWidthKana_ + hangul_);
         case Language::japanese:

@@ -14,7 +14,7 @@ struct Mark {
     std::string_view encoding;
 };
 
-// Longer marks before those that they begin with.
+// Longer marks precede those that they begin with.
 constexpr std::array<Mark, 6> kMarks{{
     {"\xff\xfe\0\0"sv, "UTF-32LE"},
     {"\0\0\xfe\xff"sv, "UTF-32BE"},
@@ -32,7 +32,7 @@ struct WideForm {
     Order order;
 };
 
-// The wider ones first: their text can be read as UTF-16 with a NUL in every other place.
+// UTF-32 first: it can be read as UTF-16 with a NUL as every other character.
 constexpr std::array<WideForm, 4> kWideForms{{
     {"UTF-32LE", 4, Order::littleEndian},
     {"UTF-32BE", 4, Order::bigEndian},
@@ -55,7 +55,7 @@ bool isCharacterUnit(std::uint32_t unit, const WideForm& form) {
     return unit != 0 && unit <= 0x10ffff && !(form.unitSize == 4 && isSurrogate);
 }
 
-/// Eight-bit text read in a wide form has no line ends: they would need a byte of zero beside them.
+/// Eight-bit text that is read in a wide form has no line ends: they need an adjacent zero byte.
 bool makesLines(std::string_view bytes, const WideForm& form) {
     std::size_t lineEnds = 0;
     for (std::size_t i = 0; i + form.unitSize <= bytes.size(); i += form.unitSize) {

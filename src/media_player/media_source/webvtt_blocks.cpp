@@ -7,7 +7,7 @@
 namespace zelvane {
 namespace {
 
-/// The text up to and with its next line end: LF, CR or both.
+/// The text through its next line end: LF, CR or both.
 std::string_view firstLine(std::string_view text) {
     const auto end = text.find_first_of("\r\n");
     if (end == std::string_view::npos) {

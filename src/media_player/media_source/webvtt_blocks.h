@@ -5,8 +5,8 @@
 
 namespace zelvane {
 
-/// Takes the STYLE and REGION blocks out of a WebVTT text (W3C WebVTT, section 4.1): the demuxer
-/// stops at the first of them and finds no cue behind it. Any other text stays as it is.
+/// Removes the STYLE and REGION blocks of a WebVTT text (W3C WebVTT, section 4.1): the demuxer
+/// stops at the first of them and finds no cue after it. Does not change any other text.
 void removeWebVTTBlocks(std::string& text);
 
 } // namespace zelvane

@@ -3,6 +3,7 @@
 #include <condition_variable>
 #include <map>
 #include <mutex>
+#include <new>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -22,8 +23,7 @@ constexpr const char* kTwoCues = "1\n00:00:01,000 --> 00:00:02,000\none\n\n"
 
 test::MediaSourceRef film() {
     return test::openSource(test::madeClip(
-        "external-film.mkv",
-        {"-f", "lavfi", "-i", "testsrc2=size=32x32:rate=5:duration=6", "-c:v", "mpeg4"}));
+        "external-film.mkv", test::lavfi("testsrc2=size=32x32:rate=5:duration=6") + "-c:v mpeg4"));
 }
 
 struct Answer {
@@ -72,7 +72,7 @@ std::vector<std::string> lines(const ExternalSubtitlesTrack& track) {
     return found;
 }
 
-TEST(ExternalSubtitles, appearBehindTheEmbeddedTracksWithTheFactsOfTheirOwn) {
+TEST(ExternalSubtitles, followTheEmbeddedTracksAndKeepTheirFacts) {
     const test::TemporaryFolder folder;
     const auto source = film();
     const auto answer = attached(source, test::written(folder.path() / "a.srt", kTwoCues));
@@ -91,7 +91,7 @@ TEST(ExternalSubtitles, appearBehindTheEmbeddedTracksWithTheFactsOfTheirOwn) {
     EXPECT_NE(track->id(), track->externalMediaSourceTrack()->id());
 }
 
-TEST(ExternalSubtitles, aFileIsAttachedOnceByWhateverName) {
+TEST(ExternalSubtitles, aFileIsAttachedOnceUnderAnyName) {
     const test::TemporaryFolder folder;
     const auto source = film();
     const auto path = test::written(folder.path() / "a.srt", kTwoCues);
@@ -107,7 +107,7 @@ TEST(ExternalSubtitles, aFileIsAttachedOnceByWhateverName) {
     EXPECT_EQ(source->externalSubtitlesTracks().size(), 2U);
 }
 
-TEST(ExternalSubtitles, tellWhatIsWorthKeepingOverARestart) {
+TEST(ExternalSubtitles, invalidateTheRestorableState) {
     const test::TemporaryFolder folder;
     const auto source = film();
     int count = 0;
@@ -126,7 +126,7 @@ TEST(ExternalSubtitles, tellWhatIsWorthKeepingOverARestart) {
     EXPECT_EQ(count, 2) << "a change of the side file travels up";
 }
 
-TEST(ExternalSubtitles, ofOtherMediaAreTheirSubtitlesAlone) {
+TEST(ExternalSubtitles, ofOtherMediaAreTheirSubtitlesOnly) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const auto source = film();
     const auto answer = attached(source, media / "subtitles/embedded/androidx_sample_with_srt.mkv");
@@ -138,7 +138,7 @@ TEST(ExternalSubtitles, ofOtherMediaAreTheirSubtitlesAlone) {
     EXPECT_FALSE(pictures.tracks.front()->decoder().characterEncoding()) << "nothing to detect";
 }
 
-TEST(ExternalSubtitles, picturesThatComeInPiecesAreFoundWholeByASeek) {
+TEST(ExternalSubtitles, aSeekFindsAllPacketsOfAPicture) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const auto answer = attached(film(), media / "subtitles/bitmap/libpgsjs_test.sup");
     ASSERT_EQ(answer.tracks.size(), 1U);
@@ -163,7 +163,7 @@ TEST(ExternalSubtitles, picturesThatComeInPiecesAreFoundWholeByASeek) {
     }
 }
 
-TEST(ExternalSubtitles, whatCannotBeAttachedIsToldInWords) {
+TEST(ExternalSubtitles, unusableFilesAreReported) {
     const test::TemporaryFolder folder;
     const test::LogCapture log;
     const auto source = film();
@@ -180,7 +180,7 @@ TEST(ExternalSubtitles, whatCannotBeAttachedIsToldInWords) {
         {at("zeros.srt", std::string(100'000, '\0')), Case::failedToOpenURL},
         {at("words.txt", "no subtitles"), Case::failedToOpenURL},
         {at("no-events.ass", "[Script Info]\n\n[Events]\n"), Case::failedToSeek},
-        {test::madeClip("external-tone.wav", {"-f", "lavfi", "-i", "sine=duration=1"}),
+        {test::madeClip("external-tone.wav", test::lavfi("sine=duration=1")),
          Case::noDecodableTracks},
     };
     for (const auto& [path, expected] : cases) {
@@ -197,7 +197,31 @@ TEST(ExternalSubtitles, whatCannotBeAttachedIsToldInWords) {
         URL::parse("http://host/a.srt"), [](const auto&) {}, [](const auto&) {});
 }
 
-TEST(ExternalSubtitles, textIsReadWhateverItIsDamagedBy) {
+TEST(ExternalSubtitles, anyErrorWhileAFileIsAttachedIsReported) {
+    const test::TemporaryFolder folder;
+    const auto source = film();
+    const auto observer = NotificationCenter::shared().addObserver(
+        std::string(MediaSource::kRestorableStateWasInvalidatedNotification), source.get(), nullptr,
+        [](const Notification&) { throw std::bad_alloc(); });
+    const auto answer = attached(source, test::written(folder.path() / "a.srt", kTwoCues));
+    ASSERT_TRUE(answer.error);
+    EXPECT_EQ(answer.error->errorCase(), MediaSource::LoadError::Case::failedToOpenURL);
+    EXPECT_EQ(answer.error->failureReason(), std::bad_alloc().what());
+}
+
+TEST(ExternalSubtitles, aNewFileUnderTheNameOfADeletedOneIsAttached) {
+    const test::TemporaryFolder folder;
+    const auto source = film();
+    const auto path = test::written(folder.path() / "a.srt", kTwoCues);
+    const auto first = attached(source, path).tracks;
+    fs::remove(path);
+    test::written(path, "1\n00:00:01,000 --> 00:00:02,000\nother\n");
+    const auto second = attached(source, path).tracks;
+    ASSERT_NE(second, first);
+    EXPECT_EQ(lines(*second.front()), std::vector{"other"s});
+}
+
+TEST(ExternalSubtitles, damagedTextIsRead) {
     const test::TemporaryFolder folder;
     const auto source = film();
     const std::pair<std::string, std::string> cases[] = {
@@ -231,7 +255,7 @@ TEST(ExternalSubtitles, aLineOfAMegabyteIsHarmless) {
     EXPECT_GT(found.back().size(), 1000U);
 }
 
-TEST(ExternalSubtitles, scriptsAndCuesHaveTheirWordsInEveryFormOfUnicode) {
+TEST(ExternalSubtitles, textIsReadInEveryUnicodeForm) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const auto source = film();
     const std::pair<const char*, const char*> cases[] = {
@@ -262,7 +286,7 @@ TEST(ExternalSubtitles, aLargeScriptHasAllItsEventsInOrder) {
     for (const char* behind : {"", "\n[Fonts]\nfontname: none\n"}) {
         std::string script = header;
         for (int i = 0; i < kCount; ++i) {
-            // From the last to the first, so that no slice stands in order.
+            // From the last to the first, so that no slice is in order.
             const int second = kCount - 1 - i;
             script += fmt::format("Dialogue: 0,{0}:{1:02}:{2:02}.00,{0}:{1:02}:{2:02}.90,Default,,"
                                   "0,0,0,,{3} and as many words as make it long\r\n",
@@ -279,7 +303,7 @@ TEST(ExternalSubtitles, aLargeScriptHasAllItsEventsInOrder) {
     }
 }
 
-TEST(ExternalSubtitles, aTextFileThatChangesWhileItPlaysChangesNothing) {
+TEST(ExternalSubtitles, aTextFileMayChangeAfterItWasAttached) {
     const test::TemporaryFolder folder;
     const auto source = film();
     const auto path = test::written(folder.path() / "a.srt", kTwoCues);
@@ -289,7 +313,7 @@ TEST(ExternalSubtitles, aTextFileThatChangesWhileItPlaysChangesNothing) {
     EXPECT_EQ(lines(*answer.tracks.front()), (std::vector{"one"s, "two"s}));
 }
 
-TEST(ExternalSubtitles, everyFileOfTheCorpusIsAttachedOrRefusedInWords) {
+TEST(ExternalSubtitles, everyFileOfTheCorpusIsAttachedOrReported) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const test::LogCapture log;
     const auto source = film();

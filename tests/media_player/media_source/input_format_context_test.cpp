@@ -53,7 +53,7 @@ std::string soundOf(AVFormatContext& context) {
     return text;
 }
 
-TEST(InputFormatContext, theSoundsDemuxerDecodesNoPicturesOfAMovieFile) {
+TEST(InputFormatContext, theAudioContextOfAMovieFileDecodesNoPictures) {
     for (const auto& [container, decodes] : {std::pair<std::string, bool>{"mp4", false},
                                              {"mov", false},
                                              {"mkv", true},
@@ -71,7 +71,7 @@ TEST(InputFormatContext, theSoundsDemuxerDecodesNoPicturesOfAMovieFile) {
     }
 }
 
-TEST(InputFormatContext, whatIsLeftOutChangesNoSound) {
+TEST(InputFormatContext, omittingPicturesChangesNoSound) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const test::LogCapture log;
     int count = 0;
@@ -93,7 +93,7 @@ TEST(InputFormatContext, whatIsLeftOutChangesNoSound) {
     EXPECT_GT(count, 30);
 }
 
-/// All that a demuxer knows of its streams.
+/// All parameters of a demuxer's streams.
 std::string allOf(const AVFormatContext& context) {
     auto text = fmt::format("{} {} {}", context.start_time, context.duration, context.bit_rate);
     for (const AVStream* stream : std::span(context.streams, context.nb_streams)) {
@@ -122,7 +122,7 @@ std::string allOf(const AVFormatContext& context) {
     return text;
 }
 
-/// As the library does it by itself.
+/// Opens and probes as the library does.
 ffmpeg::InputContext probed(const fs::path& path) {
     AVFormatContext* context = avformat_alloc_context();
     context->probesize = std::numeric_limits<std::int64_t>::max();
@@ -146,7 +146,7 @@ bool comparesWithProbing(const fs::path& path) {
     return PictureHeaders::areWorthReading(*ours);
 }
 
-TEST(PictureHeaders, tellOfMadeClipsWhatDecodingWould) {
+TEST(PictureHeaders, ofMadeClipsEqualTheResultOfProbing) {
     const std::vector<std::pair<std::string, std::string>> clips{
         {"b.mp4", "-c:v libx264 -bf 3"},
         {"no_b.mp4", "-c:v libx264 -bf 0"},
@@ -166,7 +166,7 @@ TEST(PictureHeaders, tellOfMadeClipsWhatDecodingWould) {
     }
 }
 
-TEST(PictureHeaders, tellOfSharedMediaWhatDecodingWould) {
+TEST(PictureHeaders, ofSharedMediaEqualTheResultOfProbing) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const test::LogCapture log;
     int count = 0;
@@ -192,7 +192,7 @@ TEST(PictureHeaders, areKnownBeforeProbing) {
     ASSERT_GE(avformat_open_input(&openedAgain, clip.c_str(), nullptr, nullptr), 0);
     const ffmpeg::InputContext ahead(openedAgain);
     ASSERT_EQ(context->streams[0]->codecpar->format, AV_PIX_FMT_NONE);
-    PictureHeaders(*ahead).tell(*context);
+    PictureHeaders(*ahead).applyTo(*context);
     EXPECT_EQ(context->streams[0]->codecpar->format, AV_PIX_FMT_YUV444P);
     EXPECT_EQ(context->streams[0]->codecpar->profile, FF_PROFILE_VP9_1);
 }

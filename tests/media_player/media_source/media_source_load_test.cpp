@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "core_media/ffmpeg_time.h"
+#include "media_player/media_source/media_source_contents.h"
 #include "tests/media_player/media_source/media_source_support.h"
 #include "tests/support/log_capture.h"
 
@@ -26,55 +27,19 @@ using test::openSource;
 using test::written;
 using Case = MediaSource::LoadError::Case;
 
-/// Two seconds of picture, two sounds and two subtitles, with all that a track can say of itself.
+/// Two seconds of video, two audio and two subtitles tracks, with all metadata of tracks.
 fs::path fullFilm() {
-    // The text itself stands in the command: no file that another test could be rewriting.
+    // The command contains the text: another test could be rewriting a file.
     const std::string subtitles = "data:text/plain,1\n00:00:00,200 --> 00:00:00,900\nOne\n\n"
                                   "2\n00:00:01,100 --> 00:00:01,900\nTwo\n";
-    return test::madeClip("load-film.mkv", {"-f",
-                                            "lavfi",
-                                            "-i",
-                                            "testsrc2=size=64x48:rate=25:duration=2",
-                                            "-f",
-                                            "lavfi",
-                                            "-i",
-                                            "sine=duration=2",
-                                            "-f",
-                                            "srt",
-                                            "-i",
-                                            subtitles,
-                                            "-map",
-                                            "1:a",
-                                            "-map",
-                                            "0:v",
-                                            "-map",
-                                            "1:a",
-                                            "-map",
-                                            "2:s",
-                                            "-map",
-                                            "2:s",
-                                            "-c:v",
-                                            "libx264",
-                                            "-g",
-                                            "10",
-                                            "-c:a",
-                                            "aac",
-                                            "-c:s",
-                                            "srt",
-                                            "-vf",
-                                            "setsar=4/3",
-                                            "-metadata:s:a:0",
-                                            "language=ger",
-                                            "-metadata:s:a:1",
-                                            "title= Notes ",
-                                            "-disposition:a:0",
-                                            "default",
-                                            "-disposition:a:1",
-                                            "comment+visual_impaired",
-                                            "-metadata:s:s:0",
-                                            "language=eng",
-                                            "-disposition:s:1",
-                                            "forced+hearing_impaired"});
+    return test::madeClip(
+        "load-film.mkv",
+        test::lavfi("testsrc2=size=64x48:rate=25:duration=2") + test::lavfi("sine=duration=2") +
+            "-f srt -i '" + subtitles +
+            "' -map 1:a -map 0:v -map 1:a -map 2:s -map 2:s -c:v libx264 -g 10 -c:a aac -c:s srt "
+            "-vf setsar=4/3 -metadata:s:a:0 language=ger -metadata:s:a:1 'title= Notes ' "
+            "-disposition:a:0 default -disposition:a:1 comment+visual_impaired "
+            "-metadata:s:s:0 language=eng -disposition:s:1 forced+hearing_impaired");
 }
 
 TEST(MediaSourceLoad, aFilmHasItsTracksInStreamOrder) {
@@ -112,8 +77,8 @@ TEST(MediaSourceLoad, aFilmHasItsTracksInStreamOrder) {
     EXPECT_TRUE(source->subtitlesTracks()[1]->isForced());
 }
 
-/// Pictures come in the order of decoding: one that is shown earlier may follow.
-TEST(MediaSourceLoad, aFilmOfPicturesAloneBeginsWithTheFirstOneShown) {
+/// Packets are in the order of decoding: a picture that is shown earlier may follow.
+TEST(MediaSourceLoad, aFilmWithoutSoundStartsWithTheFirstPictureShown) {
     using Clip = std::pair<const char*, const char*>;
     for (const auto& [container, codec] : std::vector<Clip>{
              {"mkv", "libx264"},
@@ -123,8 +88,8 @@ TEST(MediaSourceLoad, aFilmOfPicturesAloneBeginsWithTheFirstOneShown) {
              {"mkv", "mpeg4"},
          }) {
         const std::string name = fmt::format("load-start-{}.{}", codec, container);
-        const auto source = openSource(test::madeClip(
-            name, {"-f", "lavfi", "-i", "testsrc2=s=64x64:r=5:d=4", "-c:v", codec, "-bf", "3"}));
+        const auto source = openSource(
+            test::madeClip(name, test::lavfi("testsrc2=s=64x64:r=5:d=4") + "-bf 3 -c:v " + codec));
         const auto& video = source->videoTracks().front();
         CMTime first = kCMTimePositiveInfinity;
         for (int i = 0; i < 10; ++i) {
@@ -158,7 +123,7 @@ TEST(MediaSourceLoad, onlyFileURLsAreAccepted) {
     }
 }
 
-TEST(MediaSourceLoad, whatIsNoMediaFailsWithItsOwnReason) {
+TEST(MediaSourceLoad, eachUnusableFileHasItsReason) {
     const test::TemporaryFolder folder;
     const auto file = [&](const char* name) { return folder.path() / name; };
     fs::create_directory(file("folder.mkv"));
@@ -169,10 +134,9 @@ TEST(MediaSourceLoad, whatIsNoMediaFailsWithItsOwnReason) {
         state = state * 1664525 + 1013904223;
         byte = static_cast<char>(state >> 24);
     }
-    const fs::path onlyData =
-        test::madeClip("only-data.mkv", {"-f", "lavfi", "-i", "color=s=16x16:d=1:r=5", "-attach",
-                                         fullFilm().string(), "-metadata:s:t:0",
-                                         "mimetype=application/octet-stream", "-c:v", "mjpeg"});
+    const fs::path onlyData = test::madeClip(
+        "only-data.mkv", test::lavfi("color=s=16x16:d=1:r=5") + "-attach '" + fullFilm().string() +
+                             "' -metadata:s:t:0 mimetype=application/octet-stream -c:v mjpeg");
     std::string unknownCodec = test::bytesOf(onlyData);
     unknownCodec.replace(unknownCodec.find("V_MJPEG"), 7, "V_XJPEG");
     const fs::path noDuration = test::madeClip(
@@ -234,7 +198,14 @@ TEST(MediaSourceLoad, ofTwoFailedOpeningsOneIsLogged) {
                              "directory\\.")));
 }
 
-TEST(MediaSourceLoad, aDurationIsTakenFromTheCallerWhereNoneIsRequired) {
+TEST(MediaSourceLoad, aNegativeDurationIsNone) {
+    AVFormatContext context{};
+    context.duration = -AV_TIME_BASE;
+    EXPECT_EQ(durationOf(context, CMTime(7, 1), false), CMTime(7, 1));
+    EXPECT_THROW(durationOf(context, std::nullopt, true), MediaSource::LoadError);
+}
+
+TEST(MediaSourceLoad, theFallbackDurationIsUsedWhenNoneIsRequired) {
     const test::TemporaryFolder folder;
     const auto path = written(folder.path() / "one.srt", "1\n00:00:01,000 --> 00:00:02,000\nOne\n");
     const URL url = URL::fromPath(path);
@@ -258,7 +229,47 @@ TEST(MediaSourceLoad, subtitlesWithoutAnEventCannotBeSought) {
     }
 }
 
-/// Puts one and then the other of two files in a third one's place, as fast as it can.
+/// A playlist of one stream that has no index.
+fs::path playlist(const test::TemporaryFolder& folder) {
+    fs::copy_file(
+        test::madeClip("load-segment.ts",
+                       "-f lavfi -i testsrc2=size=64x64:rate=5:duration=2 -c:v mpeg2video"),
+        folder.path() / "segment.ts");
+    return written(folder.path() / "list.m3u8", "#EXTM3U\n#EXT-X-TARGETDURATION:2\n#EXTINF:2,\n"
+                                                "segment.ts\n#EXT-X-ENDLIST\n");
+}
+
+/// Sound whose tables list no sample.
+fs::path emptyIndex(const test::TemporaryFolder& folder) {
+    std::string bytes =
+        test::bytesOf(test::madeClip("empty-index.m4a", "-f lavfi -i sine=duration=1 -c:a aac"));
+    for (const auto& [table, offset] : {std::pair("stts", 8), {"stsc", 8}, {"stsz", 12}}) {
+        bytes.replace(bytes.find(table) + static_cast<std::size_t>(offset), 4, 4, '\0');
+    }
+    return written(folder.path() / "empty.m4b", bytes);
+}
+
+TEST(MediaSourceLoad, aFileThatCannotBeSoughtIsReadFromItsStart) {
+    const test::TemporaryFolder folder;
+    const test::LogCapture log;
+    const auto pictures = openSource(playlist(folder));
+    const auto video = test::firstVideoTrack(*pictures);
+    const auto first = test::nextVisual(pictures, video);
+    ASSERT_TRUE(first);
+    const auto collected = pictures->visualTracksQueue()->sync(
+        [&] { return pictures->seekVisual(video, {}, pictures->startTime()); });
+    ASSERT_EQ(collected.size(), 1U);
+    EXPECT_EQ(collected.front().second.front()->avPacket().pts, first->packet->avPacket().pts);
+
+    const auto sound = openSource(emptyIndex(folder));
+    const auto& audio = sound->audioTracks().front();
+    EXPECT_EQ(test::nextAudio(sound, audio), nullptr);
+    EXPECT_TRUE(sound->audioTracksQueue()
+                    ->sync([&] { return sound->seekAudio(audio, kCMTimeZero); })
+                    .empty());
+}
+
+/// Replaces a file by each of two others in turn, as fast as possible.
 class Rewriter {
   public:
     Rewriter(const fs::path& path, std::array<fs::path, 2> contents)
@@ -281,7 +292,7 @@ class Rewriter {
     std::thread thread_;
 };
 
-TEST(MediaSourceLoad, aFileThatIsAnotherOneAtItsSecondOpeningIsRefused) {
+TEST(MediaSourceLoad, aFileThatChangesBetweenItsOpeningsIsRefused) {
     const auto sound = [](const std::string& name, const std::vector<std::string>& options) {
         std::vector<std::string> arguments{"-f", "lavfi", "-i", "sine=duration=1"};
         arguments.insert(arguments.end(), options.begin(), options.end());
@@ -299,7 +310,7 @@ TEST(MediaSourceLoad, aFileThatIsAnotherOneAtItsSecondOpeningIsRefused) {
         const auto path = folder.path() / "sound.mka";
         fs::create_symlink(one, path);
         const Rewriter rewriter(path, {one, other});
-        // Each attempt is one in two, about.
+        // About every second attempt fails.
         std::optional<MediaSource::LoadError> error;
         for (int attempt = 0; attempt < 1000 && !error; ++attempt) {
             error = loadError(URL::fromPath(path));
@@ -310,7 +321,7 @@ TEST(MediaSourceLoad, aFileThatIsAnotherOneAtItsSecondOpeningIsRefused) {
     }
 }
 
-TEST(MediaSourceLoad, inTheBackgroundOneHandlerIsCalled) {
+TEST(MediaSourceLoad, loadingInTheBackgroundCallsOneHandler) {
     std::promise<std::string> outcome;
     const auto load = [&](const URL& url) {
         outcome = {};
@@ -324,7 +335,7 @@ TEST(MediaSourceLoad, inTheBackgroundOneHandlerIsCalled) {
     ASSERT_TRUE(dispatch::waitForQuiescence(std::chrono::seconds(5)));
 }
 
-/// Whether the manifest's row tells of a duration and of a stream that can be decoded.
+/// Whether the manifest's row states a duration and a stream that can be decoded.
 bool mustLoad(const std::string& probed, const std::string& played) {
     const bool hasDuration =
         probed.find("dur=") != std::string::npos && probed.find("dur=-") == std::string::npos;

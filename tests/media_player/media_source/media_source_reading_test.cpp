@@ -26,35 +26,12 @@ fs::path minute(const std::string& container) {
     const std::string subtitles = "data:text/plain,1\n00:00:01,000 --> 00:00:02,000\nOne\n\n"
                                   "2\n00:00:27,000 --> 00:00:28,500\nTwo\n\n"
                                   "3\n00:00:29,000 --> 00:00:31,000\nThree\n";
-    const std::string codec = container == "mp4" ? "mov_text" : "srt";
-    return test::madeClip("reading-minute." + container, {"-f",
-                                                          "lavfi",
-                                                          "-i",
-                                                          "testsrc2=size=64x48:rate=10:duration=60",
-                                                          "-f",
-                                                          "lavfi",
-                                                          "-i",
-                                                          "sine=duration=60",
-                                                          "-f",
-                                                          "srt",
-                                                          "-i",
-                                                          subtitles,
-                                                          "-map",
-                                                          "0:v",
-                                                          "-map",
-                                                          "1:a",
-                                                          "-map",
-                                                          "2:s",
-                                                          "-c:v",
-                                                          "libx264",
-                                                          "-g",
-                                                          "10",
-                                                          "-sc_threshold",
-                                                          "0",
-                                                          "-c:a",
-                                                          "aac",
-                                                          "-c:s",
-                                                          codec});
+    return test::madeClip(
+        "reading-minute." + container,
+        test::lavfi("testsrc2=size=64x48:rate=10:duration=60") + test::lavfi("sine=duration=60") +
+            "-f srt -i '" + subtitles +
+            "' -map 0:v -map 1:a -map 2:s -c:v libx264 -g 10 -sc_threshold 0 -c:a aac -c:s " +
+            (container == "mp4" ? "mov_text" : "srt"));
 }
 
 PacketSource::CollectedPackets soughtVisual(const MediaSourceRef& source, const CMTime& time,
@@ -68,7 +45,7 @@ std::vector<PacketRef> soughtAudio(const MediaSourceRef& source, const CMTime& t
         [&] { return source->seekAudio(source->audioTracks().front(), time); });
 }
 
-TEST(MediaSourceReading, bothReadersStartAtTheStartAndKeepTheirPlaces) {
+TEST(MediaSourceReading, bothReadersStartAtTheStartAndAreIndependent) {
     const auto source = openSource(minute("mkv"));
     const auto& video = source->videoTracks().front();
     const auto& audio = source->audioTracks().front();
@@ -88,7 +65,7 @@ TEST(MediaSourceReading, bothReadersStartAtTheStartAndKeepTheirPlaces) {
     EXPECT_NEAR(secondsOf(nextVisual(source, video)->packet, *video), 0, 0.05);
 }
 
-TEST(MediaSourceReading, onlyTheTracksThatAreAskedForComeAndTheEndIsQuiet) {
+TEST(MediaSourceReading, onlySelectedTracksAreReadAndTheEndIsNotLogged) {
     const auto source = openSource(minute("mkv"));
     const auto& video = source->videoTracks().front();
     const auto& captions = source->embeddedSubtitlesTracks().front();
@@ -120,13 +97,12 @@ TEST(MediaSourceReading, onlyTheTracksThatAreAskedForComeAndTheEndIsQuiet) {
 TEST(MediaSourceReading, aSeekCollectsFromTheKeyPictureToTheTarget) {
     for (const std::string container : {"mkv", "mp4", "avi", "flv"}) {
         SCOPED_TRACE(container);
-        const auto clip =
-            container == "mkv" || container == "mp4"
-                ? minute(container)
-                : test::madeClip("reading-plain." + container,
-                                 {"-i", minute("mkv").string(), "-map", "0:v", "-map", "0:a", "-g",
-                                  "10", "-c:v", container == "avi" ? "mpeg4" : "flv", "-c:a",
-                                  "mp3"});
+        const auto clip = container == "mkv" || container == "mp4"
+                              ? minute(container)
+                              : test::madeClip("reading-plain." + container,
+                                               test::inputFile(minute("mkv")) +
+                                                   "-map 0:v -map 0:a -g 10 -c:a mp3 -c:v " +
+                                                   (container == "avi" ? "mpeg4" : "flv"));
         const auto source = openSource(clip);
         const auto& video = source->videoTracks().front();
         for (const double target : {0.0, 0.5, 31.25, 12.0, 59.9}) {
@@ -139,7 +115,7 @@ TEST(MediaSourceReading, aSeekCollectsFromTheKeyPictureToTheTarget) {
                 const bool isLast = packet == packets.back();
                 EXPECT_EQ(secondsOf(packet, *video) >= target, isLast);
             }
-            // What is read next follows on without a gap.
+            // The next packet follows without a gap.
             if (const auto next = nextVisual(source, video)) {
                 EXPECT_GT(next->packet->avPacket().pos, packets.back()->avPacket().pos);
             }
@@ -147,7 +123,7 @@ TEST(MediaSourceReading, aSeekCollectsFromTheKeyPictureToTheTarget) {
     }
 }
 
-TEST(MediaSourceReading, captionsThatBeganShortlyBeforeTheTargetAreReadAgain) {
+TEST(MediaSourceReading, captionsShortlyBeforeTheTargetAreReadAgain) {
     const auto source = openSource(minute("mp4"));
     const auto& captions = source->embeddedSubtitlesTracks().front();
     soughtVisual(source, CMTime(5, 1), {captions}); // The index is complete from here on.
@@ -164,19 +140,20 @@ TEST(MediaSourceReading, captionsThatBeganShortlyBeforeTheTargetAreReadAgain) {
 }
 
 /// A key frame each second.
-TEST(MediaSourceReading, aDecoderGoesOnWhereNoKeyframeLiesBetween) {
+TEST(MediaSourceReading, readingContinuesIfNoKeyframeIsBetween) {
     for (const std::string container : {"mkv", "mp4"}) {
         const auto source = openSource(minute(container));
         const auto& video = source->videoTracks().front();
         soughtVisual(source, CMTime(40'200, 1000));
-        const auto readOn = [&](int from, int to) {
+        const auto continueReading = [&](int from, int to) {
             return source->visualTracksQueue()->sync([&] {
-                return source->readVisualOn(video, {}, CMTime(from, 1000), CMTime(to, 1000));
+                return source->continueReadingTo(video, {}, CMTime(from, 1000), CMTime(to, 1000));
             });
         };
-        EXPECT_FALSE(readOn(40'200, 41'300)) << "beyond the next key frame";
-        EXPECT_FALSE(readOn(59'100, 59'800)) << "nobody knows what follows the last one";
-        const auto packets = readOn(40'200, 40'700);
+        EXPECT_FALSE(continueReading(40'200, 41'300)) << "beyond the next key frame";
+        EXPECT_FALSE(continueReading(59'100, 59'800))
+            << "the packets after the last one are unknown";
+        const auto packets = continueReading(40'200, 40'700);
         ASSERT_TRUE(packets);
         ASSERT_EQ(packets->size(), 1U);
         const auto& ofVideo = packets->front().second;

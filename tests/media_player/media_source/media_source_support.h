@@ -29,11 +29,6 @@ inline std::optional<MediaSource::LoadError> loadError(const URL& url) {
     }
 }
 
-inline std::string bytesOf(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 inline std::filesystem::path written(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
     return path;

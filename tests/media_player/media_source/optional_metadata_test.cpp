@@ -58,7 +58,7 @@ TEST(OptionalMetadata, textsComeFromTheirKeysAndThenFromTheirSortingNames) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST(OptionalMetadata, whatIsNoNumberIsLoggedAndLeftOut) {
+TEST(OptionalMetadata, invalidNumbersAreLoggedAndIgnored) {
     struct Case {
         std::string value;
         std::optional<std::int64_t> integer;
@@ -99,7 +99,7 @@ TEST(OptionalMetadata, whatIsNoNumberIsLoggedAndLeftOut) {
     }
 }
 
-TEST(OptionalMetadata, theMediaKindHasToFitTheSource) {
+TEST(OptionalMetadata, theMediaKindMustMatchTheSource) {
     struct Kind {
         std::string value;
         unsigned video;
@@ -144,7 +144,7 @@ TEST(OptionalMetadata, theMediaKindHasToFitTheSource) {
                             "Metadata value for key `media_type` is not an integer: \"film\"."));
 }
 
-TEST(OptionalMetadata, realFilesSayWhatTheyAre) {
+TEST(OptionalMetadata, metadataOfRealFiles) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     const test::LogCapture log;
     const auto sorted = openSource(media / "metadata/musicmetadata_pr-544.m4a");
@@ -173,6 +173,18 @@ TEST(OptionalMetadata, realFilesSayWhatTheyAre) {
                   ->optionalMetadata()
                   .title,
               "test\ufffd\ufffdtitl");
+}
+
+TEST(OptionalMetadata, ofAnOggFileIsThatOfItsSound) {
+    for (const char* coding :
+         {"libvorbis clip-title.ogg", "libopus clip-title.opus", "flac clip-title.oga"}) {
+        const std::string_view words = coding;
+        const auto space = words.find(' ');
+        const auto clip = test::madeClip(std::string(words.substr(space + 1)),
+                                         "-f lavfi -i sine=d=1 -metadata title=Titled -c:a " +
+                                             std::string(words.substr(0, space)));
+        EXPECT_EQ(openSource(clip)->optionalMetadata().title, "Titled") << coding;
+    }
 }
 
 TEST(Artwork, isFoundInEachKindOfRealFile) {
@@ -220,7 +232,7 @@ fs::path songWithTwoCovers(const std::string& name) {
                            "-map", "2", "-c:v", "copy", "-disposition:v", "attached_pic"});
 }
 
-TEST(Artwork, theSecondPictureServesWhereTheFirstIsDamaged) {
+TEST(Artwork, theSecondPictureReplacesADamagedFirst) {
     const test::TemporaryFolder folder;
     for (const std::string container : {"mp3", "m4a", "flac"}) {
         SCOPED_TRACE(container);
@@ -238,7 +250,7 @@ TEST(Artwork, theSecondPictureServesWhereTheFirstIsDamaged) {
     }
 }
 
-TEST(Artwork, damagedPicturesCostNothingButTheArtwork) {
+TEST(Artwork, damagedPicturesLoseOnlyTheArtwork) {
     const test::TemporaryFolder folder;
     std::string huge = test::bytesOf(cover("blue.png", "blue"));
     huge.replace(16, 8, std::string("\0\0\xea\x60\0\0\xea\x60", 8)); // 60000 x 60000

@@ -15,7 +15,7 @@
 namespace zelvane {
 namespace {
 
-/// A track that is nothing but a stream index, with times in tenths of a second.
+/// A track with a stream index only, with times in tenths of a second.
 class StubTrack final : public MediaTrack {
   public:
     explicit StubTrack(std::uint32_t streamIndex, AVRational timeBase = {1, 10})
@@ -95,7 +95,7 @@ TEST(PacketCollection, runsFromTheLastKeyBeforeTheTargetThroughTheFirstAtOrPastI
         {"v0k v1 v2", 5, "v 0k 1 2"},
         {"", 5, ""},
         {"s0 s2", 5, "s 0 2"},
-        // Subtitles on the way stay, whatever the video's list drops.
+        // Subtitles on the way are kept when the video's list is emptied.
         {"s0 v0k s1 v3k v4 s9 v5 s6", 5, "s 0 1 9 | v 3k 4 5", 1},
         {"v0k v3", -1, "v 0k", 1},
     };
@@ -139,7 +139,7 @@ TEST(PacketCollection, beginsInTimeWithAKeyPacketShownByTheTarget) {
     }
 }
 
-TEST(PacketCollection, goesByWhenAPacketIsDecodedWhereNothingElseIsTold) {
+TEST(PacketCollection, usesDecodingTimesWithoutPresentationTimes) {
     const auto video = std::make_shared<StubTrack>(0);
     // A picture may be shown half a second after it is decoded.
     for (const auto& [decoded, expected] : {std::pair(0, true), {5, true}, {6, false}}) {
@@ -152,7 +152,7 @@ TEST(PacketCollection, goesByWhenAPacketIsDecodedWhereNothingElseIsTold) {
     }
 }
 
-TEST(SteppingBack, goesFurtherEachTimeUntilItIsEnoughOrAtTheStart) {
+TEST(SteppingBack, doublesTheStepUntilItSucceedsOrIsAtTheStart) {
     struct Case {
         int target;
         int enough;
@@ -179,14 +179,14 @@ TEST(PacketCollection, endsAtOnceWithoutATimeBase) {
     EXPECT_EQ(described(collected), "v 0k");
 }
 
-TEST(PacketCollection, throwsWhatAReadThrows) {
+TEST(PacketCollection, passesOnTheErrorOfARead) {
     PacketScript script("v0k !");
     const auto video = std::make_shared<StubTrack>(0);
     EXPECT_THROW(collectPackets(video, {}, CMTime(5, 10), [&] { return script.read(); }),
                  FFmpegError);
 }
 
-TEST(SteeringStream, isTheEarliestThatIsNotFarBehind) {
+TEST(SteeringStream, isTheEarliestWithinTenSeconds) {
     const auto at = [](double seconds) { return CMTime::fromSeconds(seconds, 1000); };
     struct Case {
         std::vector<TrackKeyframe> keyframes;

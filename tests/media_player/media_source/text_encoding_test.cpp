@@ -69,7 +69,7 @@ const KnownFile kKnownFiles[] = {
     {"wrap_sample-turkish.srt", "ISO-8859-9"},
 };
 
-TEST(TextEncoding, isRightForEachFileThatIsKnown) {
+TEST(TextEncoding, isRightForEachKnownFile) {
     ZELVANE_NEEDS_SHARED_MEDIA(media);
     for (const KnownFile& known : kKnownFiles) {
         const auto path = media / "subtitles/encodings" / known.name;
@@ -107,7 +107,7 @@ TEST(TextEncoding, ofShortAndDamagedTexts) {
         {" \r\n\n", std::nullopt},
         {"1\n00:00 --> 00:01\nplain\n", "ASCII"},
         {"Gr\xc3\xbc\xc3\x9f\x65\n", "UTF-8"},
-        // One damaged character among many is no reason to take it all for another encoding.
+        // One damaged character among many does not change the encoding.
         {"\xc3\xa4\xc3\xb6\xc3\xbc\xc3\x9f\xc3\xa4\xc3\xb6\xc3\xbc\xc3\x9f\xc3\xa4 \xff\n",
          "UTF-8"},
         {"sm\x8arg\x8cs, k\x9ar p\x8c v\x8agen n\x8ar du f\x8cr\n", "MACINTOSH"},
@@ -119,7 +119,7 @@ TEST(TextEncoding, ofShortAndDamagedTexts) {
     }
 }
 
-TEST(TextEncoding, theFormOfUnicodeShowsByMarkOrByLines) {
+TEST(TextEncoding, theUnicodeFormIsDetectedByMarkOrLines) {
     struct Case {
         std::string_view bytes;
         std::string_view encoding;
@@ -156,7 +156,7 @@ TEST(TextEncoding, theFormOfUnicodeShowsByMarkOrByLines) {
     }
 }
 
-TEST(TextEncoding, statisticsSeeTheBareWords) {
+TEST(TextEncoding, statisticsUseTheBareWords) {
     struct Case {
         std::string_view bytes;
         std::string_view words;
@@ -167,7 +167,7 @@ TEST(TextEncoding, statisticsSeeTheBareWords) {
         {"Dialogue: 0,0,0,D\xe9"
          "faut,,0,0,0,,{\\pos(1,2)}\xe9t\xe9\n",
          " \xe9t\xe9\n"},
-        // What follows a high byte may belong to it: here the halves of Shift_JIS and GB18030.
+        // The byte after a high byte may belong to it: here the halves of Shift_JIS and GB18030.
         {"\x83{\x81\x30\x81\x30\n", "\x83{\x81\x30\x81\x30\n"},
         {"\x1b$B<{\x1b(B\n", "\x1b$B<{\x1b(B\n\n"},
     };
@@ -178,7 +178,7 @@ TEST(TextEncoding, statisticsSeeTheBareWords) {
     }
 }
 
-TEST(TextEncoding, whatNobodyWritesIsOdd) {
+TEST(TextEncoding, unusualTextIsOdd) {
     EXPECT_EQ(oddness("Smörgås, l’été, Łódź, Ελλάδα, Россия", "UTF-8"), 0);
     EXPECT_EQ(oddness("こんにちは、世界", "EUC-JP"), 0);
     EXPECT_EQ(oddness("我们是在这个地方", "GB18030"), 0);
@@ -189,7 +189,7 @@ TEST(TextEncoding, whatNobodyWritesIsOdd) {
     EXPECT_GT(oddness("低議兆忖頁低頁豊", "UHC"), 0.3);
 }
 
-TEST(WebVTTBlocks, goAndLeaveTheCues) {
+TEST(WebVTTBlocks, areRemovedAndTheCuesKept) {
     struct Case {
         std::string_view text;
         std::string_view kept;

@@ -71,7 +71,7 @@ TEST(MediaCharacteristics, followTheDisposition) {
     }
 }
 
-/// A stream that no demuxer made.
+/// A stream without a demuxer.
 class StreamFixture {
   public:
     AVStream& operator*() const { return *stream_; }
@@ -133,7 +133,7 @@ TEST(VideoTrack, anAttachedPictureIsNone) {
     }
 }
 
-TEST(MediaSourceLoadError, speaksTheTextsOfItsCase) {
+TEST(MediaSourceLoadError, hasTheTextsOfItsCase) {
     using E = MediaSourceLoadError;
     const auto underlying = std::make_exception_ptr(FFmpegError::fromStatus(AVERROR(ENOENT)));
     struct Case {
