@@ -9,7 +9,7 @@
 namespace zelvane {
 namespace {
 
-constexpr std::string_view kDecodeFailure = "Failed to start decoding audio packet";
+constexpr std::string_view kSoundDecodeFailure = "Failed to start decoding audio packet";
 
 } // namespace
 
@@ -35,14 +35,14 @@ DataProvider::Feeding AudioDataProvider::provideNext() {
             [this] { return mediaSource_->readAudioPacket(selectedAudioTrack_); });
     } catch (const std::exception& error) {
         logMessage("Failed to read packet from audio track: {}.", errorDescriptionText(error));
-        return Feeding::isOver;
+        return Feeding::finished;
     }
     if (!packet) {
         feed()->finish();
-        return Feeding::isOver;
+        return Feeding::finished;
     }
-    feed()->decode(packet, kDecodeFailure);
-    return Feeding::goesOn;
+    feed()->decode(packet, kSoundDecodeFailure);
+    return Feeding::continues;
 }
 
 void AudioDataProvider::seekTracks(const CMTime& time) {
@@ -62,10 +62,10 @@ void AudioDataProvider::seekTracks(const CMTime& time) {
         }
     });
     for (const PacketRef& packet : packets) {
-        feed()->decode(packet, kDecodeFailure);
+        feed()->decode(packet, kSoundDecodeFailure);
     }
     while (!foundRelevant) {
-        if (provideNext() == Feeding::isOver) {
+        if (provideNext() == Feeding::finished) {
             stopRequestingMediaData();
             return;
         }

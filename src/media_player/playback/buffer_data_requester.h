@@ -2,43 +2,47 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 
-#include "foundation/dispatch.h"
+#include "rendering/media_data_consumer.h"
 
 namespace zelvane {
 
-/// Turns the fill level of whoever shows frames into requests to whoever reads them, for what has
-/// no pull of its own: at the low mark it asks, and the reader reads on until the high mark.
+/// The consumer's side of a subtitles renderer: turns the number of frames that it holds into
+/// requests for more. Any thread.
 ///
-///                count at or below the low mark
-///     at rest ----------------------------------> asking: the producer's block is run
-///        ^                                           |
-///        +-------------------------------------------+
-///          the block has ended; only the next change of the count, or of the producer, looks again
+///               count at or below the low mark
+///     resting --------------------------------> filling
+///        ^                                         |
+///        +-----------------------------------------+
+///               count at or above the high mark
 ///
-/// Any thread.
-class BufferDataRequester {
+/// The count includes frames on their way to the renderer, so that a busy main thread is not sent
+/// the whole file.
+class BufferDataRequester final : public MediaDataConsumer {
   public:
-    /// Who is asked: `block` runs on `queue`.
-    struct DataProducer {
-        std::shared_ptr<dispatch::Queue> queue;
-        dispatch::Task block;
-    };
-
     /// Marks in frames.
     BufferDataRequester(int lowWaterMark, int highWaterMark);
+    ~BufferDataRequester() override;
+    BufferDataRequester(const BufferDataRequester&) = delete;
+    BufferDataRequester& operator=(const BufferDataRequester&) = delete;
 
-    /// How many frames are held now.
-    void setBufferCount(int bufferCount) const;
-    /// Nobody is asked without a producer.
-    void setDataProducer(std::optional<DataProducer> dataProducer) const;
-    /// Whether a reader shall go on that has handed on `underWay` frames which are not counted yet.
-    bool shouldProvideMoreData(int underWay = 0) const;
+    bool isReadyForMoreMediaData() const override;
+    void requestMediaDataWhenReady(std::shared_ptr<dispatch::Queue> queue,
+                                   dispatch::Task block) override;
+    void stopRequestingMediaData() override;
+
+    /// The number of frames that the renderer holds now.
+    void setBufferCount(int bufferCount);
+    int bufferCount() const;
+    /// A frame is sent to the renderer, which does not count it yet.
+    void willDeliver();
+    /// Runs `addFrame`, in which the renderer may count the frame or drop it. Balances one
+    /// willDeliver().
+    void deliver(const dispatch::Task& addFrame);
 
   private:
-    class Internals;
-    std::shared_ptr<Internals> internals_;
+    class State;
+    const std::shared_ptr<State> state_;
 };
 
 } // namespace zelvane

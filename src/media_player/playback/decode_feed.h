@@ -9,25 +9,25 @@
 
 namespace zelvane {
 
-/// A decode session whose buffers go to a renderer, or, while a seek looks for its target, to
-/// whoever judges them. Used on its provider's queue.
+/// A decode session whose buffers go to a renderer or, while a seek searches for its target, to a
+/// receiver that examines them. Used on its provider's queue.
 class DecodeFeed {
   public:
     using Receiver = CoreMediaCompatibleDecodeSession::SampleBufferHandler;
 
-    /// Begins with a flushed decoder, which outlives this. `witness` sees each buffer first,
-    /// wherever it goes; it may be empty.
+    /// Begins with a flushed decoder, which outlives this. `witness` sees each buffer first;
+    /// it may be empty.
     DecodeFeed(CoreMediaCompatibleDecoder& decoder,
                std::shared_ptr<QueuedSampleBufferRendering> renderer, Receiver witness);
     DecodeFeed(const DecodeFeed&) = delete;
     DecodeFeed& operator=(const DecodeFeed&) = delete;
 
-    /// A packet that cannot be decoded is logged, as "<failure>: <error>.", and costs a gap.
+    /// A packet that cannot be decoded is logged as "<failure>: <error>." and leaves a gap.
     void decode(const PacketRef& packet, std::string_view failure);
-    /// Gives what the decoder has ready now, not when it has to.
+    /// Delivers what the decoder has ready.
     void deliverReady() { session_.deliverReady(); }
-    /// Gives what the decoder still holds; a failure ends that silently. Nothing more can be
-    /// decoded before a flush.
+    /// Delivers what the decoder still holds; a failure ends that silently. A flush is needed
+    /// before more is decoded.
     void finish();
     void flush();
     bool isFinished() const { return isFinished_; }

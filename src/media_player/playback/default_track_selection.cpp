@@ -83,8 +83,10 @@ void selectAccessibilitySubtitles(const Tracks<SubtitlesTrack>& tracks,
     constexpr MediaCharacteristics kSounds{
         MediaCharacteristics::describesMusicAndSoundForAccessibility};
     auto dialog = accessibilityTrack(tracks, preferences, kDialog);
-    const bool doesDialogTellSounds = dialog && dialog->mediaCharacteristics().contains(kSounds);
-    auto sounds = doesDialogTellSounds ? nullptr : accessibilityTrack(tracks, preferences, kSounds);
+    const bool doesDialogDescribeSounds =
+        dialog && dialog->mediaCharacteristics().contains(kSounds);
+    auto sounds =
+        doesDialogDescribeSounds ? nullptr : accessibilityTrack(tracks, preferences, kSounds);
     if (!dialog) {
         std::swap(dialog, sounds);
     }

@@ -9,17 +9,17 @@
 
 namespace zelvane {
 
-/// What a person asked the system for.
+/// What the user asked the system for.
 struct TrackPreferences {
     /// Canonical, best first.
     std::vector<std::string> languages;
-    /// What subtitles shall tell beside the words.
+    /// What subtitles should contain besides the words.
     MediaCharacteristics captioningCharacteristics;
-    /// What the sound shall tell beside itself.
+    /// What the sound should contain besides the sound of the film.
     MediaCharacteristics audibleCharacteristics;
 };
 
-/// The tracks that a player begins with.
+/// The tracks that a player starts with; each may be null.
 struct TrackSelection {
     std::shared_ptr<VideoTrack> video;
     std::shared_ptr<AudioTrack> audio;
@@ -27,8 +27,8 @@ struct TrackSelection {
     std::shared_ptr<SubtitlesTrack> secondarySubtitles;
 };
 
-/// Chooses what plays when nobody has chosen: sound in a language that the person speaks, and
-/// subtitles where there is none, or where the person needs them.
+/// The selection where the user has made none: sound in a preferred language, and subtitles where
+/// no sound has one, or where the preferences ask for them.
 TrackSelection
 selectDefaultTracks(const std::vector<std::shared_ptr<VideoTrack>>& videoTracks,
                     const std::vector<std::shared_ptr<AudioTrack>>& audioTracks,

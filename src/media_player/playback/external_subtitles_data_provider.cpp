@@ -7,172 +7,99 @@
 #include "foundation/log.h"
 
 namespace zelvane {
+namespace {
+
+constexpr std::string_view kSideFileDecodeFailure = "Failed to decode external subtitles packet";
+
+} // namespace
 
 ExternalSubtitlesDataProvider::ExternalSubtitlesDataProvider(
     const std::shared_ptr<PacketSource>& mediaSource,
     std::shared_ptr<SubtitlesRenderer> subtitlesRenderer)
-    : subtitlesRenderer_(std::move(subtitlesRenderer)), startTime_(mediaSource->startTime()),
-      queue_(dispatch::makeSerialQueue("External Subtitles Data Provider Queue")) {}
+    : PullDrivenProvider(dispatch::makeSerialQueue("External Subtitles Data Provider Queue"),
+                         subtitlesRenderer->mediaDataRequester()),
+      subtitlesRenderer_(std::move(subtitlesRenderer)), startTime_(mediaSource->startTime()) {}
 
-ExternalSubtitlesDataProvider::~ExternalSubtitlesDataProvider() {
-    stopAsking();
-}
-
-void ExternalSubtitlesDataProvider::perform(bool cancelling, dispatch::Task task) {
-    if (cancelling) {
-        shouldCancelProvideFunction_.store(true);
-    }
-    queue_->async([weakSelf = weak_from_this(), task = std::move(task)] {
-        if (const auto self = weakSelf.lock()) {
-            self->shouldCancelProvideFunction_.store(false);
-        }
-        task();
-    });
-}
-
-void ExternalSubtitlesDataProvider::setSubtitlesTrack(
-    const std::shared_ptr<SubtitlesTrack>& track) {
-    assert(queue_->isCurrent());
-    selectedSubtitlesTrack_ = std::dynamic_pointer_cast<ExternalSubtitlesTrack>(track);
-    if (track && !selectedSubtitlesTrack_) {
+void ExternalSubtitlesDataProvider::setSubtitlesTrack(std::shared_ptr<SubtitlesTrack> track) {
+    assert(isOnQueue());
+    selectedSubtitlesTrack_ = std::move(track);
+    externalTrack_ = selectedSubtitlesTrack_ ? selectedSubtitlesTrack_->asExternal() : nullptr;
+    if (selectedSubtitlesTrack_ && externalTrack_ == nullptr) {
         fatalError("A subtitles track of the media itself cannot be read as one of a side file.");
     }
-    if (selectedSubtitlesTrack_) {
-        selectedSubtitlesTrack_->decoder().flush();
+    if (hasTrack()) {
+        externalTrack_->decoder().flush();
     }
     subtitlesRenderer_->removeAllSubtitles();
-    stopAsking();
-    if (selectedSubtitlesTrack_) {
-        startAsking();
+    stopRequestingMediaData();
+    if (hasTrack()) {
+        requestMediaData();
     }
 }
 
-void ExternalSubtitlesDataProvider::setSubtitlesTrack(
-    const std::shared_ptr<SubtitlesTrack>& track,
-    const std::shared_ptr<dispatch::Queue>& completionQueue, dispatch::Task completion) {
-    setSubtitlesTrack(track);
-    completionQueue->async(std::move(completion));
+PullDrivenProvider::Feeding ExternalSubtitlesDataProvider::provideNext() {
+    SubtitlesFrames frames;
+    const Feeding feeding = readNext(frames);
+    show(std::move(frames));
+    return feeding;
 }
 
-void ExternalSubtitlesDataProvider::startAsking() {
-    isAsking_ = true;
-    subtitlesRenderer_->mediaDataRequester().setDataProducer(
-        BufferDataRequester::DataProducer{queue_, [weakSelf = weak_from_this()] {
-                                              if (const auto self = weakSelf.lock()) {
-                                                  self->provideData();
-                                              }
-                                          }});
-}
-
-void ExternalSubtitlesDataProvider::stopAsking() {
-    isAsking_ = false;
-    subtitlesRenderer_->mediaDataRequester().setDataProducer(std::nullopt);
-}
-
-void ExternalSubtitlesDataProvider::provideData() {
-    assert(queue_->isCurrent());
-    if (!selectedSubtitlesTrack_) {
-        stopAsking();
-    }
-    while (isAsking_ && !shouldCancelProvideFunction_.load()) {
-        const int underWay = *framesUnderWay_;
-        if (!subtitlesRenderer_->mediaDataRequester().shouldProvideMoreData(underWay)) {
-            if (underWay > 0) {
-                provideDataOnceFramesArrive();
-            }
-            return;
-        }
-        const Provided provided = provideNext();
-        for (const SubtitlesFrameRef& frame : provided.frames) {
-            show(frame);
-        }
-        if (provided.isOver) {
-            stopAsking();
-        }
-    }
-}
-
-/// Frames that are over by the time they arrive leave the renderer at once, and its count may never
-/// come down to the low mark again: so this looks once more, behind all that is under way.
-void ExternalSubtitlesDataProvider::provideDataOnceFramesArrive() {
-    dispatch::mainQueue()->async([weakSelf = weak_from_this()] {
-        if (const auto self = weakSelf.lock()) {
-            self->queue_->async([weakSelf] {
-                if (const auto strongSelf = weakSelf.lock()) {
-                    strongSelf->provideData();
-                }
-            });
-        }
-    });
-}
-
-ExternalSubtitlesDataProvider::Provided ExternalSubtitlesDataProvider::provideNext() {
-    const auto& source = selectedSubtitlesTrack_->externalMediaSource();
+PullDrivenProvider::Feeding ExternalSubtitlesDataProvider::readNext(SubtitlesFrames& frames) const {
+    const auto& source = externalTrack_->externalMediaSource();
     std::optional<PacketSource::TrackPacket> packet;
     try {
         packet = source->visualTracksQueue()->sync([&] {
-            return source->readVisualPacket(nullptr,
-                                            {selectedSubtitlesTrack_->externalMediaSourceTrack()});
+            return source->readVisualPacket(nullptr, {externalTrack_->externalMediaSourceTrack()});
         });
     } catch (const std::exception& error) {
         logMessage("Failed to read packet from external subtitles track: {}.",
                    errorDescriptionText(error));
-        return {{}, true};
+        return Feeding::finished;
     }
-    return packet ? Provided{decode(*packet->packet), false} : drain();
+    if (!packet) {
+        decode(Packet(), "Failed to dequeue remaining frames from subtitles frame decoder", frames);
+        return Feeding::finished;
+    }
+    decode(*packet->packet, kSideFileDecodeFailure, frames);
+    return Feeding::continues;
 }
 
-ExternalSubtitlesDataProvider::Provided ExternalSubtitlesDataProvider::drain() const {
+void ExternalSubtitlesDataProvider::decode(const Packet& packet, std::string_view failure,
+                                           SubtitlesFrames& frames) const {
     try {
-        return {selectedSubtitlesTrack_->decoder().decode(Packet()), true};
+        const SubtitlesFrames decoded = externalTrack_->decoder().decode(packet);
+        frames.insert(frames.end(), decoded.begin(), decoded.end());
     } catch (const std::exception& error) {
-        logMessage("Failed to dequeue remaining frames from subtitles frame decoder: {}.",
-                   errorDescriptionText(error));
-        return {{}, true};
+        logMessage("{}: {}.", failure, errorDescriptionText(error));
     }
 }
 
-SubtitlesFrames ExternalSubtitlesDataProvider::decode(const Packet& packet) const {
-    try {
-        return selectedSubtitlesTrack_->decoder().decode(packet);
-    } catch (const std::exception& error) {
-        logMessage("Failed to decode external subtitles packet: {}.", errorDescriptionText(error));
-        return {};
-    }
-}
-
-void ExternalSubtitlesDataProvider::seek(const CMTime& time, bool shouldProvideData,
-                                         const std::shared_ptr<dispatch::Queue>& completionQueue,
-                                         dispatch::Task completion) {
-    assert(queue_->isCurrent());
-    if (selectedSubtitlesTrack_) {
-        stopAsking();
-        // The block cannot run before this task ends, so asking first loses no call.
-        startAsking();
-        selectedSubtitlesTrack_->decoder().flush();
-        subtitlesRenderer_->removeAllSubtitles();
-        seekTrack(time - startTime_);
-        if (shouldProvideData) {
-            provideData();
-        }
-    }
-    completionQueue->async(std::move(completion));
+void ExternalSubtitlesDataProvider::startOver(const CMTime& time) {
+    externalTrack_->decoder().flush();
+    subtitlesRenderer_->removeAllSubtitles();
+    seekTrack(time - startTime_);
 }
 
 void ExternalSubtitlesDataProvider::seekTrack(const CMTime& time) {
     SubtitlesFrames frames;
-    if (seekSource(time, frames)) {
-        collectFrames(std::move(frames), time);
+    if (!seekSource(time, frames)) {
+        return;
     }
+    while (frames.empty() || frames.back()->startTime < time) {
+        if (readNext(frames) == Feeding::finished) {
+            stopRequestingMediaData();
+            break;
+        }
+    }
+    show({firstRelevantFrame(frames, time), frames.cend()});
 }
 
 bool ExternalSubtitlesDataProvider::seekSource(const CMTime& time, SubtitlesFrames& frames) const {
-    const auto& source = selectedSubtitlesTrack_->externalMediaSource();
+    const auto& source = externalTrack_->externalMediaSource();
     PacketSource::CollectedPackets collected;
     try {
         collected = source->visualTracksQueue()->sync([&] {
-            return source->seekVisual(nullptr,
-                                      {selectedSubtitlesTrack_->externalMediaSourceTrack()}, time);
+            return source->seekVisual(nullptr, {externalTrack_->externalMediaSourceTrack()}, time);
         });
     } catch (const std::exception& error) {
         logMessage("Failed to seek external subtitles track: {}.", errorDescriptionText(error));
@@ -180,40 +107,20 @@ bool ExternalSubtitlesDataProvider::seekSource(const CMTime& time, SubtitlesFram
     }
     for (const auto& [track, packets] : collected) {
         for (const PacketRef& packet : packets) {
-            const SubtitlesFrames decoded = decode(*packet);
-            frames.insert(frames.end(), decoded.begin(), decoded.end());
+            decode(*packet, kSideFileDecodeFailure, frames);
         }
     }
     return true;
 }
 
-void ExternalSubtitlesDataProvider::collectFrames(SubtitlesFrames frames, const CMTime& time) {
-    while (frames.empty() || frames.back()->startTime < time) {
-        const Provided provided = provideNext();
-        frames.insert(frames.end(), provided.frames.begin(), provided.frames.end());
-        if (provided.isOver) {
-            stopAsking();
-            break;
-        }
-    }
-    for (auto frame = firstRelevantFrame(frames, time); frame != frames.cend(); ++frame) {
-        show(*frame);
-    }
-}
-
-void ExternalSubtitlesDataProvider::show(SubtitlesFrameRef frame) const {
+void ExternalSubtitlesDataProvider::show(SubtitlesFrames frames) const {
     if (startTime_ != kCMTimeZero) {
-        frame = std::make_shared<const SubtitlesFrame>(SubtitlesFrame{
-            frame->startTime + startTime_, frame->endTime + startTime_, frame->subtitles});
-    }
-    ++*framesUnderWay_;
-    dispatch::mainQueue()->async([renderer = std::weak_ptr(subtitlesRenderer_),
-                                  underWay = framesUnderWay_, frame = std::move(frame)] {
-        if (const auto strongRenderer = renderer.lock()) {
-            strongRenderer->addSubtitlesFrame(frame);
+        for (SubtitlesFrameRef& frame : frames) {
+            frame = std::make_shared<const SubtitlesFrame>(SubtitlesFrame{
+                frame->startTime + startTime_, frame->endTime + startTime_, frame->subtitles});
         }
-        --*underWay;
-    });
+    }
+    SubtitlesRenderer::sendFrames(subtitlesRenderer_, frames);
 }
 
 } // namespace zelvane

@@ -5,19 +5,10 @@
 #include <utility>
 
 #include "foundation/log.h"
+#include "foundation/playback_preferences.h"
 
 namespace zelvane {
 namespace {
-
-ClockedRenderer<AudioRendering> makeAudioRenderer(const MediaPlayerEnvironment& environment) {
-    auto renderer = environment.makeAudioRenderer();
-    renderer.rendering->setAudioTimePitchAlgorithm(
-        AVAudioTimePitchAlgorithm::AVAudioTimePitchAlgorithmSpectral);
-    return renderer;
-}
-
-constexpr std::string_view kAudioSpatializationAllowedDidChangeNotification =
-    "zelvane.PlaybackPreferences.audioSpatializationAllowedDidChangeNotification";
 
 std::string flushTimeText(const Notification& notification) {
     const auto found = notification.userInfo.find(kAudioRendererFlushTimeKey);
@@ -26,10 +17,17 @@ std::string flushTimeText(const Notification& notification) {
     return time != nullptr ? fmt::format("{}", time->seconds()) : "[nil]";
 }
 
+void requireMainQueue() {
+    if (!dispatch::mainQueue()->isCurrent()) {
+        fatalError("A media player is made on the main queue.");
+    }
+}
+
 } // namespace
 
 std::shared_ptr<MediaPlayer> MediaPlayer::create(MediaPlayerEnvironment environment,
-                                                 std::shared_ptr<PacketSource> mediaSource) {
+                                                 std::shared_ptr<PlayableSource> mediaSource) {
+    requireMainQueue();
     auto player =
         std::make_shared<MediaPlayer>(Key{}, std::move(environment), std::move(mediaSource));
     player->observe();
@@ -39,32 +37,27 @@ std::shared_ptr<MediaPlayer> MediaPlayer::create(MediaPlayerEnvironment environm
 }
 
 MediaPlayer::MediaPlayer(Key /*key*/, MediaPlayerEnvironment environment,
-                         std::shared_ptr<PacketSource> mediaSource)
-    : environment_(std::move(environment)), displayLayer_(environment_.makeDisplayLayer()),
-      audioRenderer_(makeAudioRenderer(environment_)),
-      renderSynchronizer_(environment_.makeRenderSynchronizer()),
+                         std::shared_ptr<PlayableSource> mediaSource)
+    : environment_(std::move(environment)),
       queue_(dispatch::makeSerialQueue("Media Player Queue",
                                        dispatch::QualityOfService::userInitiated)),
       automaticTerminationManager_(environment_.processInfo),
       idleSleepManager_(environment_.powerManagement), mediaSource_(std::move(mediaSource)),
-      timeObserverManager_(renderSynchronizer_, mediaSource_->startTime()) {
-    if (!dispatch::mainQueue()->isCurrent()) {
-        fatalError("A media player is made on the main queue.");
-    }
-    renderSynchronizer_->setRate(0, mediaSource_->startTime());
-    renderSynchronizer_->addRenderer(displayLayer_.synchronized);
-    renderSynchronizer_->addRenderer(audioRenderer_.synchronized);
+      timeObserverManager_(renderSynchronizer(), startTime()), state_(mediaSource_->duration()) {
+    audioRenderer()->setAudioTimePitchAlgorithm(
+        AVAudioTimePitchAlgorithm::AVAudioTimePitchAlgorithmSpectral);
+    renderSynchronizer()->setRate(0, startTime());
+    renderSynchronizer()->addRenderer(environment_.displayLayer.synchronized);
+    renderSynchronizer()->addRenderer(environment_.audioRenderer.synchronized);
     makeSubtitles(SubtitlesPosition::primary);
     makeSubtitles(SubtitlesPosition::secondary);
     visualDataProvider_ = std::make_shared<VisualDataProvider>(
-        mediaSource_, displayLayer_.rendering, at(SubtitlesPosition::primary).renderer,
+        mediaSource_, displayLayer(), at(SubtitlesPosition::primary).renderer,
         at(SubtitlesPosition::secondary).renderer);
-    audioDataProvider_ =
-        std::make_shared<AudioDataProvider>(mediaSource_, audioRenderer_.rendering);
+    audioDataProvider_ = std::make_shared<AudioDataProvider>(mediaSource_, audioRenderer());
     at(SubtitlesPosition::secondary)
         .selectedTrack.shareLock(at(SubtitlesPosition::primary).selectedTrack.lock());
-    audioRenderer_.rendering->setAllowedAudioSpatializationFormats(
-        kAVAudioSpatializationFormatsAll);
+    audioRenderer()->setAllowedAudioSpatializationFormats(kAVAudioSpatializationFormatsAll);
 }
 
 MediaPlayer::~MediaPlayer() {
@@ -82,21 +75,10 @@ void MediaPlayer::makeSubtitles(SubtitlesPosition position) {
     Subtitles& subtitles = at(position);
     subtitles.notification = isPrimary ? kSelectedPrimarySubtitlesTrackDidChangeNotification
                                        : kSelectedSecondarySubtitlesTrackDidChangeNotification;
-    subtitles.setEmbeddedTrack = isPrimary ? &VisualDataProvider::setPrimarySubtitlesTrack
-                                           : &VisualDataProvider::setSecondarySubtitlesTrack;
-    // Subtitle frames carry times on the file's own time line.
     subtitles.renderer =
-        environment_.makeSubtitlesRenderer(renderSynchronizer_, kCMTimeZero, position);
+        isPrimary ? environment_.primarySubtitlesRenderer : environment_.secondarySubtitlesRenderer;
     subtitles.dataProvider =
-        environment_.makeExternalSubtitlesDataProvider(mediaSource_, subtitles.renderer);
-}
-
-NotificationCenter::Handler MediaPlayer::handlerCalling(Method method) {
-    return [weakSelf = weak_from_this(), method](const Notification&) {
-        if (const auto self = weakSelf.lock()) {
-            (self.get()->*method)();
-        }
-    };
+        std::make_shared<ExternalSubtitlesDataProvider>(mediaSource_, subtitles.renderer);
 }
 
 std::function<void()> MediaPlayer::asyncCalling(Method method) {
@@ -113,36 +95,63 @@ void MediaPlayer::observe() {
     endTimeObserver_ = timeObserverManager_.addBoundaryTimeObserver(
         {mediaSource_->duration()}, queue_, [weakSelf = weak_from_this()] {
             if (const auto self = weakSelf.lock()) {
-                self->clockDidReachEnd();
+                self->perform(self->state_.clockDidReachEnd());
             }
         });
     NotificationCenter& center = NotificationCenter::shared();
-    notificationObservers_.push_back(center.addObserver(
-        std::string(kRenderSynchronizerRateDidChangeNotification), renderSynchronizer_.get(),
-        nullptr, handlerCalling(&MediaPlayer::synchronizerRateDidChange)));
-    notificationObservers_.push_back(
-        center.addObserver(std::string(kAudioRendererWasFlushedAutomaticallyNotification),
-                           audioRenderer_.rendering.get(), nullptr,
-                           [weakSelf = weak_from_this()](const Notification& notification) {
-                               if (const auto self = weakSelf.lock()) {
-                                   self->audioRendererWasFlushedAutomatically(notification);
-                               }
-                           }));
-    notificationObservers_.push_back(center.addObserver(
-        std::string(kAudioSpatializationAllowedDidChangeNotification), nullptr, nullptr,
-        [reseek = asyncCalling(&MediaPlayer::reseekToCurrentTime)](const Notification&) {
-            reseek();
-        }));
+    const auto add = [&](std::string_view name, const void* object, auto handle) {
+        notificationObservers_.push_back(
+            center.addObserver(std::string(name), object, nullptr,
+                               [weakSelf = weak_from_this(), handle](const Notification& posted) {
+                                   if (const auto self = weakSelf.lock()) {
+                                       handle(*self, posted);
+                                   }
+                               }));
+    };
+    add(kRenderSynchronizerRateDidChangeNotification, renderSynchronizer().get(),
+        [](MediaPlayer& self, const auto&) { self.synchronizerRateDidChange(); });
+    add(kAudioRendererWasFlushedAutomaticallyNotification, audioRenderer().get(),
+        [](MediaPlayer& self, const auto& posted) {
+            self.audioRendererWasFlushedAutomatically(posted);
+        });
+    add(kAudioRendererVolumeDidChangeNotification, audioRenderer().get(),
+        [](MediaPlayer& self, const auto&) { self.post(kVolumeDidChangeNotification); });
+    add(kAudioSpatializationAllowedDidChangeNotification, nullptr,
+        [](MediaPlayer& self, const auto&) {
+            self.asyncCalling (&MediaPlayer::reseekToCurrentTime)();
+        });
 }
 
 void MediaPlayer::observePlatform() {
-    userSpecifiedTextStyleObserver_ =
-        environment_.observeUserSpecifiedTextStyle(asyncCalling(&MediaPlayer::reseekToCurrentTime));
+    if (environment_.textStyleUpdateNotifier) {
+        userSpecifiedTextStyleObserver_ =
+            environment_.textStyleUpdateNotifier->addMediaPlayerObserver(
+                asyncCalling(&MediaPlayer::reseekToCurrentTime));
+    }
     for (const std::string_view name :
          {kWorkspaceWillSleepNotification, kWorkspaceSessionDidResignActiveNotification}) {
         notificationObservers_.push_back(environment_.workspaceNotificationCenter->addObserver(
-            std::string(name), nullptr, nullptr, handlerCalling(&MediaPlayer::pauseSynchronously)));
+            std::string(name), nullptr, nullptr, [weakSelf = weak_from_this()](const auto&) {
+                if (const auto self = weakSelf.lock()) {
+                    self->pauseSynchronously();
+                }
+            }));
     }
+}
+
+std::vector<NotificationObserver>
+MediaPlayer::observeNotifications(const std::shared_ptr<dispatch::Queue>& queue,
+                                  const NotificationCenter::Handler& handler) const {
+    std::vector<NotificationObserver> observers;
+    for (const std::string_view name :
+         {kSelectedVideoTrackDidChangeNotification, kSelectedAudioTrackDidChangeNotification,
+          kSelectedPrimarySubtitlesTrackDidChangeNotification,
+          kSelectedSecondarySubtitlesTrackDidChangeNotification, kRateDidChangeNotification,
+          kDidSeekNotification, kVolumeDidChangeNotification}) {
+        observers.push_back(
+            NotificationCenter::shared().addObserver(std::string(name), this, queue, handler));
+    }
+    return observers;
 }
 
 void MediaPlayer::post(std::string_view notification) {
@@ -155,65 +164,34 @@ void MediaPlayer::post(std::string_view notification) {
 }
 
 CMTime MediaPlayer::currentTime() const {
-    return renderSynchronizer_->currentTime() - mediaSource_->startTime();
+    return renderSynchronizer()->currentTime() - startTime();
 }
 
-bool MediaPlayer::isSeeking() const {
-    return isSeekingInteractively_ || isPerformingSeekOperation_ || isPerformingPostSeekOperation_;
+PlaybackState::Clock MediaPlayer::clock() const {
+    assert(queue_->isCurrent());
+    return {renderSynchronizer()->rate(), currentTime()};
 }
 
 float MediaPlayer::rate() const {
-    assert(queue_->isCurrent());
-    return isSeeking() ? desiredRateAfterSeeking_ : renderSynchronizer_->rate();
+    return state_.rate(clock());
 }
 
 float MediaPlayer::desiredPlaybackRate() const {
     assert(queue_->isCurrent());
-    return desiredPlaybackRate_;
+    return state_.desiredPlaybackRate();
 }
 
 void MediaPlayer::setDesiredPlaybackRate(float rate) {
-    assert(queue_->isCurrent());
-    desiredPlaybackRate_ = rate;
-    if (isPlaying()) {
-        play();
-    }
-}
-
-void MediaPlayer::setSynchronizerRate(float rate, std::optional<CMTime> time) {
-    assert(queue_->isCurrent());
-    logMessage("{}: Setting synchronizer rate to {:g}.", objectIdentifier("MediaPlayer", this),
-               rate);
-    recentlyChangedSynchronizerRate_ = rate;
-    if (time) {
-        renderSynchronizer_->setRate(rate, *time);
-    } else {
-        renderSynchronizer_->setRate(rate);
-    }
+    perform(state_.setDesiredPlaybackRate(rate, clock()));
 }
 
 void MediaPlayer::play() {
-    assert(queue_->isCurrent());
-    if (mediaSource_->duration() > kCMTimeZero) {
-        if (!isSeeking() && currentTime() >= mediaSource_->duration()) {
-            seekTo(kCMTimeZero);
-        }
-        if (isSeeking()) {
-            desiredRateAfterSeeking_ = desiredPlaybackRate_;
-        } else {
-            setSynchronizerRate(desiredPlaybackRate_);
-        }
-    }
-    playbackStateDidChange();
+    perform(state_.play(clock()));
 }
 
 void MediaPlayer::pause() {
-    if (isSeeking()) {
-        desiredRateAfterSeeking_ = 0;
-    } else {
-        setSynchronizerRate(0);
-    }
-    playbackStateDidChange();
+    assert(queue_->isCurrent());
+    perform(state_.pause());
 }
 
 void MediaPlayer::togglePlayPause() {
@@ -224,19 +202,26 @@ void MediaPlayer::togglePlayPause() {
     }
 }
 
-void MediaPlayer::clockDidReachEnd() {
-    // A seek that was asked for in this very moment has moved the clock away from the end.
-    if (!isSeeking()) {
-        handleEndOfMedia();
+void MediaPlayer::perform(const PlaybackState::Actions& actions) {
+    for (const PlaybackState::Action& action : actions) {
+        std::visit([this](const auto& each) { perform(each); }, action);
     }
 }
 
-void MediaPlayer::handleEndOfMedia() {
-    setSynchronizerRate(0, mediaSource_->startTime() + mediaSource_->duration());
-    pause();
+void MediaPlayer::perform(const PlaybackState::SetClockRate& action) {
+    assert(queue_->isCurrent());
+    logMessage("{}: Setting synchronizer rate to {:g}.", objectIdentifier("MediaPlayer", this),
+               action.rate);
+    rateSettingThread_ = std::this_thread::get_id();
+    if (action.time) {
+        renderSynchronizer()->setRate(action.rate, startTime() + *action.time);
+    } else {
+        renderSynchronizer()->setRate(action.rate);
+    }
+    rateSettingThread_ = std::thread::id();
 }
 
-void MediaPlayer::playbackStateDidChange() {
+void MediaPlayer::perform(const PlaybackState::ReportRate& /*action*/) {
     if (isPlaying()) {
         automaticTerminationManager_.disable("Started playing media.");
         idleSleepManager_.preventSleep("Zelvane Player started playing media.");
@@ -254,24 +239,17 @@ void MediaPlayer::playbackStateDidChange() {
 }
 
 void MediaPlayer::synchronizerRateDidChange() {
+    const float rate = renderSynchronizer()->rate();
     logMessage("{}: Synchronizer rate did change to {:g}.", objectIdentifier("MediaPlayer", this),
-               renderSynchronizer_->rate());
-    asyncCalling (&MediaPlayer::handleSynchronizerRateChange)();
-}
-
-void MediaPlayer::handleSynchronizerRateChange() {
-    const float rate = renderSynchronizer_->rate();
-    if (recentlyChangedSynchronizerRate_ == rate) {
-        recentlyChangedSynchronizerRate_.reset();
+               rate);
+    if (rateSettingThread_ == std::this_thread::get_id()) {
         return;
     }
-    // Two changes of our own that follow each other closely are announced twice after the second:
-    // the later echo tells of a clock that stands, as it shall during a seek, and of nobody's wish.
-    if (isSeeking() && rate != 0) {
-        desiredRateAfterSeeking_ = rate;
-        setSynchronizerRate(0);
-    }
-    playbackStateDidChange();
+    queue_->async([weakSelf = weak_from_this(), rate] {
+        if (const auto self = weakSelf.lock()) {
+            self->perform(self->state_.clockRateDidChange(rate));
+        }
+    });
 }
 
 void MediaPlayer::audioRendererWasFlushedAutomatically(const Notification& notification) {
@@ -294,12 +272,16 @@ bool MediaPlayer::pictureInPictureControllerIsPlaybackPaused() const {
 
 void MediaPlayer::requestAudioRoutingOwnership(
     const std::shared_ptr<dispatch::Queue>& completionQueue, dispatch::Task completion) {
-    ownsAudioRouting_ = true;
+    if (ownsAudioRouting_.exchange(true)) {
+        completionQueue->async(std::move(completion));
+        return;
+    }
     environment_.audioRouting->requestOwnership(completionQueue, std::move(completion));
 }
 
-void makeMediaPlayer(MediaPlayerEnvironment environment, std::shared_ptr<PacketSource> mediaSource,
-                     TrackSelection tracks, std::optional<CMTime> initialTime,
+void makeMediaPlayer(MediaPlayerEnvironment environment,
+                     std::shared_ptr<PlayableSource> mediaSource, TrackSelection tracks,
+                     std::optional<CMTime> initialTime,
                      std::shared_ptr<dispatch::Queue> completionQueue,
                      std::function<void(std::shared_ptr<MediaPlayer>)> completion) {
     dispatch::mainQueue()->async([environment = std::move(environment),
@@ -307,17 +289,14 @@ void makeMediaPlayer(MediaPlayerEnvironment environment, std::shared_ptr<PacketS
                                   initialTime, completionQueue = std::move(completionQueue),
                                   completion = std::move(completion)] {
         const auto player = MediaPlayer::create(environment, mediaSource);
-        player->setSelectedVideoTrack(tracks.video);
-        player->setSelectedAudioTrack(tracks.audio);
-        player->setSelectedSubtitlesTrack(SubtitlesPosition::primary, tracks.primarySubtitles);
-        player->setSelectedSubtitlesTrack(SubtitlesPosition::secondary, tracks.secondarySubtitles);
         const auto finish = [player, completionQueue, completion] {
             player->requestAudioRoutingOwnership(completionQueue,
                                                  [player, completion] { completion(player); });
         };
         if (initialTime) {
-            player->seekSynchronouslyTo(*initialTime, completionQueue, finish);
+            player->selectInitialTracks(tracks, *initialTime, completionQueue, finish);
         } else {
+            player->selectInitialTracks(tracks, kCMTimeZero, nullptr, nullptr);
             finish();
         }
     });

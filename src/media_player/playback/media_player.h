@@ -7,49 +7,36 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 #include <string_view>
+#include <thread>
 #include <variant>
 #include <vector>
 
+#include "media_player/media_source/playable_source.h"
 #include "media_player/playback/audio_data_provider.h"
 #include "media_player/playback/default_track_selection.h"
+#include "media_player/playback/external_subtitles_data_provider.h"
 #include "media_player/playback/media_player_environment.h"
-#include "media_player/playback/seek_operation.h"
+#include "media_player/playback/playback_state.h"
+#include "media_player/playback/subtitles_position.h"
 #include "media_player/playback/time_observer_manager.h"
 #include "media_player/playback/visual_data_provider.h"
 
 namespace zelvane {
 
-/// Shows the picture in a window of its own, above the player that it was set on.
+/// Shows the picture in a window of its own, above the player that it is set on.
 class PictureInPictureControlling {
   public:
     virtual ~PictureInPictureControlling() = default;
-    /// Reads anew whether the player plays. Main queue.
+    /// Reads again whether the player plays. Main queue.
     virtual void invalidatePlaybackState() = 0;
 };
 
 /// Plays one media source: owns the clock, the renderers and the providers that feed them, and
-/// decides at what rate the clock runs. Used on its queue() unless a line says otherwise; callers
-/// wrap each call in a sync() there. Nothing on that queue waits for the main queue.
+/// performs what PlaybackState decides. Used on its queue() unless a line says otherwise; callers
+/// wrap each call in a sync() there. That queue never waits for the main queue.
 ///
 /// All times are relative to the media's start: 0 is its first moment, the duration its end.
-///
-/// Whether it plays is not stored: it is the rate of the clock, and while a seek has stopped the
-/// clock, the rate to resume at.
-///
-///            seek, clock stops at the target
-///     idle ----------------------------------> seeking <--+ newer target waits: the next seek
-///      ^                                        |    |    |
-///      |  restart at the desired rate,          |    +----+ all providers are done
-///      +----------------------------------------+
-///      |  or stop at the end                    |  while dragging
-///      |                                        v
-///      +------------------------------- dragging, at rest  <-- beginInteractiveSeeking
-///         endInteractiveSeeking
-///
-/// One seek at most is at work in the providers, and one waits. A newer one takes the place of the
-/// waiting one and answers for it: its completions run too, in order, after the newer one.
 class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     struct Key {};
 
@@ -73,13 +60,15 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     static constexpr std::string_view kRateDidChangeNotification =
         "zelvane.MediaPlayer.rateDidChange";
     static constexpr std::string_view kDidSeekNotification = "zelvane.MediaPlayer.didSeek";
+    static constexpr std::string_view kVolumeDidChangeNotification =
+        "zelvane.MediaPlayer.volumeDidChange";
 
-    /// A paused player at the start of the source, without tracks. Main queue; anywhere else it
-    /// stops the process. Most callers want makeMediaPlayer().
+    /// A paused player at the start of the source, without tracks. Main queue; any other stops the
+    /// process. Most callers want makeMediaPlayer().
     static std::shared_ptr<MediaPlayer> create(MediaPlayerEnvironment environment,
-                                               std::shared_ptr<PacketSource> mediaSource);
+                                               std::shared_ptr<PlayableSource> mediaSource);
     MediaPlayer(Key key, MediaPlayerEnvironment environment,
-                std::shared_ptr<PacketSource> mediaSource);
+                std::shared_ptr<PlayableSource> mediaSource);
     /// On any thread.
     ~MediaPlayer();
     MediaPlayer(const MediaPlayer&) = delete;
@@ -87,13 +76,17 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
 
     // These never change; any thread.
     const std::shared_ptr<dispatch::Queue>& queue() const { return queue_; }
-    const std::shared_ptr<PacketSource>& mediaSource() const { return mediaSource_; }
-    const std::shared_ptr<VideoRendering>& displayLayer() const { return displayLayer_.rendering; }
+    const std::shared_ptr<PlayableSource>& mediaSource() const { return mediaSource_; }
+    /// Where the media begins on the file's own time line, which is that of the clock.
+    CMTime startTime() const { return mediaSource_->startTime(); }
+    const std::shared_ptr<VideoRendering>& displayLayer() const {
+        return environment_.displayLayer.rendering;
+    }
     const std::shared_ptr<AudioRendering>& audioRenderer() const {
-        return audioRenderer_.rendering;
+        return environment_.audioRenderer.rendering;
     }
     const std::shared_ptr<RenderSynchronizer>& renderSynchronizer() const {
-        return renderSynchronizer_;
+        return environment_.renderSynchronizer;
     }
     const TimeObserverManager& timeObserverManager() const { return timeObserverManager_; }
     const std::shared_ptr<SubtitlesRenderer>& subtitlesRenderer(SubtitlesPosition position) const {
@@ -102,36 +95,43 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     /// Any thread.
     CMTime currentTime() const;
 
-    /// The rate of playing as a person sees it, which a seek does not change.
+    /// Calls `handler` for each notification of this player, until the result is destroyed: on
+    /// `queue`, or on a thread that is not the main one if there is none. Any thread.
+    [[nodiscard]] std::vector<NotificationObserver>
+    observeNotifications(const std::shared_ptr<dispatch::Queue>& queue,
+                         const NotificationCenter::Handler& handler) const;
+
+    /// The rate of playing as the user sees it, which a seek does not change.
     float rate() const;
     bool isPlaying() const { return rate() > 0; }
-    /// What playing means; takes effect at once when the player plays.
+    /// The rate that play() sets. A change takes effect at once while the player plays.
     float desiredPlaybackRate() const;
     void setDesiredPlaybackRate(float rate);
     void play();
     void pause();
     void togglePlayPause();
 
-    /// Stops the clock at the nearest time within the media at once, and lets it go on once all
+    /// Stops the clock at the nearest time within the media at once, and restarts it when all
     /// providers have handed on their first data. `completion`, if there is one, runs on
-    /// `completionQueue` when the player has settled on this or a later target; it tells no
-    /// failure.
+    /// `completionQueue`, or on the main queue without one, when the player has settled on this or
+    /// a later target, whether or not the seek succeeded.
     void seekTo(const CMTime& time, std::shared_ptr<dispatch::Queue> completionQueue = nullptr,
                 dispatch::Task completion = nullptr);
-    /// Relative to where the clock stands, which is the target of the latest seek.
+    /// Relative to the clock's time, which is the target of the latest seek.
     void seekBy(const SeekUnits& units);
     /// seekTo(), called off the queue.
     void seekSynchronouslyTo(const CMTime& time,
                              const std::shared_ptr<dispatch::Queue>& completionQueue,
                              const dispatch::Task& completion);
-    /// Throws away and builds anew all that is queued in the renderers.
+    /// Drops everything queued in the renderers and queues it again.
     void reseekToCurrentTime();
-    /// A drag begins: the clock stands until it ends.
+    /// A drag begins: the clock is stopped until it ends.
     void beginInteractiveSeeking();
     void endInteractiveSeeking();
+    bool isSeekingInteractively() const;
 
-    // The selections: any thread but tasks of queue(). A track that was chosen before changes
-    // nothing; any other is told by its notification, and shows at once.
+    // The selections: any thread except tasks of queue(). Selecting the present track changes
+    // nothing; any other selection posts its notification and is shown at once.
     std::shared_ptr<VideoTrack> selectedVideoTrack() const { return selectedVideoTrack_.load(); }
     void setSelectedVideoTrack(std::shared_ptr<VideoTrack> track);
     std::shared_ptr<AudioTrack> selectedAudioTrack() const { return selectedAudioTrack_.load(); }
@@ -139,10 +139,25 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     std::shared_ptr<SubtitlesTrack> selectedSubtitlesTrack(SubtitlesPosition position) const {
         return at(position).selectedTrack.load();
     }
+    /// `didTakeOver` runs on a thread that is not the main one when the provider of a side file has
+    /// taken the track over; for any other track it does not run.
     void setSelectedSubtitlesTrack(SubtitlesPosition position,
-                                   std::shared_ptr<SubtitlesTrack> track);
+                                   std::shared_ptr<SubtitlesTrack> track,
+                                   const dispatch::Task& didTakeOver = nullptr);
 
-    // Picture in Picture: any thread but tasks of queue().
+    /// Selects the tracks of a new player and seeks once for all of them, to `time`. `completion`
+    /// is that of seekTo(). Before another thread knows the player.
+    void selectInitialTracks(const TrackSelection& tracks, const CMTime& time,
+                             const std::shared_ptr<dispatch::Queue>& completionQueue,
+                             const dispatch::Task& completion);
+
+    // The volume of this player's stream at the sound server, as AudioRendering has it. Any thread.
+    float volume() const { return audioRenderer()->volume(); }
+    void setVolume(float volume) { audioRenderer()->setVolume(volume); }
+    bool isMuted() const { return audioRenderer()->isMuted(); }
+    void setMuted(bool isMuted) { audioRenderer()->setMuted(isMuted); }
+
+    // Picture in Picture: any thread except tasks of queue().
     std::shared_ptr<PictureInPictureControlling> pictureInPictureController() const {
         return pictureInPictureController_.load();
     }
@@ -152,21 +167,23 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     void pictureInPictureControllerSetPlaying(bool isPlaying);
     bool pictureInPictureControllerIsPlaybackPaused() const;
 
-    /// Asks, on behalf of this player, for the sound's route; the player gives it back when it
-    /// goes. Any thread.
+    /// Requests the ownership of audio routing for this player, which releases it when it is
+    /// destroyed. A player that has it already only runs the completion. Any thread.
     void requestAudioRoutingOwnership(const std::shared_ptr<dispatch::Queue>& completionQueue,
                                       dispatch::Task completion);
 
   private:
     using Method = void (MediaPlayer::*)();
 
-    /// What belongs to one of the two places for subtitles.
+    /// What belongs to one of the two positions of subtitles.
     struct Subtitles {
         std::string_view notification;
-        void (VisualDataProvider::*setEmbeddedTrack)(std::shared_ptr<SubtitlesTrack>);
         std::shared_ptr<SubtitlesRenderer> renderer;
-        std::shared_ptr<SubtitlesDataProvider> dataProvider;
+        std::shared_ptr<ExternalSubtitlesDataProvider> dataProvider;
         Atomic<std::shared_ptr<SubtitlesTrack>> selectedTrack;
+        /// Entered until the provider of the track before the selected one has given it up. By the
+        /// lock of `selectedTrack`.
+        dispatch::Group leaving;
     };
     Subtitles& at(SubtitlesPosition position) {
         return subtitles_.at(static_cast<std::size_t>(position));
@@ -178,45 +195,35 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     void makeSubtitles(SubtitlesPosition position);
     void observe();
     void observePlatform();
-    /// A notification handler that calls `method` here, or on the queue, while the player lives.
-    NotificationCenter::Handler handlerCalling(Method method);
+    /// Calls `method` on the queue while the player lives.
     std::function<void()> asyncCalling(Method method);
     void post(std::string_view notification);
 
-    bool isSeeking() const;
-    void setSynchronizerRate(float rate, std::optional<CMTime> time = std::nullopt);
-    void handleEndOfMedia();
-    void clockDidReachEnd();
-    void playbackStateDidChange();
+    PlaybackState::Clock clock() const;
+    void perform(const PlaybackState::Actions& actions);
+    void perform(const PlaybackState::SetClockRate& action);
+    void perform(const PlaybackState::StartSeek& action);
+    void perform(const PlaybackState::ReportRate& action);
+
     void synchronizerRateDidChange();
-    void handleSynchronizerRateChange();
     void audioRendererWasFlushedAutomatically(const Notification& notification);
     void pauseSynchronously();
-
-    void performNextSeekOperation();
-    void seekProvider(const std::shared_ptr<DataProviding>& provider, const CMTime& time,
+    void seekProvider(const std::shared_ptr<PullDrivenProvider>& provider, const CMTime& time,
                       const dispatch::Group& group);
     void finishSeekOperation(const std::vector<SeekOperation::CompletionHandlerInfo>& handlers);
-    void beginPostSeekOperation();
-    void performPostSeekOperation();
 
-    /// The provider of the old track counts in `leaving` until it is done; that of the new one
-    /// waits for it.
-    void willChangeSubtitlesTrack(Subtitles& subtitles, const std::shared_ptr<SubtitlesTrack>& old,
-                                  const dispatch::Group& leaving);
+    void willChangeSubtitlesTrack(SubtitlesPosition position,
+                                  const std::shared_ptr<SubtitlesTrack>& old);
     void didChangeSubtitlesTrack(SubtitlesPosition position,
                                  const std::shared_ptr<SubtitlesTrack>& track,
-                                 const dispatch::Group& leaving);
+                                 const dispatch::Task& didTakeOver);
     void selectionDidChange(bool hasTrack, std::string_view notification);
 
     const MediaPlayerEnvironment environment_;
-    const ClockedRenderer<VideoRendering> displayLayer_;
-    const ClockedRenderer<AudioRendering> audioRenderer_;
-    const std::shared_ptr<RenderSynchronizer> renderSynchronizer_;
     const std::shared_ptr<dispatch::Queue> queue_;
     AutomaticTerminationManager automaticTerminationManager_;
     IdleSleepManager idleSleepManager_;
-    const std::shared_ptr<PacketSource> mediaSource_;
+    const std::shared_ptr<PlayableSource> mediaSource_;
     const TimeObserverManager timeObserverManager_;
     std::shared_ptr<VisualDataProvider> visualDataProvider_;
     std::shared_ptr<AudioDataProvider> audioDataProvider_;
@@ -227,14 +234,11 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
     /// By SubtitlesPosition. The two selections share one lock, so that they change as a pair.
     std::array<Subtitles, 2> subtitles_;
 
-    float desiredPlaybackRate_ = 1;
-    float desiredRateAfterSeeking_ = 1;
-    bool isSeekingInteractively_ = false;
-    bool isPerformingSeekOperation_ = false;
-    bool isPerformingPostSeekOperation_ = false;
-    std::optional<SeekOperation> nextSeekOperation_;
-    /// The rate last given to the clock, until the clock has announced it.
-    std::optional<float> recentlyChangedSynchronizerRate_;
+    PlaybackState state_;
+    /// The thread that sets the clock's rate for this player now. The clock announces a change on
+    /// the thread that makes it, so that all other announcements are of changes from outside.
+    std::atomic<std::thread::id> rateSettingThread_;
+    bool isSelectingInitialTracks_ = false;
 
     std::atomic<bool> ownsAudioRouting_{false};
     TimeObserverManager::ObserverRef endTimeObserver_;
@@ -243,10 +247,11 @@ class MediaPlayer : public std::enable_shared_from_this<MediaPlayer> {
 };
 
 /// Makes a player on the main queue, selects the tracks, seeks to `initialTime` if there is one,
-/// asks for the sound's route, and hands the player to `completion` on `completionQueue`. Any
-/// thread.
-void makeMediaPlayer(MediaPlayerEnvironment environment, std::shared_ptr<PacketSource> mediaSource,
-                     TrackSelection tracks, std::optional<CMTime> initialTime,
+/// requests the ownership of audio routing, and gives the player to `completion` on
+/// `completionQueue`. Any thread.
+void makeMediaPlayer(MediaPlayerEnvironment environment,
+                     std::shared_ptr<PlayableSource> mediaSource, TrackSelection tracks,
+                     std::optional<CMTime> initialTime,
                      std::shared_ptr<dispatch::Queue> completionQueue,
                      std::function<void(std::shared_ptr<MediaPlayer>)> completion);
 

@@ -11,22 +11,14 @@ void MediaPlayer::seekTo(const CMTime& time, std::shared_ptr<dispatch::Queue> co
                          dispatch::Task completion) {
     assert(queue_->isCurrent());
     if (mediaSource_->duration() < kCMTimeZero) {
-        fatalError("Media of a negative duration cannot be sought in.");
+        fatalError("A seek in media of a negative duration is impossible.");
     }
-    const CMTime target = clampedSeekTarget(time, mediaSource_->duration());
-    if (!isSeeking()) {
-        desiredRateAfterSeeking_ = renderSynchronizer_->rate();
-    }
-    setSynchronizerRate(0, mediaSource_->startTime() + target);
     std::optional<SeekOperation::CompletionHandlerInfo> handler;
     if (completion) {
-        handler = {std::move(completionQueue), std::move(completion)};
+        handler = {completionQueue ? std::move(completionQueue) : dispatch::mainQueue(),
+                   std::move(completion)};
     }
-    nextSeekOperation_ = foldedSeekOperation(std::exchange(nextSeekOperation_, std::nullopt),
-                                             target, std::move(handler));
-    if (!isPerformingSeekOperation_ && !isPerformingPostSeekOperation_) {
-        performNextSeekOperation();
-    }
+    perform(state_.seek(time, std::move(handler), clock()));
 }
 
 void MediaPlayer::seekBy(const SeekUnits& units) {
@@ -47,43 +39,29 @@ void MediaPlayer::seekSynchronouslyTo(const CMTime& time,
 }
 
 void MediaPlayer::reseekToCurrentTime() {
-    // Whoever asks has changed what is read, or how it looks.
+    // What is read, or how it looks, has changed.
     visualDataProvider_->perform(false,
                                  [provider = visualDataProvider_] { provider->forgetRecent(); });
     seekTo(currentTime());
 }
 
 void MediaPlayer::beginInteractiveSeeking() {
-    assert(queue_->isCurrent());
-    if (!isSeeking()) {
-        desiredRateAfterSeeking_ = renderSynchronizer_->rate();
-    }
-    setSynchronizerRate(0);
-    isSeekingInteractively_ = true;
+    perform(state_.beginInteractiveSeeking(clock()));
     visualDataProvider_->setIsScrubbing(true);
 }
 
 void MediaPlayer::endInteractiveSeeking() {
-    assert(queue_->isCurrent());
-    isSeekingInteractively_ = false;
     visualDataProvider_->setIsScrubbing(false);
-    if (!isPerformingSeekOperation_ && !isPerformingPostSeekOperation_) {
-        beginPostSeekOperation();
-    }
+    perform(state_.endInteractiveSeeking(clock()));
 }
 
-void MediaPlayer::performNextSeekOperation() {
+bool MediaPlayer::isSeekingInteractively() const {
     assert(queue_->isCurrent());
-    if (!nextSeekOperation_) {
-        isPerformingSeekOperation_ = false;
-        if (!isSeekingInteractively_ && !isPerformingPostSeekOperation_) {
-            beginPostSeekOperation();
-        }
-        return;
-    }
-    isPerformingSeekOperation_ = true;
-    SeekOperation operation = *std::exchange(nextSeekOperation_, std::nullopt);
-    const CMTime target = mediaSource_->startTime() + operation.targetTime;
+    return state_.isSeekingInteractively();
+}
+
+void MediaPlayer::perform(const PlaybackState::StartSeek& action) {
+    const CMTime target = startTime() + action.operation.targetTime;
     const dispatch::Group group;
     seekProvider(visualDataProvider_, target, group);
     seekProvider(audioDataProvider_, target, group);
@@ -91,19 +69,19 @@ void MediaPlayer::performNextSeekOperation() {
         seekProvider(subtitles.dataProvider, target, group);
     }
     group.notify(queue_,
-                 [weakSelf = weak_from_this(), handlers = std::move(operation.completionHandlers)] {
+                 [weakSelf = weak_from_this(), handlers = action.operation.completionHandlers] {
                      if (const auto self = weakSelf.lock()) {
                          self->finishSeekOperation(handlers);
                      }
                  });
 }
 
-void MediaPlayer::seekProvider(const std::shared_ptr<DataProviding>& provider, const CMTime& time,
-                               const dispatch::Group& group) {
+void MediaPlayer::seekProvider(const std::shared_ptr<PullDrivenProvider>& provider,
+                               const CMTime& time, const dispatch::Group& group) {
     group.enter();
     provider->perform(true, [weakProvider = std::weak_ptr(provider), time, group, queue = queue_] {
         if (const auto strongProvider = weakProvider.lock()) {
-            strongProvider->seek(time, false, queue, [group] { group.leave(); });
+            strongProvider->seek(time, queue, [group] { group.leave(); });
         }
     });
 }
@@ -114,23 +92,7 @@ void MediaPlayer::finishSeekOperation(
         queue->async(handler);
     }
     post(kDidSeekNotification);
-    performNextSeekOperation();
-}
-
-void MediaPlayer::beginPostSeekOperation() {
-    isPerformingPostSeekOperation_ = true;
-    performPostSeekOperation();
-}
-
-void MediaPlayer::performPostSeekOperation() {
-    isPerformingPostSeekOperation_ = false;
-    if (isSeekingInteractively_ || isPerformingSeekOperation_) {
-        performNextSeekOperation();
-    } else if (currentTime() < mediaSource_->duration()) {
-        setSynchronizerRate(desiredRateAfterSeeking_);
-    } else {
-        handleEndOfMedia();
-    }
+    perform(state_.providersDidSeek(clock()));
 }
 
 } // namespace zelvane

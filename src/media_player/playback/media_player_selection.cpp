@@ -19,24 +19,38 @@ void performCancelling(const std::shared_ptr<Provider>& provider, Work work) {
 
 constexpr auto kNothing = [](const auto&) {};
 
-/// Keeps `group` entered until the work that holds this is gone, whether it ran or not.
+/// Keeps `group` entered until the task that holds this is destroyed, whether it ran or not.
 std::shared_ptr<void> membership(const dispatch::Group& group) {
     group.enter();
     return {nullptr, [group](std::nullptr_t) { group.leave(); }};
 }
 
-SubtitlesPosition otherPosition(SubtitlesPosition position) {
-    return position == SubtitlesPosition::primary ? SubtitlesPosition::secondary
-                                                  : SubtitlesPosition::primary;
-}
-
 } // namespace
 
 void MediaPlayer::selectionDidChange(bool hasTrack, std::string_view notification) {
-    if (hasTrack) {
+    if (hasTrack && !isSelectingInitialTracks_) {
         queue_->sync([this] { reseekToCurrentTime(); });
     }
     post(notification);
+}
+
+void MediaPlayer::selectInitialTracks(const TrackSelection& tracks, const CMTime& time,
+                                      const std::shared_ptr<dispatch::Queue>& completionQueue,
+                                      const dispatch::Task& completion) {
+    // The providers begin when the seek is in their queues: else they decode the first samples
+    // twice.
+    const dispatch::Group seekIsQueued;
+    const auto member = membership(seekIsQueued);
+    const auto waitForSeek = [seekIsQueued] { seekIsQueued.wait(); };
+    visualDataProvider_->perform(false, waitForSeek);
+    audioDataProvider_->perform(false, waitForSeek);
+    isSelectingInitialTracks_ = true;
+    setSelectedVideoTrack(tracks.video);
+    setSelectedAudioTrack(tracks.audio);
+    setSelectedSubtitlesTrack(SubtitlesPosition::primary, tracks.primarySubtitles);
+    setSelectedSubtitlesTrack(SubtitlesPosition::secondary, tracks.secondarySubtitles);
+    isSelectingInitialTracks_ = false;
+    seekSynchronouslyTo(time, completionQueue, completion);
 }
 
 void MediaPlayer::setSelectedVideoTrack(std::shared_ptr<VideoTrack> track) {
@@ -50,8 +64,7 @@ void MediaPlayer::setSelectedVideoTrack(std::shared_ptr<VideoTrack> track) {
                 subtitles.renderer->setVideoDimensions(newTrack->dimensions());
             }
         }
-        audioRenderer_.rendering->setAllowedAudioSpatializationFormats(
-            kAVAudioSpatializationFormatsAll);
+        audioRenderer()->setAllowedAudioSpatializationFormats(kAVAudioSpatializationFormatsAll);
     };
     if (selectedVideoTrack_.compareAndChange(std::move(track), kNothing, didChange)) {
         selectionDidChange(hasTrack, kSelectedVideoTrackDidChangeNotification);
@@ -71,62 +84,69 @@ void MediaPlayer::setSelectedAudioTrack(std::shared_ptr<AudioTrack> track) {
 }
 
 void MediaPlayer::setSelectedSubtitlesTrack(SubtitlesPosition position,
-                                            std::shared_ptr<SubtitlesTrack> track) {
+                                            std::shared_ptr<SubtitlesTrack> track,
+                                            const dispatch::Task& didTakeOver) {
     const bool hasTrack = track != nullptr;
     Subtitles& subtitles = at(position);
-    // Two providers may share a renderer, each on a queue of its own. The one that goes has to be
-    // done before the other begins, or it clears what the other has shown. Work waits only for work
-    // that was handed to its queue earlier, so no circle can form.
-    const dispatch::Group leaving;
     const auto willChange = [&](const std::shared_ptr<SubtitlesTrack>& oldTrack) {
-        willChangeSubtitlesTrack(subtitles, oldTrack, leaving);
+        willChangeSubtitlesTrack(position, oldTrack);
     };
     const auto didChange = [&](const std::shared_ptr<SubtitlesTrack>& newTrack) {
-        didChangeSubtitlesTrack(position, newTrack, leaving);
+        didChangeSubtitlesTrack(position, newTrack, didTakeOver);
     };
     if (subtitles.selectedTrack.compareAndChange(std::move(track), willChange, didChange)) {
         selectionDidChange(hasTrack, subtitles.notification);
     }
 }
 
-void MediaPlayer::willChangeSubtitlesTrack(Subtitles& subtitles,
-                                           const std::shared_ptr<SubtitlesTrack>& old,
-                                           const dispatch::Group& leaving) {
-    const auto member = membership(leaving);
+void MediaPlayer::willChangeSubtitlesTrack(SubtitlesPosition position,
+                                           const std::shared_ptr<SubtitlesTrack>& old) {
+    Subtitles& subtitles = at(position);
+    subtitles.leaving = dispatch::Group();
+    const auto member = membership(subtitles.leaving);
     if (old && old->isExternal()) {
-        performCancelling(subtitles.dataProvider, [member](SubtitlesDataProvider& provider) {
-            provider.setSubtitlesTrack(nullptr);
-        });
-        return;
-    }
-    const auto setEmbeddedTrack = subtitles.setEmbeddedTrack;
-    performCancelling(visualDataProvider_,
-                      [member, setEmbeddedTrack](VisualDataProvider& provider) {
-                          (provider.*setEmbeddedTrack)(nullptr);
-                      });
-}
-
-void MediaPlayer::didChangeSubtitlesTrack(SubtitlesPosition position,
-                                          const std::shared_ptr<SubtitlesTrack>& track,
-                                          const dispatch::Group& leaving) {
-    if (!track || !track->isExternal()) {
-        const auto setEmbeddedTrack = at(position).setEmbeddedTrack;
-        performCancelling(visualDataProvider_,
-                          [track, setEmbeddedTrack, leaving](VisualDataProvider& provider) {
-                              leaving.wait();
-                              (provider.*setEmbeddedTrack)(track);
+        performCancelling(subtitles.dataProvider,
+                          [member](ExternalSubtitlesDataProvider& provider) {
+                              provider.setSubtitlesTrack(nullptr);
                           });
         return;
     }
-    const SubtitlesPosition other = otherPosition(position);
-    if (at(other).selectedTrack.load() == track) {
-        // A side file that moves leaves its old place, and is loaded when it is chosen once more.
-        setSelectedSubtitlesTrack(other, nullptr);
+    performCancelling(visualDataProvider_, [member, position](VisualDataProvider& provider) {
+        provider.setSubtitlesTrack(position, nullptr);
+    });
+}
+
+/// Two providers may share a renderer, or a side file's decoder, each on its own queue: the new one
+/// waits until those of both positions have given up what they had. Each task waits only for tasks
+/// that were queued before it under the same lock, so that no cycle can form.
+void MediaPlayer::didChangeSubtitlesTrack(SubtitlesPosition position,
+                                          const std::shared_ptr<SubtitlesTrack>& track,
+                                          const dispatch::Task& didTakeOver) {
+    const auto waitForOthers = [own = at(position).leaving,
+                                other = at(otherPosition(position)).leaving] {
+        own.wait();
+        other.wait();
+    };
+    if (!track || !track->isExternal()) {
+        performCancelling(visualDataProvider_,
+                          [track, position, waitForOthers](VisualDataProvider& provider) {
+                              waitForOthers();
+                              provider.setSubtitlesTrack(position, track);
+                          });
         return;
     }
-    performCancelling(at(position).dataProvider, [track, leaving](SubtitlesDataProvider& provider) {
-        leaving.wait();
+    if (at(otherPosition(position)).selectedTrack.load() == track) {
+        // A side file that moves leaves its old position, and is loaded when it is selected again.
+        setSelectedSubtitlesTrack(otherPosition(position), nullptr);
+        return;
+    }
+    performCancelling(at(position).dataProvider, [track, waitForOthers, didTakeOver](
+                                                     ExternalSubtitlesDataProvider& provider) {
+        waitForOthers();
         provider.setSubtitlesTrack(track);
+        if (didTakeOver) {
+            dispatch::globalQueue(dispatch::QualityOfService::userInteractive)->async(didTakeOver);
+        }
     });
 }
 

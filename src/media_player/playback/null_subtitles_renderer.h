@@ -5,10 +5,10 @@
 
 namespace zelvane {
 
-/// Shows nothing, and is full for ever, so that nobody reads for it.
+/// Shows nothing, and counts as full, so that no side file is read for it.
 class NullSubtitlesRenderer final : public SubtitlesRenderer {
   public:
-    NullSubtitlesRenderer() { mediaDataRequester().setBufferCount(kHighWaterMark); }
+    NullSubtitlesRenderer() { mediaDataRequester()->setBufferCount(kHighWaterMark); }
     void addSubtitlesFrame(SubtitlesFrameRef /*frame*/) override {}
     void removeAllSubtitles() override {}
     void setVideoDimensions(const VideoDimensions& /*dimensions*/) override {}

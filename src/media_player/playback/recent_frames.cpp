@@ -4,13 +4,15 @@
 #include <algorithm>
 #include <iterator>
 
+#include "media_player/playback/seek_relevance.h"
+
 namespace zelvane {
 namespace {
 
-/// By its own word; the newest frame has no next one that could tell.
+/// By its own duration: the newest frame has no successor.
 bool lastsAt(const CMSampleBuffer& frame, const CMTime& time) {
     const CMTime end = frame.presentationTimeStamp() + frame.duration();
-    return end.isNumeric() && time < end;
+    return end.isNumeric() && time < end && !mayEndAt(frame, time);
 }
 
 } // namespace

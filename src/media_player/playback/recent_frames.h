@@ -9,41 +9,40 @@
 
 namespace zelvane {
 
-/// The pictures that a decoder gave last, without a hole between them, so that a seek among them
-/// needs no decoding: the decoder stands right behind the newest. They share their memory with the
-/// renderer's queue. Used on one queue.
+/// The latest pictures of a decoder, without a gap, so that a seek among them needs no decoding.
+/// The decoder's position is directly after the newest. The renderer's queue shares their memory.
+/// Used on one queue.
 ///
 ///     | oldest ... answered by the last seek ... newest |  <- decoder
 class RecentFrames {
   public:
-    /// Bounded by bytes. While frames only follow each other, as in playback, fewer are kept than
-    /// around a seek, where a step back is likely.
+    /// In bytes. In playback fewer frames are kept than around a seek, where a step back is likely.
     struct Limits {
         std::size_t bytes = std::size_t{31} << 20;
         std::size_t bytesInPlayback = std::size_t{13} << 20;
-        /// After more than this many frames behind a seek's answer playback is taken to go on:
-        /// more than a renderer reads ahead while the clock stands.
+        /// More frames than this after a seek's answer mean that playback continues. It is more
+        /// than a renderer reads ahead while the clock is stopped.
         std::size_t framesAfterSeek = 7;
     };
 
     RecentFrames() = default;
     explicit RecentFrames(const Limits& limits) : limits_(limits) {}
 
-    /// Until endSeek(), what comes leads to the answer of a seek.
+    /// Until endSeek(), added frames lead to the answer of a seek.
     void beginSeek();
     void endSeek();
-    /// The decoder's next picture. Where its time does not follow on, all before it is forgotten;
-    /// so is everything at a picture on a device, since a decoder has few of those.
+    /// Adds the decoder's next picture. All earlier ones are dropped if its time is not later, and
+    /// all are dropped if it is on a device, because a decoder has few of those.
     void add(const CMSampleBufferRef& frame);
     void clear();
 
-    /// What is seen at `time` and all that follows; empty when that is not known here.
+    /// The frame shown at `time` and all later ones; empty if that is not known.
     std::vector<CMSampleBufferRef> from(const CMTime& time) const;
-    /// Null when there are none.
+    /// Null if there is none.
     CMSampleBufferRef newest() const { return frames_.empty() ? nullptr : frames_.back(); }
     CMSampleBufferRef oldest() const { return frames_.empty() ? nullptr : frames_.front(); }
-    /// How many frames before the answer of a seek are kept: what follows it needs its room too.
-    /// As many as there are, before the size of a frame is known.
+    /// How many frames before the answer of a seek can be kept beside those that follow it. Not
+    /// limited before the size of a frame is known.
     std::size_t capacityBefore() const;
 
   private:
@@ -53,7 +52,7 @@ class RecentFrames {
     Limits limits_;
     std::deque<CMSampleBufferRef> frames_;
     std::size_t bytes_ = 0;
-    /// Of the frame that came last.
+    /// Of the latest frame.
     std::size_t bytesPerFrame_ = 1;
     std::size_t framesSinceSeek_ = 0;
     bool isSeeking_ = false;

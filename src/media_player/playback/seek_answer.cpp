@@ -6,7 +6,6 @@
 #include "media_player/playback/seek_relevance.h"
 
 namespace zelvane {
-
 SeekAnswer::SeekAnswer(const CMTime& target, bool takesLater, Receiver receiver)
     : target_(target), takesLater_(takesLater), receiver_(std::move(receiver)) {}
 
@@ -14,10 +13,12 @@ void SeekAnswer::add(const CMSampleBufferRef& picture) {
     if (state_ == State::tooLate) {
         return;
     }
-    if (!isRelevantForSeeking(*picture, target_)) {
-        if (state_ == State::searching) {
-            before_ = picture;
-        }
+    const bool isRelevant = isRelevantForSeeking(*picture, target_);
+    if (state_ == State::searching && (!isRelevant || mayEndAt(*picture, target_))) {
+        before_ = picture;
+        return;
+    }
+    if (!isRelevant) {
         return;
     }
     if (state_ == State::searching && picture->presentationTimeStamp() > target_) {
@@ -32,7 +33,7 @@ void SeekAnswer::add(const CMSampleBufferRef& picture) {
 }
 
 void SeekAnswer::finish() {
-    if (state_ == State::searching && before_ && !before_->duration().isValid()) {
+    if (state_ == State::searching && before_) {
         take(before_);
     }
 }

@@ -7,31 +7,33 @@
 
 namespace zelvane {
 
-/// Picks, of the pictures that a seek decodes in order, the one that is seen at its target, and
-/// hands on that one and all that follow. Seen is what straight playback would show: the picture
-/// that holds the target, or, where none does, the last one before the gap. Knows no decoder.
+/// Selects the picture of a seek's target among the pictures that are decoded in order, and passes
+/// on that one and all later ones. It is the picture that straight playback shows at that time: the
+/// one that contains the target or, in a gap, the last one before the gap. Does not depend on a
+/// decoder.
 ///
 ///     searching --- a picture holds the target, or the gap around it has ended ---> found
 ///         |
-///         +--- the first picture of all lies behind the target, and may not ---> too late
+///         +--- the first picture is after the target, and earlier ones exist ---> too late
 class SeekAnswer {
   public:
     using Receiver = std::function<void(const CMSampleBufferRef&)>;
 
-    /// With `takesLater` the first picture of all is taken wherever it lies: nothing earlier can be
-    /// decoded.
+    /// With `takesLater` the first picture is accepted even if it is after the target, because
+    /// nothing earlier can be decoded.
     SeekAnswer(const CMTime& target, bool takesLater, Receiver receiver);
 
     /// The next picture. One that ends before it begins stops the process.
     void add(const CMSampleBufferRef& picture);
-    /// There are no more. The last picture is taken if nothing says that it has ended.
+    /// The stream has ended. The last picture is taken: playback shows it until the clock stops.
     void finish();
 
     const CMTime& target() const { return target_; }
+    bool takesLater() const { return takesLater_; }
     bool isFound() const { return state_ == State::found; }
-    /// The decoder has to start earlier: what it gave cannot be trusted to be the answer.
+    /// The decoder has to start earlier: its first picture is after the target.
     bool isTooLate() const { return state_ == State::tooLate; }
-    /// Whether any picture came.
+    /// Whether any picture was added.
     bool hasSeenPictures() const { return before_ != nullptr || state_ != State::searching; }
 
   private:
@@ -42,7 +44,7 @@ class SeekAnswer {
     bool takesLater_;
     Receiver receiver_;
     State state_ = State::searching;
-    /// The last that began before the target and does not hold it.
+    /// The last picture that began before the target and may not contain it.
     CMSampleBufferRef before_;
 };
 

@@ -30,7 +30,7 @@ CMTime frameStep(std::optional<AVRational> frameRate, std::int64_t count) {
     const AVRational rate = isKnown ? *frameRate : kUnknownFrameRate;
     std::int64_t value = 0;
     if (__builtin_mul_overflow(std::int64_t{rate.den}, count, &value)) {
-        fatalError("A step of that many frames cannot be told as a time.");
+        fatalError("The duration of a step of that many frames overflows.");
     }
     return {value, rate.num};
 }

@@ -12,7 +12,7 @@
 
 namespace zelvane {
 
-/// A seek that waits for its turn, with the completions of all requests that it answers.
+/// A waiting seek, with the completions of all requests that it serves.
 struct SeekOperation {
     struct CompletionHandlerInfo {
         std::shared_ptr<dispatch::Queue> queue;
@@ -25,16 +25,16 @@ struct SeekOperation {
     std::vector<CompletionHandlerInfo> completionHandlers;
 };
 
-/// What waits once a newer target is asked for: that target, and all completions so far. None of
-/// them is ever dropped.
+/// The waiting operation after a request for a newer target: that target, and all completions so
+/// far. No completion is ever dropped.
 SeekOperation foldedSeekOperation(std::optional<SeekOperation> waiting, const CMTime& targetTime,
                                   std::optional<SeekOperation::CompletionHandlerInfo> completion);
 
-/// The target within media of that duration.
+/// The nearest time to the target within media of that duration.
 CMTime clampedSeekTarget(const CMTime& target, const CMTime& duration);
 
-/// How long `count` frames last, less than nothing for a negative count; at 24000/1000 frames a
-/// second when no rate is known. A product beyond 64 bits stops the process.
+/// The duration of `count` frames, negative for a negative count; at 24000/1000 frames a second
+/// when no rate is known. A product that overflows 64 bits stops the process.
 CMTime frameStep(std::optional<AVRational> frameRate, std::int64_t count);
 
 } // namespace zelvane

@@ -31,6 +31,13 @@ bool isRelevantForSeeking(const CMSampleBuffer& sampleBuffer, const CMTime& targ
     return start > target;
 }
 
+bool mayEndAt(const CMSampleBuffer& sampleBuffer, const CMTime& time) {
+    constexpr CMTime kRounding(1, 1000);
+    const CMTime start = sampleBuffer.presentationTimeStamp();
+    const CMTime end = start + sampleBuffer.duration();
+    return end.isNumeric() && start + kRounding < time && time < end && end - time <= kRounding;
+}
+
 SubtitlesFrames::const_iterator firstRelevantFrame(const SubtitlesFrames& frames,
                                                    const CMTime& target) {
     const auto latest = std::find_if(frames.rbegin(), frames.rend(),

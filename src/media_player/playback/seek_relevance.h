@@ -12,6 +12,10 @@ namespace zelvane {
 /// begins after it. A buffer that ends before it begins stops the process.
 bool isRelevantForSeeking(const CMSampleBuffer& sampleBuffer, const CMTime& target);
 
+/// Whether `time` is so close to the end of a buffer that holds it that the next one may begin
+/// there already: stamps are rounded to a millisecond in many files, durations are not.
+bool mayEndAt(const CMSampleBuffer& sampleBuffer, const CMTime& time);
+
 using SubtitlesFrames = std::vector<SubtitlesFrameRef>;
 
 /// The frame, of those that a seek to `target` has decoded, from which on they shall be shown: the

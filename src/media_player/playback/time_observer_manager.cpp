@@ -7,8 +7,8 @@
 namespace zelvane {
 namespace {
 
-/// What the block of a one-shot observer shares with whoever is still installing it. The fields are
-/// settled once `installed` is.
+/// Shared by the block of a one-shot observer and the call that installs it. The fields are final
+/// once `installed` is counted down.
 struct OneShot {
     std::latch installed{1};
     bool didFireImmediately = false;
@@ -53,8 +53,8 @@ TimeObserverManager::addOneShotBoundaryTimeObserver(const CMTime& time,
                                                     std::function<void()> block) const {
     const CMTime target = startTime_ + time;
     const auto oneShot = std::make_shared<OneShot>();
-    // A boundary that the clock passes while this runs may fire right away, or never; the block
-    // waits until it is known which.
+    // A boundary that the clock passes during this call may fire at once, or never: the block waits
+    // until that is known.
     oneShot->observer = addBoundaryTimeObserver({time}, queue, [manager = *this, oneShot, block] {
         oneShot->installed.wait();
         if (!oneShot->didFireImmediately && manager.removeTimeObserver(*oneShot->observer)) {

@@ -11,11 +11,11 @@
 namespace zelvane {
 
 /// Calls closures at media times, which are given and reported relative to a start time. A value:
-/// copies reach the same clock. Any thread. Whoever adds an observer removes it: an observer
-/// belongs to the clock, and neither a seek nor its own destruction ends it.
+/// copies use the same clock. Any thread. The caller removes what it adds: an observer belongs to
+/// the clock, and neither a seek nor the destruction of the Observer removes it.
 class TimeObserverManager {
   public:
-    /// One closure on the clock. Opaque to its holder.
+    /// One closure on the clock. Opaque to its owner.
     class Observer {
       private:
         friend class TimeObserverManager;
@@ -28,7 +28,7 @@ class TimeObserverManager {
                         const CMTime& startTime);
 
     /// Calls `block` with the relative time whenever the clock has moved by `interval`, and after a
-    /// jump. No queue is the main queue.
+    /// jump. A null queue means the main queue.
     [[nodiscard]] ObserverRef
     addPeriodicTimeObserver(const CMTime& interval, std::shared_ptr<dispatch::Queue> queue,
                             std::function<void(const CMTime&)> block) const;
@@ -39,8 +39,9 @@ class TimeObserverManager {
                                                       std::shared_ptr<dispatch::Queue> queue,
                                                       std::function<void()> block) const;
 
-    /// Calls `block` once: when the clock crosses `time`, or at once if that has gone by. Must not
-    /// be called by a task of `queue` that is the queue's only way forward.
+    /// Calls `block` once: when the clock crosses `time`, or at once if `time` is in the past. Must
+    /// not be called by a task of `queue` if that is a serial queue: the block waits on it until
+    /// this has returned.
     [[nodiscard]] ObserverRef
     addOneShotBoundaryTimeObserver(const CMTime& time,
                                    const std::shared_ptr<dispatch::Queue>& queue,

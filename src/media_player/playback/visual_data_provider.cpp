@@ -1,43 +1,38 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "media_player/playback/visual_data_provider.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "foundation/log.h"
+#include "media_player/media_source/stepping_back.h"
 
 namespace zelvane {
 namespace {
 
-constexpr std::size_t kPrimary = 0;
-constexpr std::size_t kSecondary = 1;
+/// Decoding this far costs no more than decoding from a key frame does on average.
+constexpr CMTime kNear(1, 2);
+/// A seek back by no more than this is taken for a step.
+constexpr CMTime kLongestStep(1, 1);
 
 } // namespace
 
 VisualDataProvider::VisualDataProvider(
     std::shared_ptr<PacketSource> mediaSource, std::shared_ptr<VideoRendering> displayLayer,
-    const std::shared_ptr<SubtitlesRenderer>& primarySubtitlesRenderer,
-    const std::shared_ptr<SubtitlesRenderer>& secondarySubtitlesRenderer)
-    : DataProvider("Visual Data Provider Queue", displayLayer),
-      mediaSource_(std::move(mediaSource)), displayLayer_(std::move(displayLayer)),
-      subtitles_{{{primarySubtitlesRenderer,
-                   "Failed to decode packet from primary subtitles track",
-                   nullptr,
-                   {}},
-                  {secondarySubtitlesRenderer,
-                   "Failed to decode packet from secondary subtitles track",
-                   nullptr,
-                   {}}}} {}
+    std::shared_ptr<SubtitlesRenderer> primarySubtitlesRenderer,
+    std::shared_ptr<SubtitlesRenderer> secondarySubtitlesRenderer)
+    : DataProvider("Visual Data Provider Queue", displayLayer), reader_(std::move(mediaSource)),
+      displayLayer_(std::move(displayLayer)), subtitles_{{{std::move(primarySubtitlesRenderer)},
+                                                          {std::move(secondarySubtitlesRenderer)}}},
+      progress_(displayLayer_) {}
 
 void VisualDataProvider::setVideoTrack(std::shared_ptr<VideoTrack> track) {
-    selectedVideoTrack_ = std::move(track);
+    reader_.setVideoTrack(std::move(track));
     forgetRecent();
-    setDecoder(selectedVideoTrack_ ? &selectedVideoTrack_->decoder() : nullptr);
+    setDecoder(reader_.videoTrack() ? &reader_.videoTrack()->decoder() : nullptr);
     // A new track must not show the last picture of the old one.
     displayLayer_->flushAndRemoveImage();
     configureLayer();
     stopRequestingMediaData();
-    if (selectedVideoTrack_) {
+    if (reader_.videoTrack()) {
         requestMediaData();
     }
 }
@@ -45,124 +40,192 @@ void VisualDataProvider::setVideoTrack(std::shared_ptr<VideoTrack> track) {
 void VisualDataProvider::configureLayer() const {
     CGRect bounds;
     CGAffineTransform transform = kCGAffineTransformIdentity;
-    if (selectedVideoTrack_) {
-        const VideoDimensions& dimensions = selectedVideoTrack_->dimensions();
+    if (const auto& track = reader_.videoTrack()) {
+        const VideoDimensions& dimensions = track->dimensions();
         bounds.width = dimensions.squarePixelSize.width;
         bounds.height = dimensions.squarePixelSize.height;
         transform = dimensions.displayTransform.value_or(kCGAffineTransformIdentity);
     }
-    dispatch::mainQueue()->sync([&] {
-        displayLayer_->setBounds(bounds);
-        displayLayer_->setAffineTransform(transform);
-    });
+    displayLayer_->setBounds(bounds);
+    displayLayer_->setAffineTransform(transform);
 }
 
-void VisualDataProvider::setPrimarySubtitlesTrack(std::shared_ptr<SubtitlesTrack> track) {
-    setSubtitlesTrack(subtitles_[kPrimary], std::move(track));
-}
-
-void VisualDataProvider::setSecondarySubtitlesTrack(std::shared_ptr<SubtitlesTrack> track) {
-    setSubtitlesTrack(subtitles_[kSecondary], std::move(track));
-}
-
-void VisualDataProvider::setSubtitlesTrack(SubtitlesPosition& position,
+void VisualDataProvider::setSubtitlesTrack(SubtitlesPosition position,
                                            std::shared_ptr<SubtitlesTrack> track) {
-    if (track && track->isExternal()) {
-        fatalError("A subtitles track of a side file cannot be read along with the video.");
-    }
-    position.selectedTrack = std::move(track);
+    reader_.setSubtitlesTrack(position, std::move(track));
     // Its earlier packets were not read.
     forgetRecent();
-    if (position.selectedTrack) {
-        position.selectedTrack->decoder().flush();
-    }
-    position.renderer->removeAllSubtitles();
+    display(position).renderer->removeAllSubtitles();
 }
 
-SubtitlesTracks VisualDataProvider::selectedSubtitlesTracks() const {
-    SubtitlesTracks tracks;
-    for (const SubtitlesPosition& position : subtitles_) {
-        if (position.selectedTrack) {
-            tracks.push_back(position.selectedTrack);
-        }
+VisualDataProvider::SubtitlesDisplay& VisualDataProvider::display(SubtitlesPosition position) {
+    return subtitles_.at(static_cast<std::size_t>(position));
+}
+
+void VisualDataProvider::forgetRecent() {
+    recent_.clear();
+    for (SubtitlesDisplay& display : subtitles_) {
+        display.recent.clear();
     }
-    return tracks;
+    areRecentSubtitlesWhole_ = false;
 }
 
 DataProvider::Feeding VisualDataProvider::provideNext() {
-    return provideNext([this](std::size_t position, const SubtitlesFrames& frames) {
-        keepForSeeking(position, frames);
-        forgetUnreachableSubtitles();
-        show(position, frames);
-    });
-}
-
-DataProvider::Feeding VisualDataProvider::provideNext(const FramesReceiver& receiver) {
-    std::optional<PacketSource::TrackPacket> packet;
-    try {
-        packet = mediaSource_->visualTracksQueue()->sync([this] {
-            return mediaSource_->readVisualPacket(selectedVideoTrack_, selectedSubtitlesTracks());
+    const auto reading = reader_.decodeNext(
+        *feed(), [this](SubtitlesPosition position, const SubtitlesFrames& frames) {
+            keepInPlayback(position, frames);
+            SubtitlesRenderer::sendFrames(display(position).renderer, frames);
         });
-    } catch (const std::exception& error) {
-        logMessage("Failed to read packet from video/subtitles tracks: {}.",
-                   errorDescriptionText(error));
-        // What comes next doesn't follow on what came before.
+    if (reading == VisualReader::Reading::failed) {
+        // The next packet is not the successor of the last one.
         forgetRecent();
-        return Feeding::isOver;
     }
-    if (!packet) {
-        finish(receiver);
-        return Feeding::isOver;
-    }
-    route(*packet, receiver);
-    return Feeding::goesOn;
+    return reading == VisualReader::Reading::continues ? Feeding::continues : Feeding::finished;
 }
 
-void VisualDataProvider::finish(const FramesReceiver& receiver) {
-    feed()->finish();
-    for (std::size_t i = 0; i < subtitles_.size(); ++i) {
-        if (!subtitles_[i].selectedTrack) {
-            continue;
+bool VisualDataProvider::seekAmongRecent(const CMTime& time) {
+    if (!areRecentSubtitlesWhole_ || (!enqueueRecent(time) && !continueDecodingTo(time))) {
+        return false;
+    }
+    recent_.endSeek();
+    lastTarget_ = time;
+    removeShownSubtitles();
+    showRecentSubtitles(time);
+    return true;
+}
+
+bool VisualDataProvider::enqueueRecent(const CMTime& time) {
+    const auto frames = recent_.from(time);
+    if (frames.empty()) {
+        return false;
+    }
+    displayLayer_->flush();
+    for (const CMSampleBufferRef& frame : frames) {
+        feed()->enqueue(frame);
+    }
+    return true;
+}
+
+bool VisualDataProvider::continueDecodingTo(const CMTime& time) {
+    CMSampleBufferRef newest = recent_.newest();
+    if (!newest || feed()->isFinished() || newest->presentationTimeStamp() > time) {
+        return false;
+    }
+    PacketSource::CollectedPackets packets;
+    if (time - newest->presentationTimeStamp() > kNear) {
+        auto packetsOnTheWay = reader_.continueReading(newest->presentationTimeStamp(), time);
+        if (!packetsOnTheWay) {
+            return false;
         }
-        try {
-            receiver(i, subtitles_[i].selectedTrack->decoder().decode(Packet()));
-        } catch (const std::exception& error) {
-            logMessage("Failed to dequeue remaining frames from subtitles frame decoder: {}.",
-                       errorDescriptionText(error));
+        packets = std::move(*packetsOnTheWay);
+        // Frames in between may be left out.
+        recent_.clear();
+    }
+    displayLayer_->flush();
+    VisualSearch search = makeSearch(time, true);
+    // Released as soon as it cannot be the answer.
+    search.add(std::exchange(newest, nullptr));
+    run(search, packets);
+    return true;
+}
+
+void VisualDataProvider::willSeekTracks() {
+    forgetRecent();
+    areRecentSubtitlesWhole_ = true;
+    reader_.flushSubtitlesDecoders();
+    removeShownSubtitles();
+}
+
+void VisualDataProvider::seekTracks(const CMTime& time) {
+    recent_.beginSeek();
+    stepBackUntil(time, reader_.startTime(),
+                  [&](const CMTime& begin) { return decodeFrom(begin, time); });
+    feed()->decoder().endSearch();
+    recent_.endSeek();
+    lastTarget_ = time;
+    showRecentSubtitles(time);
+}
+
+/// Whether a decoder that starts at `begin` gave the picture of `time`. Also true where an earlier
+/// start would not help.
+bool VisualDataProvider::decodeFrom(const CMTime& begin, const CMTime& time) {
+    if (begin < time) {
+        feed()->flush();
+        willSeekTracks();
+        requestMediaData();
+    }
+    const auto packets = reader_.collectPackets(begin);
+    if (!packets) {
+        return true;
+    }
+    feed()->decoder().beginSearch();
+    VisualSearch search = makeSearch(time, begin <= reader_.startTime());
+    run(search, *packets);
+    return search.isFinal();
+}
+
+VisualSearch VisualDataProvider::makeSearch(const CMTime& time, bool takesLater) {
+    return {{reader_, *feed(), recent_, progress_},
+            {time, takesLater, framesToKeepBefore(time)},
+            [this, time](SubtitlesPosition position, const SubtitlesFrames& frames) {
+                keepForSeeking(position, frames, time);
+            }};
+}
+
+void VisualDataProvider::run(VisualSearch& search, const PacketSource::CollectedPackets& packets) {
+    const auto reading = search.run(packets);
+    if (reading == VisualReader::Reading::failed) {
+        forgetRecent();
+    }
+    if (reading != VisualReader::Reading::continues) {
+        stopRequestingMediaData();
+        if (!search.isFound()) {
+            displayLayer_->flushAndRemoveImage();
         }
     }
 }
 
-void VisualDataProvider::route(const PacketSource::TrackPacket& packet,
-                               const FramesReceiver& receiver) {
-    if (packet.track == selectedVideoTrack_) {
-        feed()->decode(packet.packet, "Failed to start decoding video packet");
-        // Left to itself the decoder gives two pictures at a time, one more than there is room for,
-        // and one may be 25 MB.
-        feed()->deliverReady();
-        return;
-    }
-    for (std::size_t i = 0; i < subtitles_.size(); ++i) {
-        if (packet.track != subtitles_[i].selectedTrack) {
-            continue;
+/// Further steps back are likely after one step back only. Otherwise those frames cost time.
+std::size_t VisualDataProvider::framesToKeepBefore(const CMTime& time) const {
+    const bool isStep =
+        lastTarget_.isNumeric() && time < lastTarget_ && lastTarget_ - time <= kLongestStep;
+    return isStep ? recent_.capacityBefore() : 0;
+}
+
+void VisualDataProvider::removeShownSubtitles() {
+    for (const auto position : {SubtitlesPosition::primary, SubtitlesPosition::secondary}) {
+        if (reader_.hasSubtitlesTrack(position)) {
+            display(position).renderer->removeAllSubtitles();
         }
-        try {
-            receiver(i, subtitles_[i].selectedTrack->decoder().decode(*packet.packet));
-        } catch (const std::exception& error) {
-            logMessage("{}: {}.", subtitles_[i].decodeFailure, errorDescriptionText(error));
-        }
-        return;
     }
 }
 
-void VisualDataProvider::show(std::size_t position, const SubtitlesFrames& frames) const {
-    const std::weak_ptr<SubtitlesRenderer> renderer = subtitles_.at(position).renderer;
-    for (const SubtitlesFrameRef& frame : frames) {
-        dispatch::mainQueue()->async([renderer, frame] {
-            if (const auto strongRenderer = renderer.lock()) {
-                strongRenderer->addSubtitlesFrame(frame);
-            }
-        });
+/// Where they are too many, those of the target are kept, and the next seek reads the file.
+void VisualDataProvider::keepForSeeking(SubtitlesPosition position, const SubtitlesFrames& frames,
+                                        const CMTime& target) {
+    RecentSubtitles& recent = display(position).recent;
+    recent.add(frames);
+    if (recent.isOverfull()) {
+        recent.keepFrom(target);
+        areRecentSubtitlesWhole_ = false;
+    }
+}
+
+void VisualDataProvider::keepInPlayback(SubtitlesPosition position, const SubtitlesFrames& frames) {
+    const CMSampleBufferRef oldest = recent_.oldest();
+    RecentSubtitles& recent = display(position).recent;
+    recent.add(frames);
+    if (oldest) {
+        recent.keepFrom(oldest->presentationTimeStamp());
+    }
+    if (!oldest || recent.isOverfull()) {
+        forgetRecent();
+    }
+}
+
+void VisualDataProvider::showRecentSubtitles(const CMTime& time) const {
+    for (const SubtitlesDisplay& display : subtitles_) {
+        SubtitlesRenderer::sendFrames(display.renderer, display.recent.shownFrom(time));
     }
 }
 

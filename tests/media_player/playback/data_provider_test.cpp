@@ -28,7 +28,7 @@ class DataProviderTest : public testing::Test {
         renderer_ = std::make_shared<FakeRenderer>(capacity);
         audio_ = std::make_shared<AudioDataProvider>(source_, renderer_);
     }
-    /// Room for all of them, too.
+    /// And a renderer that takes all of them.
     void makeManyPackets() {
         std::string packets;
         for (std::size_t i = 0; i < kManyPackets; ++i) {
@@ -48,18 +48,18 @@ class DataProviderTest : public testing::Test {
     }
     void selectVideoAndSubtitles() {
         visual_->perform(true, [this] {
-            visual_->setPrimarySubtitlesTrack(tracks_.primary);
-            visual_->setSecondarySubtitlesTrack(tracks_.secondary);
+            visual_->setSubtitlesTrack(SubtitlesPosition::primary, tracks_.primary);
+            visual_->setSubtitlesTrack(SubtitlesPosition::secondary, tracks_.secondary);
             visual_->setVideoTrack(tracks_.video);
         });
         main_.settle();
     }
     /// Seeks, and expects the completion to be called once, on its queue.
-    void seek(const std::shared_ptr<DataProviding>& provider, std::int64_t time) {
+    void seek(const std::shared_ptr<PullDrivenProvider>& provider, std::int64_t time) {
         int completions = 0;
         const auto queue = dispatch::makeSerialQueue("completions");
         provider->perform(true, [&] {
-            provider->seek(ms(time), false, queue, [&] {
+            provider->seek(ms(time), queue, [&] {
                 EXPECT_TRUE(queue->isCurrent());
                 ++completions;
             });
@@ -80,20 +80,20 @@ class DataProviderTest : public testing::Test {
     std::shared_ptr<VisualDataProvider> visual_;
 };
 
-TEST_F(DataProviderTest, feedsUntilTheRendererIsFull) {
-    makeSource("", "0k 20k 40k 60k 80k");
-    makeAudioProvider(3);
-    selectAudio();
-    EXPECT_THAT(renderer_->queued(), ElementsAre(0, 20, 40));
-    EXPECT_TRUE(renderer_->isRequesting());
-}
-
-TEST_F(DataProviderTest, deliversWhatTheDecoderHoldsAtTheEndAndAsksNoMore) {
+TEST_F(DataProviderTest, deliversWhatTheDecoderHoldsAtTheEndAndStopsRequesting) {
     makeSource("", "0k 20k 40k", 2);
     makeAudioProvider();
     selectAudio();
     EXPECT_THAT(renderer_->queued(), ElementsAre(0, 20, 40));
     EXPECT_FALSE(renderer_->isRequesting());
+}
+
+TEST_F(DataProviderTest, aVideoTrackIsTakenAfterTheEndOfTheMainLoop) {
+    makeSource("0k 40", "");
+    makeVisualProvider();
+    visual_->perform(true, [this] { visual_->setVideoTrack(tracks_.video); });
+    EXPECT_TRUE(dispatch::waitForQuiescence(std::chrono::seconds(5)));
+    EXPECT_THAT(renderer_->queued(), ElementsAre(0, 40));
 }
 
 TEST_F(DataProviderTest, aBadPacketIsAGap) {
@@ -108,7 +108,7 @@ TEST_F(DataProviderTest, aBadPacketIsAGap) {
     EXPECT_EQ(log_.count("Failed to start decoding video packet: "), 1U);
 }
 
-TEST_F(DataProviderTest, aFailedReadIsTheEndUntilSomebodySeeks) {
+TEST_F(DataProviderTest, aFailedReadStopsFeedingUntilASeek) {
     makeSource("0k", "0k 20k");
     source_->failsReads = true;
     makeVisualProvider();
@@ -123,14 +123,14 @@ TEST_F(DataProviderTest, aFailedReadIsTheEndUntilSomebodySeeks) {
     EXPECT_THAT(renderer_->queued(), ElementsAre(0, 20));
 }
 
-TEST_F(DataProviderTest, aFailedSeekGoesOnFromWhereTheFileStands) {
+TEST_F(DataProviderTest, aFailedSeekContinuesFromTheReadPosition) {
     makeSource("0k 40 80k", "0k 20k 40k");
     makeAudioProvider(1);
     selectAudio();
     source_->failsSeeks = true;
     seek(audio_, 40);
     EXPECT_EQ(log_.count("Failed to seek audio track: "), 1U);
-    // Sound leaves this decoder one packet late; a picture is asked for at once.
+    // This decoder gives sound one packet late; the provider requests a picture at once.
     EXPECT_THAT(renderer_->queued(), ElementsAre(40));
     makeVisualProvider(1);
     selectVideoAndSubtitles();
@@ -139,7 +139,7 @@ TEST_F(DataProviderTest, aFailedSeekGoesOnFromWhereTheFileStands) {
     EXPECT_THAT(renderer_->queued(), ElementsAre(40));
 }
 
-TEST_F(DataProviderTest, whatComesNextWaitsForOnePacketAtMost) {
+TEST_F(DataProviderTest, aTaskWaitsForOnePacketAtMost) {
     makeManyPackets();
     int readsWhenPerformed = 0;
     int reads = 0;
@@ -154,7 +154,7 @@ TEST_F(DataProviderTest, whatComesNextWaitsForOnePacketAtMost) {
     EXPECT_EQ(renderer_->queued().size(), kManyPackets);
 }
 
-TEST_F(DataProviderTest, nothingIsReadAheadForAPlayerThatHasGone) {
+TEST_F(DataProviderTest, aDestroyedProviderStopsReading) {
     makeManyPackets();
     int reads = 0;
     source_->onAudioRead = [&](int count) {
@@ -168,7 +168,7 @@ TEST_F(DataProviderTest, nothingIsReadAheadForAPlayerThatHasGone) {
     EXPECT_FALSE(renderer_->isRequesting());
 }
 
-TEST_F(DataProviderTest, aTrackThatIsDeselectedIsFedNoMore) {
+TEST_F(DataProviderTest, aDeselectedTrackIsNotFed) {
     makeSource("", "0k 20k");
     makeAudioProvider();
     selectAudio();
@@ -179,7 +179,7 @@ TEST_F(DataProviderTest, aTrackThatIsDeselectedIsFedNoMore) {
     EXPECT_THAT(source_->audioSeekTargets(), IsEmpty());
 }
 
-TEST_F(DataProviderTest, aProviderThatGoesAsksNoMoreAndItsTasksStillRun) {
+TEST_F(DataProviderTest, aDestroyedProviderStopsRequestingAndItsTasksStillRun) {
     makeSource("", "0k 20k 40k");
     makeAudioProvider(1);
     selectAudio();
@@ -204,7 +204,7 @@ struct SeekCase {
 
 class VisualSeekTest : public DataProviderTest, public testing::WithParamInterface<SeekCase> {};
 
-TEST_P(VisualSeekTest, beginsWithTheFrameOfTheTarget) {
+TEST_P(VisualSeekTest, startsWithTheFrameAtTheTarget) {
     const SeekCase& c = GetParam();
     makeSource(c.visual, "", c.delay);
     makeVisualProvider();
@@ -222,29 +222,57 @@ TEST_P(VisualSeekTest, beginsWithTheFrameOfTheTarget) {
 
 INSTANTIATE_TEST_SUITE_P(
     timelines, VisualSeekTest,
-    testing::Values(
-        SeekCase{"0k 40 80 120k 160", 0, 0, {0, 40, 80, 120, 160}, {}, {}, false},
-        SeekCase{"0k 40 80 120k 160", 100, 0, {80, 120, 160}, {}, {}, false},
-        SeekCase{"0k 40 80 120k 160", 120, 0, {120, 160}, {}, {}, false},
-        // What the decoder holds back when the collected packets are used up is read for.
-        SeekCase{"0k 40 80 120k 160", 100, 3, {80, 120, 160}, {}, {}, false},
-        SeekCase{"0k 40 80 120k 160", 199, 3, {160}, {}, {}, false},
-        SeekCase{"0k 40 80 120k 160", 200, 3, {}, {}, {}, true},
-        // In a gap the frame before it is seen, as in playback.
-        SeekCase{"0k 40 200 240", 100, 0, {40, 200, 240}, {}, {}, false},
-        SeekCase{"0k 40! 80 120", 60, 0, {0, 80, 120}, {}, {}, false},
-        SeekCase{"0k p0+500 s10+10 40 s30+100 80 p90+10 120k s130+5 160",
-                 100,
-                 0,
-                 {80, 120, 160},
-                 {0, 90},
-                 {30, 130},
-                 false},
-        SeekCase{"0k p0+500 p20+500 40 p30+10 80", 60, 0, {40, 80}, {20, 30}, {}, false},
-        SeekCase{"0k p0+20 40 80 s0+20 p100+20 120k", 120, 0, {120}, {}, {}, false},
-        SeekCase{"0k p0! 40", 0, 0, {0, 40}, {}, {}, false}));
+    testing::Values(SeekCase{"0k 40 80 120k 160", 0, 0, {0, 40, 80, 120, 160}, {}, {}, false},
+                    SeekCase{"0k 40 80 120k 160", 100, 0, {80, 120, 160}, {}, {}, false},
+                    SeekCase{"0k 40 80 120k 160", 120, 0, {120, 160}, {}, {}, false},
+                    // Reading continues while the decoder holds frames after the collected packets.
+                    SeekCase{"0k 40 80 120k 160", 100, 3, {80, 120, 160}, {}, {}, false},
+                    SeekCase{"0k 40 80 120k 160", 199, 3, {160}, {}, {}, false},
+                    SeekCase{"0k 40 80 120k 160", 200, 3, {160}, {}, {}, false},
+                    SeekCase{"0k! 40!", 60, 0, {}, {}, {}, true},
+                    // In a gap the frame before it is shown, as in playback.
+                    SeekCase{"0k 40 200 240", 100, 0, {40, 200, 240}, {}, {}, false},
+                    SeekCase{"0k 40! 80 120", 60, 0, {0, 80, 120}, {}, {}, false},
+                    SeekCase{"0k p0+500 s10+10 40 s30+100 80 p90+10 120k s130+5 160",
+                             100,
+                             0,
+                             {80, 120, 160},
+                             {0, 90},
+                             {30, 130},
+                             false},
+                    SeekCase{
+                        "0k p0+500 p20+500 40 p30+10 80", 60, 0, {40, 80}, {20, 30}, {}, false},
+                    SeekCase{"0k p0+20 40 80 s0+20 p100+20 120k", 120, 0, {120}, {}, {}, false},
+                    SeekCase{"0k p0! 40", 0, 0, {0, 40}, {}, {}, false}));
 
-TEST_F(DataProviderTest, aSearchUnderADragShowsWhereItHasComeTo) {
+TEST_F(DataProviderTest, incompleteRecentDataIsNotUsedBySeeks) {
+    // A failed read leaves a gap; too many subtitles are dropped.
+    std::string manySubtitles = "0k ";
+    for (int i = 0; i < 300; ++i) {
+        manySubtitles += "p1+5 ";
+    }
+    const struct {
+        std::string packets;
+        bool failsReads;
+        std::size_t fileSeeks;
+    } cases[] = {
+        {"0k 40 80", false, 0}, {"0k 40 80", true, 1}, {manySubtitles + "40 80", false, 1}};
+    for (const auto& given : cases) {
+        makeSource(given.packets, "");
+        makeVisualProvider();
+        static_cast<FakeDecoder&>(tracks_.video->decoder()).givesPictures = true;
+        source_->failsReads = given.failsReads;
+        selectVideoAndSubtitles();
+        seek(visual_, 60);
+        source_->failsSeeks = true;
+        const auto before = log_.count("Failed to seek visual tracks: ");
+        seek(visual_, 60);
+        EXPECT_EQ(log_.count("Failed to seek visual tracks: ") - before, given.fileSeeks)
+            << given.packets;
+    }
+}
+
+TEST_F(DataProviderTest, aSearchDuringADragShowsIntermediateFrames) {
     makeSource("0k 40 80 120 160", "");
     makeVisualProvider();
     selectVideoAndSubtitles();
@@ -255,17 +283,17 @@ TEST_F(DataProviderTest, aSearchUnderADragShowsWhereItHasComeTo) {
     const auto before = flushes();
     seek(visual_, 120);
     EXPECT_EQ(flushes() - before, 1);
-    // One before the picture on the way, one before the answer, which is all that stays.
+    // One flush before the intermediate picture and one before the target, which remains.
     visual_->setIsScrubbing(true);
     seek(visual_, 80);
     EXPECT_EQ(flushes() - before, 4);
     EXPECT_THAT(renderer_->queued(), ElementsAre(80, 120, 160));
-    // Not again so soon.
+    // The interval between intermediate pictures has not passed.
     seek(visual_, 120);
     EXPECT_EQ(flushes() - before, 5);
 }
 
-TEST_F(DataProviderTest, subtitlesGoToTheirPlaces) {
+TEST_F(DataProviderTest, subtitlesAreSentToTheirPositions) {
     makeSource("0k p0+10 s5+10 40 p20+10 s! p30!", "");
     makeVisualProvider();
     selectVideoAndSubtitles();
@@ -275,12 +303,12 @@ TEST_F(DataProviderTest, subtitlesGoToTheirPlaces) {
     EXPECT_EQ(log_.count("Failed to decode packet from secondary subtitles track: "), 1U);
 }
 
-TEST_F(DataProviderTest, theEndBringsOutWhatTheSubtitlesDecodersHold) {
+TEST_F(DataProviderTest, theEndDrainsTheSubtitlesDecoders) {
     makeSource("0k", "");
     makeVisualProvider();
     visual_->perform(false, [this] {
-        visual_->setPrimarySubtitlesTrack(tracks_.primary);
-        visual_->setSecondarySubtitlesTrack(tracks_.secondary);
+        visual_->setSubtitlesTrack(SubtitlesPosition::primary, tracks_.primary);
+        visual_->setSubtitlesTrack(SubtitlesPosition::secondary, tracks_.secondary);
         tracks_.primaryDecoder->failsAtEnd = true;
         tracks_.secondaryDecoder->held_ = {
             std::make_shared<SubtitlesFrame>(SubtitlesFrame{ms(7), ms(9), {}})};
@@ -291,7 +319,7 @@ TEST_F(DataProviderTest, theEndBringsOutWhatTheSubtitlesDecodersHold) {
     EXPECT_EQ(log_.count("Failed to dequeue remaining frames from subtitles frame decoder: "), 1U);
 }
 
-TEST_F(DataProviderTest, aNewVideoTrackClearsThePictureAndShapesTheLayer) {
+TEST_F(DataProviderTest, aNewVideoTrackClearsThePictureAndSetsTheGeometry) {
     makeSource("0k", "");
     makeVisualProvider();
     selectVideoAndSubtitles();
@@ -304,10 +332,11 @@ TEST_F(DataProviderTest, aNewVideoTrackClearsThePictureAndShapesTheLayer) {
                 ElementsAre("flushAndRemoveImage", "bounds 0,0 0x0", "transform 1 0 0 1", "stop"));
 }
 
-TEST_F(DataProviderTest, withoutAVideoTrackASeekTouchesNothing) {
+TEST_F(DataProviderTest, withoutAVideoTrackASeekChangesNothing) {
     makeSource("0k p0+100", "");
     makeVisualProvider();
-    visual_->perform(false, [this] { visual_->setPrimarySubtitlesTrack(tracks_.primary); });
+    visual_->perform(
+        false, [this] { visual_->setSubtitlesTrack(SubtitlesPosition::primary, tracks_.primary); });
     main_.settle();
     dispatch::mainQueue()->async([this] {
         primaryView_->addSubtitlesFrame(

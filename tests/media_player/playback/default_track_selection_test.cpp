@@ -66,7 +66,7 @@ struct Case {
     std::string audio;
     std::string subtitles;
     std::string languages;
-    /// What the person needs: "described", "dialog", "sounds".
+    /// The accessibility preferences: "described", "dialog", "sounds".
     std::string needs;
     int audioIndex;
     int primaryIndex;
@@ -103,14 +103,14 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"fr en de,fr", "", "de en", "", 2, -1, -1}, Case{"fr en-US", "", "en", "", 0, -1, -1},
         Case{"en:default fr en:forced", "", "en", "", 2, -1, -1},
         Case{"en:forced en:forced:default", "", "en", "", 1, -1, -1},
-        // Subtitles only where the sound is in no language that the person reads.
+        // Subtitles only where the sound is in no preferred language.
         Case{"en", "en", "en", "", 0, -1, -1}, Case{"fr", "fr en de", "en", "", 0, 1, -1},
         Case{"fr", "fr de", "en", "", 0, -1, -1}, Case{"", "en", "en", "", -1, 0, -1},
         Case{"fr", "en:default en:default:forced", "en", "", 0, 1, -1},
         // Sound that describes the picture is preferred, in the language, but not required.
         Case{"en en:described fr:described", "", "en", "described", 1, -1, -1},
         Case{"en fr:described", "", "en", "described", 0, -1, -1},
-        // Subtitles for people who cannot hear come even when the language of the sound matches.
+        // Accessibility subtitles are selected even if the language of the sound matches.
         Case{"en", "en en:dialog", "en", "dialog", 0, 1, -1},
         Case{"en", "en fr:dialog", "en", "dialog", 0, -1, -1},
         Case{"fr", "en fr:dialog", "en", "dialog", 0, 0, -1},
@@ -119,7 +119,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"en", "en:sounds en:dialog:sounds", "en", "dialog:sounds", 0, 1, -1},
         Case{"en", "en:sounds", "en", "dialog:sounds", 0, 0, -1}));
 
-TEST(DefaultTrackSelection, theVideoFollowsTheLanguageTooAndElseIsTheDefault) {
+TEST(DefaultTrackSelection, theVideoMatchesTheLanguageElseIsTheDefault) {
     const auto videos = tracksFrom<VideoTrack>("- fr -:default", [](MediaTrack::Facts facts) {
         return std::make_shared<VideoTrack>("s", std::move(facts),
                                             VideoDimensions(4, 4, std::nullopt, 1), std::nullopt,

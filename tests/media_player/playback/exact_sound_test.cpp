@@ -16,6 +16,7 @@
 #include "media_player/media_source/media_source.h"
 #include "media_player/playback/audio_data_provider.h"
 #include "tests/media_player/playback/playback_fakes.h"
+#include "tests/support/case_name.h"
 #include "tests/support/clips.h"
 
 namespace zelvane::test {
@@ -114,7 +115,7 @@ double difference(const Sound& left, std::int64_t leftPlace, const Sound& right,
     return rest / power;
 }
 
-TEST_P(ExactSound, ofASeekIsThatOfAStraightDecode) {
+TEST_P(ExactSound, afterASeekIsThatOfAStraightDecode) {
     constexpr std::int64_t kCompared = 2000;
     constexpr int kTargets = 25;
     const MainQueueScope main;
@@ -133,7 +134,7 @@ TEST_P(ExactSound, ofASeekIsThatOfAStraightDecode) {
         const CMTime target = straight.begin + CMTime::fromSeconds(seconds, 1'000'000);
         std::promise<void> done;
         provider->perform(true, [&] {
-            provider->seek(target, false, dispatch::mainQueue(), [&] { done.set_value(); });
+            provider->seek(target, dispatch::mainQueue(), [&] { done.set_value(); });
         });
         main.settle();
         const auto buffer = renderer->first();
@@ -188,12 +189,7 @@ const SoundClip kSoundClips[] = {
     {"sound-tta.tta", NOISE44 "-map 1 -c:a tta"},
 };
 
-INSTANTIATE_TEST_SUITE_P(clips, ExactSound, testing::ValuesIn(kSoundClips), [](const auto& test) {
-    std::string name = test.param.name;
-    std::replace_if(
-        name.begin(), name.end(), [](char c) { return std::isalnum(c) == 0; }, '_');
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(clips, ExactSound, testing::ValuesIn(kSoundClips), caseName);
 
 } // namespace
 } // namespace zelvane::test

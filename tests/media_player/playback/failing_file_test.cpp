@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Files that change, and disks that fail, under a player.
+// Files that change, and disks that fail, during playback.
 
 #include <atomic>
 #include <fstream>
@@ -10,6 +10,7 @@
 #include "media_player/media_source/media_source.h"
 #include "media_player/playback/media_player.h"
 #include "tests/media_player/playback/playback_fakes.h"
+#include "tests/support/case_name.h"
 #include "tests/support/clips.h"
 #include "tests/support/log_capture.h"
 
@@ -27,25 +28,20 @@ fs::path film(const std::string& container) {
                      "libmp3lame"});
 }
 
-std::string bytesOf(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-/// Into the same file, which others hold open.
+/// Writes into the same file, which demuxers hold open.
 void overwrite(const fs::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
-/// Answers errors in place of the file's bytes, while it is told to. All demuxers read through it
-/// once they are given to it.
+/// Returns errors in place of the file's bytes, on demand, to the demuxers that it was installed
+/// in.
 class FailingDisk {
   public:
     static void takeOver(const InputFormatContext& context) {
         realRead = context->pb->read_packet;
         context->pb->read_packet = read;
     }
-    /// Each `period`th read from now on is an error: 1 for all of them, 0 for none.
+    /// Fails each `period`th read from now on: 1 for all of them, 0 for none.
     static void failEach(int period) {
         failurePeriod = period;
         readCount = 0;
@@ -64,22 +60,18 @@ class FailingDisk {
         return realRead(file, buffer, size);
     }
 
-    // The library's callbacks carry the file alone.
+    // The library's callbacks have no other argument.
     static inline int (*realRead)(void*, std::uint8_t*, int) = nullptr;
     static inline std::atomic<int> failurePeriod{0};
     static inline std::atomic<int> readCount{0};
     static inline std::atomic<int> failureCount{0};
 };
 
-/// A player over a source, with renderers that take a few buffers only: the rest is yet to be read.
+/// A player of a source whose renderers take few buffers, so that most of the file is unread.
 class SmallPlayer {
   public:
     explicit SmallPlayer(const std::shared_ptr<MediaSource>& source) {
-        MediaPlayerEnvironment environment;
-        environment.makeDisplayLayer = [this] { return ClockedRenderer<VideoRendering>(layer_); };
-        environment.makeAudioRenderer = [this] { return ClockedRenderer<AudioRendering>(sound_); };
-        environment.makeRenderSynchronizer = [] { return std::make_shared<FakeSynchronizer>(); };
-        makeMediaPlayer(environment, source,
+        makeMediaPlayer({layer_, sound_, std::make_shared<FakeSynchronizer>()}, source,
                         selectDefaultTracks(source->videoTracks(), source->audioTracks(),
                                             source->subtitlesTracks(), {}),
                         std::nullopt, dispatch::mainQueue(),
@@ -87,14 +79,14 @@ class SmallPlayer {
         main_.settle();
     }
 
-    /// The first frame that a seek brings, in milliseconds; none when it brings none.
+    /// The first frame after a seek, in milliseconds; none if there is none.
     std::optional<std::int64_t> soughtFrame(std::int64_t target) {
         player_->queue()->sync([&] { player_->seekTo(ms(target)); });
         main_.settle();
         const auto queued = layer_->queued();
         return queued.empty() ? std::nullopt : std::optional(queued.front());
     }
-    /// What seeks to different places bring.
+    /// The first frames after seeks to several targets.
     std::vector<std::optional<std::int64_t>> seekAround() {
         std::vector<std::optional<std::int64_t>> frames;
         for (const std::int64_t target : {3100, 20, 2000, 1500, 3960}) {
@@ -117,7 +109,7 @@ std::shared_ptr<MediaSource> open(const fs::path& path) {
 
 class FailingFile : public testing::TestWithParam<const char*> {};
 
-TEST_P(FailingFile, aFileThatShrinksOrChangesUnderThePlayerCostsItsFramesOnly) {
+TEST_P(FailingFile, aFileThatChangesDuringPlaybackLosesOnlyFrames) {
     const std::string whole = bytesOf(film(GetParam()));
     const std::string other = bytesOf(film(GetParam() == std::string("mp4") ? "mkv" : "mp4"));
     std::string scrambled = whole;
@@ -129,7 +121,7 @@ TEST_P(FailingFile, aFileThatShrinksOrChangesUnderThePlayerCostsItsFramesOnly) {
     struct Change {
         std::string name;
         std::string bytes;
-        /// Nothing of what was read meanwhile could be taken for the film.
+        /// No data read meanwhile can be mistaken for the film.
         bool isForgotten;
     };
     for (const Change& change : {
@@ -149,7 +141,7 @@ TEST_P(FailingFile, aFileThatShrinksOrChangesUnderThePlayerCostsItsFramesOnly) {
         overwrite(path, change.bytes);
         player.seekAround();
         overwrite(path, whole);
-        // What was read ahead of the change is still to be used up.
+        // Uses up what was read before the change.
         player.seekAround();
         const auto framesAfterwards = player.seekAround();
         if (change.isForgotten) {
@@ -158,7 +150,7 @@ TEST_P(FailingFile, aFileThatShrinksOrChangesUnderThePlayerCostsItsFramesOnly) {
     }
 }
 
-TEST_P(FailingFile, aDiskThatFailsEndsTheStreamAndOneThatRecoversGoesOn) {
+TEST_P(FailingFile, readErrorsEndTheStreamUntilTheNextSeek) {
     const LogCapture log;
     for (const int period : {1, 2, 3, 7}) {
         SCOPED_TRACE(period);
@@ -177,7 +169,7 @@ TEST_P(FailingFile, aDiskThatFailsEndsTheStreamAndOneThatRecoversGoesOn) {
     }
 }
 
-TEST_P(FailingFile, aDiskThatFailsWhileLoadingIsTold) {
+TEST_P(FailingFile, readErrorsDuringLoadingAreReported) {
     const LogCapture log;
     const URL url = URL::fromPath(film(GetParam()));
     auto contexts = makeInputFormatContexts(url);
@@ -195,7 +187,7 @@ TEST_P(FailingFile, aDiskThatFailsWhileLoadingIsTold) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Containers, FailingFile, testing::Values("mp4", "mkv", "ts", "avi"),
-                         [](const auto& instance) { return std::string(instance.param); });
+                         caseName);
 
 } // namespace
 } // namespace zelvane::test

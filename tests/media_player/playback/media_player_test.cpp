@@ -4,6 +4,7 @@
 #include <atomic>
 #include <future>
 #include <mutex>
+#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -51,31 +52,13 @@ class FakeRouting final : public NowPlayingRegistry, public AudioRoutingOwnershi
     std::atomic<int> owners{0};
 };
 
-class FakeExternalProvider final : public SubtitlesDataProvider {
-  public:
-    void perform(bool /*cancelling*/, dispatch::Task task) override {
-        queue_->async(std::move(task));
-    }
-    void seek(const CMTime& /*time*/, bool /*shouldProvideData*/,
-              const std::shared_ptr<dispatch::Queue>& queue, dispatch::Task completion) override {
-        queue->async(std::move(completion));
-    }
-    void setSubtitlesTrack(const std::shared_ptr<SubtitlesTrack>& track) override {
-        tracks.push_back(track);
-        onChange(track);
-    }
-    std::vector<std::shared_ptr<SubtitlesTrack>> tracks;
-    /// Called on the provider's queue.
-    std::function<void(const std::shared_ptr<SubtitlesTrack>&)> onChange = [](const auto&) {};
-
-  private:
-    const std::shared_ptr<dispatch::Queue> queue_ = dispatch::makeSerialQueue("side");
-};
-
-class ExternalTrack final : public SubtitlesTrack {
-  public:
-    ExternalTrack() : SubtitlesTrack("side", {}, std::make_unique<FakeSubtitlesDecoder>()) {}
-    bool isExternal() const override { return true; }
+/// A side file of one line.
+struct Side {
+    FakeTracks tracks;
+    std::shared_ptr<FakePacketSource> source =
+        std::make_shared<FakePacketSource>(tracks, "p20+300", "", kCMTimeZero, ms(400));
+    std::shared_ptr<ExternalSubtitlesTrack> track =
+        std::make_shared<ExternalSubtitlesTrack>(source, tracks.primary);
 };
 
 class FakePictureInPicture final : public PictureInPictureControlling {
@@ -103,7 +86,10 @@ class MediaPlayerTest : public testing::Test {
         main_.settle();
         player_ = std::exchange(made, nullptr);
         ASSERT_NE(player_, nullptr);
-        forgetNotifications();
+        observers_ = player_->observeNotifications(nullptr, [this](const auto& notification) {
+            const std::lock_guard lock(mutex_);
+            notifications_.push_back(notification.name.substr(20));
+        });
     }
 
     void TearDown() override {
@@ -112,28 +98,8 @@ class MediaPlayerTest : public testing::Test {
     }
 
     MediaPlayerEnvironment environment() {
-        MediaPlayerEnvironment environment;
-        environment.makeDisplayLayer = [this] { return ClockedRenderer<VideoRendering>(layer_); };
-        environment.makeAudioRenderer = [this] { return ClockedRenderer<AudioRendering>(sound_); };
-        environment.makeRenderSynchronizer = [this] { return clock_; };
-        environment.makeSubtitlesRenderer = [this](const auto&, const CMTime& startTime,
-                                                   SubtitlesPosition position) {
-            EXPECT_EQ(startTime, kCMTimeZero);
-            return position == SubtitlesPosition::primary ? bottom_ : top_;
-        };
-        environment.makeExternalSubtitlesDataProvider = [this](const auto&, const auto& view) {
-            return view == bottom_ ? bottomProvider_ : topProvider_;
-        };
-        environment.observeUserSpecifiedTextStyle = [this](std::function<void()> changed) {
-            textStyleChanged_ = std::move(changed);
-            return std::make_shared<int>(1);
-        };
-        environment.powerManagement = session_;
-        environment.processInfo = session_;
-        environment.nowPlaying = routing_;
-        environment.audioRouting = routing_;
-        environment.workspaceNotificationCenter = workspace_;
-        return environment;
+        return {layer_,   sound_,   clock_,   bottom_,  top_,      textStyles_,
+                session_, session_, routing_, routing_, workspace_};
     }
 
     template <class Block>
@@ -151,7 +117,7 @@ class MediaPlayerTest : public testing::Test {
     void seek(std::int64_t time) {
         onQueue([&] { player_->seekTo(ms(time)); });
     }
-    /// A seek that stays at work until the gate opens.
+    /// Starts a seek that lasts until the gate opens.
     void beginHeldSeek(std::int64_t time) {
         source_->closeSeekGate();
         seek(time);
@@ -162,7 +128,7 @@ class MediaPlayerTest : public testing::Test {
         main_.settle();
     }
 
-    /// The names of the player's notifications so far, without their common beginning.
+    /// The names of the player's notifications so far, without their common prefix.
     std::vector<std::string> notifications() const {
         const std::lock_guard lock(mutex_);
         return notifications_;
@@ -172,14 +138,6 @@ class MediaPlayerTest : public testing::Test {
         const std::lock_guard lock(mutex_);
         notifications_.clear();
     }
-    NotificationObserver observe(std::string_view name) {
-        return NotificationCenter::shared().addObserver(
-            std::string(name), nullptr, nullptr, [this](const Notification& notification) {
-                const std::lock_guard lock(mutex_);
-                notifications_.push_back(notification.name.substr(20));
-            });
-    }
-
     LogCapture log_;
     MainQueueScope main_;
     FakeTracks tracks_;
@@ -188,27 +146,24 @@ class MediaPlayerTest : public testing::Test {
     std::shared_ptr<FakeRenderer> sound_ = std::make_shared<FakeRenderer>();
     std::shared_ptr<FakeSubtitlesRenderer> bottom_ = std::make_shared<FakeSubtitlesRenderer>();
     std::shared_ptr<FakeSubtitlesRenderer> top_ = std::make_shared<FakeSubtitlesRenderer>();
-    std::shared_ptr<FakeExternalProvider> bottomProvider_ =
-        std::make_shared<FakeExternalProvider>();
-    std::shared_ptr<FakeExternalProvider> topProvider_ = std::make_shared<FakeExternalProvider>();
     std::shared_ptr<FakeSession> session_ = std::make_shared<FakeSession>();
     std::shared_ptr<FakeRouting> routing_ = std::make_shared<FakeRouting>();
     std::shared_ptr<NotificationCenter> workspace_ = std::make_shared<NotificationCenter>();
-    std::function<void()> textStyleChanged_;
+    UserDefaults defaults_;
+    NotificationCenter textStyleCenter_;
+    CaptionAppearance appearance_{defaults_, textStyleCenter_};
+    std::shared_ptr<SubtitleTextStyleManager> textStyle_ =
+        SubtitleTextStyleManager::create(appearance_, defaults_, textStyleCenter_);
+    std::shared_ptr<SubtitleTextStyleUpdateNotifier> textStyles_ =
+        SubtitleTextStyleUpdateNotifier::create(*textStyle_, textStyleCenter_);
     std::shared_ptr<FakePacketSource> source_;
     std::shared_ptr<MediaPlayer> player_;
     mutable std::mutex mutex_;
     std::vector<std::string> notifications_;
-    std::array<NotificationObserver, 6> observers_{
-        observe(MediaPlayer::kSelectedVideoTrackDidChangeNotification),
-        observe(MediaPlayer::kSelectedAudioTrackDidChangeNotification),
-        observe(MediaPlayer::kSelectedPrimarySubtitlesTrackDidChangeNotification),
-        observe(MediaPlayer::kSelectedSecondarySubtitlesTrackDidChangeNotification),
-        observe(MediaPlayer::kRateDidChangeNotification),
-        observe(MediaPlayer::kDidSeekNotification)};
+    std::vector<NotificationObserver> observers_;
 };
 
-TEST_F(MediaPlayerTest, beginsPausedAtTheStartWithItsRenderersFilled) {
+TEST_F(MediaPlayerTest, startsPausedWithFilledRenderers) {
     makePlayer();
     EXPECT_EQ(rate(), 0);
     EXPECT_EQ(position(), 0);
@@ -220,7 +175,7 @@ TEST_F(MediaPlayerTest, beginsPausedAtTheStartWithItsRenderersFilled) {
     EXPECT_THAT(sound_->events(), Contains("spatialization 7").Times(2));
 }
 
-TEST_F(MediaPlayerTest, playingTakesTheSessionsClaimsAndPausingGivesThemBack) {
+TEST_F(MediaPlayerTest, playingAcquiresAssertionsAndPausingReleasesThem) {
     makePlayer();
     play();
     EXPECT_EQ(clock_->rate(), 1);
@@ -236,26 +191,7 @@ TEST_F(MediaPlayerTest, playingTakesTheSessionsClaimsAndPausingGivesThemBack) {
                                              "+Stopped playing media.", "may sleep"));
 }
 
-TEST_F(MediaPlayerTest, theDesiredRateTakesEffectAtOnceOnlyWhilePlaying) {
-    makePlayer();
-    onQueue([&] { player_->setDesiredPlaybackRate(1.5F); });
-    EXPECT_EQ(rate(), 0);
-    onQueue([&] { player_->togglePlayPause(); });
-    EXPECT_EQ(rate(), 1.5F);
-    onQueue([&] { player_->setDesiredPlaybackRate(0.5F); });
-    EXPECT_EQ(clock_->rate(), 0.5F);
-    onQueue([&] { player_->togglePlayPause(); });
-    EXPECT_EQ(rate(), 0);
-}
-
-TEST_F(MediaPlayerTest, mediaWithoutADurationDoesNotPlayButTellsSo) {
-    makePlayer(kCMTimeZero);
-    play();
-    EXPECT_EQ(rate(), 0);
-    EXPECT_THAT(notifications(), ElementsAre("rateDidChange"));
-}
-
-TEST_F(MediaPlayerTest, theEndStopsTheClockExactlyThereAndPlayingBeginsAgain) {
+TEST_F(MediaPlayerTest, stopsExactlyAtTheEndAndPlaysAgainFromTheStart) {
     makePlayer();
     play();
     clock_->runTo(ms(kStart + kDuration + 30));
@@ -269,18 +205,6 @@ TEST_F(MediaPlayerTest, theEndStopsTheClockExactlyThereAndPlayingBeginsAgain) {
     EXPECT_EQ(layer_->queued().front(), kStart);
 }
 
-TEST_F(MediaPlayerTest, aCrossedEndThatASeekOvertakesIsForgotten) {
-    makePlayer();
-    play();
-    onQueue([&] {
-        clock_->runTo(ms(kStart + kDuration));
-        player_->seekTo(ms(80));
-    });
-    main_.settle();
-    EXPECT_EQ(position(), 80);
-    EXPECT_EQ(clock_->rate(), 1);
-}
-
 struct SeekTarget {
     std::int64_t target;
     std::int64_t position;
@@ -288,7 +212,7 @@ struct SeekTarget {
     std::int64_t firstSound;
 };
 
-TEST_F(MediaPlayerTest, aSeekEndsWhereItWasAskedTo) {
+TEST_F(MediaPlayerTest, aSeekSetsTheClockAndTheFirstFrames) {
     makePlayer();
     for (const auto& [target, expected, video, firstSound] : std::initializer_list<SeekTarget>{
              {100, 100, {5080, 5120, 5160, 5200, 5240, 5280, 5320, 5360}, 5100},
@@ -305,17 +229,7 @@ TEST_F(MediaPlayerTest, aSeekEndsWhereItWasAskedTo) {
     }
 }
 
-TEST_F(MediaPlayerTest, seekPastTheEndFinishesPausedAtTheEnd) {
-    makePlayer();
-    play();
-    seek(kDuration + 1000);
-    main_.settle();
-    EXPECT_EQ(rate(), 0);
-    EXPECT_EQ(position(), kDuration);
-    EXPECT_THAT(layer_->queued(), IsEmpty());
-}
-
-TEST_F(MediaPlayerTest, aBurstOfSeeksCostsTwoAndCompletesAllInOrder) {
+TEST_F(MediaPlayerTest, aBurstOfSeeksRunsTwoAndCompletesAllInOrder) {
     makePlayer();
     play();
     forgetNotifications();
@@ -341,65 +255,35 @@ TEST_F(MediaPlayerTest, aBurstOfSeeksCostsTwoAndCompletesAllInOrder) {
     EXPECT_THAT(notifications(), Contains("didSeek").Times(2));
 }
 
-TEST_F(MediaPlayerTest, whatIsAskedForDuringASeekHoldsAfterIt) {
+TEST_F(MediaPlayerTest, aRateThatSomethingElseSetsIsReported) {
     makePlayer();
-    struct Case {
-        bool playsBefore;
-        std::function<void()> during;
-        float rateAfter;
-    };
-    for (const auto& each : std::initializer_list<Case>{
-             {true, [&] {}, 1},
-             {false, [&] {}, 0},
-             {true, [&] { player_->pause(); }, 0},
-             {false, [&] { player_->play(); }, 1},
-             {true, [&] { player_->pause(), player_->play(); }, 1},
-             {true, [&] { player_->setDesiredPlaybackRate(2); }, 2},
-             {false, [&] { player_->setDesiredPlaybackRate(1); }, 0},
-         }) {
-        onQueue([&] { each.playsBefore ? player_->play() : player_->pause(); });
-        beginHeldSeek(40);
-        onQueue(each.during);
-        EXPECT_EQ(clock_->rate(), 0);
-        endHeldSeek();
-        EXPECT_EQ(clock_->rate(), each.rateAfter);
-        EXPECT_EQ(rate(), each.rateAfter);
-    }
-}
-
-TEST_F(MediaPlayerTest, aRateFromOutsideDuringASeekBecomesTheRateToResumeAt) {
-    makePlayer();
-    beginHeldSeek(40);
-    clock_->changeRateFromOutside(0.75F);
-    const auto playerQueuePassed = [&] { return onQueue([&] { return player_->rate(); }); };
-    EXPECT_EQ(playerQueuePassed(), 0.75F);
-    EXPECT_EQ(clock_->rate(), 0);
-    endHeldSeek();
-    EXPECT_EQ(clock_->rate(), 0.75F);
-}
-
-TEST_F(MediaPlayerTest, aRateFromOutsideIsTold) {
-    makePlayer();
-    play();
+    // The clock has this rate already and announces nothing.
+    onQueue([&] { player_->pause(); });
+    clock_->setRate(1);
+    main_.settle();
+    EXPECT_EQ(session_->notes.back(), "awake: Zelvane Player started playing media.");
     forgetNotifications();
-    clock_->changeRateFromOutside(0);
+    clock_->setRate(0);
     main_.settle();
     EXPECT_THAT(notifications(), ElementsAre("rateDidChange"));
     EXPECT_EQ(session_->notes.back(), "may sleep");
 }
 
-TEST_F(MediaPlayerTest, theEchoesOfSeeksInCloseSuccessionPauseNothing) {
+TEST_F(MediaPlayerTest, aRateThatSomethingElseSetsDuringASeekIsTheRateAfterIt) {
     makePlayer();
-    play();
-    for (int round = 0; round < 20; ++round) {
-        // The clock restarts and stops again before either is announced.
+    for (const float last : {0.75F, 0.0F}) {
+        play();
+        beginHeldSeek(40);
         onQueue([&] {
-            player_->seekTo(ms(40));
-            clock_->setRate(1);
-            player_->seekTo(ms(80));
+            std::thread([&] {
+                clock_->setRate(0.5F);
+                clock_->setRate(last);
+            }).join();
         });
-        main_.settle();
-        ASSERT_EQ(clock_->rate(), 1);
+        EXPECT_EQ(rate(), last);
+        EXPECT_EQ(clock_->rate(), 0);
+        endHeldSeek();
+        EXPECT_EQ(clock_->rate(), last);
     }
 }
 
@@ -407,26 +291,13 @@ TEST_F(MediaPlayerTest, aDragHoldsTheClockUntilItEnds) {
     makePlayer();
     play();
     onQueue([&] { player_->beginInteractiveSeeking(); });
+    EXPECT_TRUE(onQueue([&] { return player_->isSeekingInteractively(); }));
+    seek(40);
+    main_.settle();
+    EXPECT_EQ(position(), 40);
     EXPECT_EQ(clock_->rate(), 0);
     EXPECT_EQ(rate(), 1);
-    for (const int target : {40, 120}) {
-        seek(target);
-        main_.settle();
-        EXPECT_EQ(position(), target);
-        EXPECT_EQ(clock_->rate(), 0);
-    }
     onQueue([&] { player_->endInteractiveSeeking(); });
-    EXPECT_EQ(clock_->rate(), 1);
-}
-
-TEST_F(MediaPlayerTest, aDragThatEndsDuringASeekRestartsTheClockAfterIt) {
-    makePlayer();
-    play();
-    onQueue([&] { player_->beginInteractiveSeeking(); });
-    beginHeldSeek(40);
-    onQueue([&] { player_->endInteractiveSeeking(); });
-    EXPECT_EQ(clock_->rate(), 0);
-    endHeldSeek();
     EXPECT_EQ(clock_->rate(), 1);
 }
 
@@ -447,29 +318,26 @@ TEST_F(MediaPlayerTest, relativeSeeksBuildOnEachOther) {
     EXPECT_EQ(player_->currentTime(), ms(120) + CMTime(1000, 24000));
 }
 
-TEST_F(MediaPlayerTest, aSeekWithoutTracksEndsAtOnce) {
+TEST_F(MediaPlayerTest, aSeekCompletesThoughItFailsOrHasNoTracks) {
     makePlayer();
+    const auto completes = [&] {
+        bool wasOnMain = false;
+        player_->seekSynchronouslyTo(ms(40), nullptr,
+                                     [&] { wasOnMain = dispatch::mainQueue()->isCurrent(); });
+        main_.settle();
+        return wasOnMain;
+    };
+    source_->failsSeeks = true;
+    EXPECT_TRUE(completes());
+    EXPECT_EQ(log_.count("Failed to seek visual tracks: "), 1U);
     player_->setSelectedVideoTrack(nullptr);
     player_->setSelectedAudioTrack(nullptr);
     const std::size_t seeksBefore = source_->audioSeekTargets().size();
-    bool didEnd = false;
-    player_->seekSynchronouslyTo(ms(40), dispatch::mainQueue(), [&] { didEnd = true; });
-    main_.settle();
-    EXPECT_TRUE(didEnd);
+    EXPECT_TRUE(completes());
     EXPECT_EQ(source_->audioSeekTargets().size(), seeksBefore);
 }
 
-TEST_F(MediaPlayerTest, aProviderThatFailsDoesNotHoldTheSeek) {
-    makePlayer();
-    source_->failsSeeks = true;
-    bool didEnd = false;
-    player_->seekSynchronouslyTo(ms(40), dispatch::mainQueue(), [&] { didEnd = true; });
-    main_.settle();
-    EXPECT_TRUE(didEnd);
-    EXPECT_EQ(log_.count("Failed to seek visual tracks: "), 1U);
-}
-
-TEST_F(MediaPlayerTest, whatTheRendererLostIsBroughtBack) {
+TEST_F(MediaPlayerTest, anAutomaticFlushRefillsTheRenderers) {
     makePlayer();
     seek(100);
     main_.settle();
@@ -491,9 +359,27 @@ TEST_F(MediaPlayerTest, whatTheRendererLostIsBroughtBack) {
     EXPECT_EQ(log_.count(begin + "5.1 sec."), 1U);
 }
 
-TEST_F(MediaPlayerTest, newSettingsBringWhatIsQueuedAnew) {
+TEST_F(MediaPlayerTest, theVolumeIsThatOfTheRenderer) {
     makePlayer();
-    textStyleChanged_();
+    player_->setVolume(0.25F);
+    player_->setMuted(true);
+    EXPECT_EQ(sound_->volume(), 0.25F);
+    EXPECT_TRUE(sound_->isMuted());
+    sound_->setVolume(0.5F);
+    sound_->setMuted(false);
+    NotificationCenter::shared().post({std::string(kAudioRendererVolumeDidChangeNotification),
+                                       static_cast<const AudioRendering*>(sound_.get()),
+                                       {}});
+    main_.settle();
+    EXPECT_EQ(player_->volume(), 0.5F);
+    EXPECT_FALSE(player_->isMuted());
+    EXPECT_THAT(notifications(), ElementsAre("volumeDidChange"));
+}
+
+TEST_F(MediaPlayerTest, newSettingsSeekToTheCurrentTime) {
+    makePlayer();
+    defaults_.set(kUseUserSpecifiedSubtitleTextStyleKey, true);
+    textStyle_->useOfUserSpecifiedStyleDidChange();
     main_.settle();
     EXPECT_THAT(notifications(), ElementsAre("didSeek"));
     NotificationCenter::shared().post(
@@ -504,7 +390,7 @@ TEST_F(MediaPlayerTest, newSettingsBringWhatIsQueuedAnew) {
     EXPECT_THAT(notifications(), ElementsAre("didSeek", "didSeek"));
 }
 
-TEST_F(MediaPlayerTest, sleepAndAnotherUsersSessionPause) {
+TEST_F(MediaPlayerTest, pausesForSleepAndForAnotherUsersSession) {
     makePlayer();
     for (const auto name :
          {kWorkspaceWillSleepNotification, kWorkspaceSessionDidResignActiveNotification}) {
@@ -514,7 +400,7 @@ TEST_F(MediaPlayerTest, sleepAndAnotherUsersSessionPause) {
     }
 }
 
-TEST_F(MediaPlayerTest, selectingTellsAndBringsTheTrackOnlyWhenItIsNew) {
+TEST_F(MediaPlayerTest, onlyANewSelectionIsPostedAndFillsTheRenderer) {
     makePlayer();
     const int dimensionsBefore = top_->dimensionsCount();
     player_->setSelectedVideoTrack(tracks_.video);
@@ -535,69 +421,91 @@ TEST_F(MediaPlayerTest, selectingTellsAndBringsTheTrackOnlyWhenItIsNew) {
     EXPECT_EQ(top_->dimensionsCount(), dimensionsBefore + 1);
 }
 
-TEST_F(MediaPlayerTest, aSideFileThatMovesLeavesItsOldPlaceAndIsNotLoaded) {
+TEST_F(MediaPlayerTest, aSideFileThatMovesLeavesItsOldPositionAndIsLoadedWhenItIsSelectedAgain) {
     makePlayer();
-    const auto track = std::make_shared<ExternalTrack>();
-    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, track);
-    main_.settle();
-    EXPECT_THAT(bottomProvider_->tracks, ElementsAre(track));
-    player_->setSelectedSubtitlesTrack(SubtitlesPosition::secondary, track);
-    main_.settle();
-    EXPECT_THAT(bottomProvider_->tracks, ElementsAre(track, nullptr));
-    EXPECT_THAT(topProvider_->tracks, IsEmpty());
+    const Side side;
+    std::atomic<int> takenOver{0};
+    const auto select = [&](SubtitlesPosition position, const auto& track) {
+        player_->setSelectedSubtitlesTrack(position, track, [&] { ++takenOver; });
+        main_.settle();
+    };
+    select(SubtitlesPosition::primary, side.track);
+    EXPECT_THAT(bottom_->shown(), ElementsAre(5020));
+    EXPECT_EQ(takenOver, 1);
+    select(SubtitlesPosition::secondary, side.track);
+    EXPECT_THAT(bottom_->shown(), IsEmpty());
+    EXPECT_THAT(top_->shown(), IsEmpty());
     EXPECT_EQ(player_->selectedSubtitlesTrack(SubtitlesPosition::primary), nullptr);
-    EXPECT_EQ(player_->selectedSubtitlesTrack(SubtitlesPosition::secondary), track);
-    player_->setSelectedSubtitlesTrack(SubtitlesPosition::secondary, tracks_.secondary);
-    main_.settle();
-    EXPECT_THAT(topProvider_->tracks, ElementsAre(nullptr));
+    EXPECT_EQ(player_->selectedSubtitlesTrack(SubtitlesPosition::secondary), side.track);
+    select(SubtitlesPosition::secondary, tracks_.secondary);
+    EXPECT_EQ(takenOver, 1);
+    select(SubtitlesPosition::secondary, side.track);
+    EXPECT_THAT(top_->shown(), ElementsAre(5020));
+    EXPECT_EQ(takenOver, 2);
     EXPECT_THAT(notifications(), Contains("selectedPrimarySubtitlesTrackDidChange").Times(2));
-    EXPECT_THAT(notifications(), Contains("selectedSecondarySubtitlesTrackDidChange").Times(2));
+    EXPECT_THAT(notifications(), Contains("selectedSecondarySubtitlesTrackDidChange").Times(3));
 }
 
-TEST_F(MediaPlayerTest, whoFeedsAPlaceNextWaitsUntilTheLastHasClearedIt) {
+TEST_F(MediaPlayerTest, theNextProviderOfAPositionWaitsUntilTheLastHasClearedIt) {
     makePlayer(ms(kDuration), "5000k p5040+300 5040 5080 5120 5160 5200k 5240 5280 5320 5360");
-    const auto side = std::make_shared<ExternalTrack>();
-    bottomProvider_->onChange = [this](const auto& track) {
-        bottom_->removeAllSubtitles();
-        if (track) {
-            dispatch::mainQueue()->async([this] {
-                bottom_->addSubtitlesFrame(
-                    std::make_shared<const SubtitlesFrame>(SubtitlesFrame{ms(5020), ms(5300), {}}));
-            });
+    const Side side;
+    const auto selectWhileReading = [&](FakePacketSource& source, const auto& track) {
+        std::promise<void> gate;
+        source.visualTracksQueue()->async([opened = gate.get_future().share()] { opened.wait(); });
+        seek(0);
+        player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, track);
+        gate.set_value();
+        main_.settle();
+        return bottom_->shown();
+    };
+    EXPECT_THAT(selectWhileReading(*source_, tracks_.primary), ElementsAre(5040));
+    EXPECT_THAT(selectWhileReading(*source_, side.track), ElementsAre(5020));
+    EXPECT_THAT(selectWhileReading(*side.source, tracks_.primary), ElementsAre(5040));
+}
+
+TEST_F(MediaPlayerTest, aSideFilesDecoderIsUsedOnOneQueueAtATime) {
+    makePlayer();
+    const Side side;
+    const Side other;
+    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, side.track);
+    player_->setSelectedSubtitlesTrack(SubtitlesPosition::secondary, other.track);
+    main_.settle();
+    std::promise<void> began;
+    std::promise<void> overlap;
+    std::atomic<bool> isDecoding{false};
+    std::atomic<bool> hasOverlapped{false};
+    const auto decodeSlowly = [&, hasBegun = false]() mutable {
+        if (!std::exchange(hasBegun, true)) {
+            isDecoding = true;
+            began.set_value();
+            overlap.get_future().wait_for(std::chrono::milliseconds(100));
+            isDecoding = false;
         }
     };
-    const auto waitingFor = [](std::promise<void>& gate) {
-        return [opened = gate.get_future().share()] { opened.wait(); };
+    side.tracks.primaryDecoder->onDecode = decodeSlowly;
+    side.tracks.primaryDecoder->onFlush = [&] {
+        if (isDecoding && !hasOverlapped.exchange(true)) {
+            overlap.set_value();
+        }
     };
-    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, tracks_.primary);
-    main_.settle();
-    ASSERT_THAT(bottom_->shown(), ElementsAre(5040));
-
-    std::promise<void> picturesGate;
-    source_->visualTracksQueue()->async(waitingFor(picturesGate));
     seek(0);
-    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, side);
-    picturesGate.set_value();
+    began.get_future().wait();
+    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, nullptr);
+    player_->setSelectedSubtitlesTrack(SubtitlesPosition::secondary, side.track);
     main_.settle();
-    EXPECT_THAT(bottom_->shown(), ElementsAre(5020));
-
-    std::promise<void> sideGate;
-    bottomProvider_->perform(false, waitingFor(sideGate));
-    player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, tracks_.primary);
-    sideGate.set_value();
-    main_.settle();
-    EXPECT_THAT(bottom_->shown(), ElementsAre(5040));
+    EXPECT_FALSE(hasOverlapped);
+    EXPECT_THAT(top_->shown(), ElementsAre(5020));
 }
 
-TEST_F(MediaPlayerTest, bothPlacesMayChangeFromTwoThreadsAtOnce) {
+TEST_F(MediaPlayerTest, bothPositionsMayChangeFromTwoThreadsAtOnce) {
     makePlayer();
-    const auto track = std::make_shared<ExternalTrack>();
+    const Side side;
     const dispatch::Group group;
     for (const auto position : {SubtitlesPosition::primary, SubtitlesPosition::secondary}) {
         group.enter();
         dispatch::globalQueue(dispatch::QualityOfService::unspecified)->async([&, position, group] {
             for (int i = 0; i < 50; ++i) {
-                player_->setSelectedSubtitlesTrack(position, track);
+                player_->setSelectedSubtitlesTrack(position, side.track);
                 player_->setSelectedSubtitlesTrack(position, tracks_.primary);
             }
             group.leave();
@@ -609,7 +517,7 @@ TEST_F(MediaPlayerTest, bothPlacesMayChangeFromTwoThreadsAtOnce) {
     EXPECT_EQ(player_->selectedSubtitlesTrack(SubtitlesPosition::secondary), tracks_.primary);
 }
 
-TEST_F(MediaPlayerTest, pictureInPictureFollowsAndLeads) {
+TEST_F(MediaPlayerTest, pictureInPictureControlsAndFollowsPlayback) {
     makePlayer();
     const auto controller = std::make_shared<FakePictureInPicture>();
     player_->setPictureInPictureController(controller);
@@ -621,30 +529,34 @@ TEST_F(MediaPlayerTest, pictureInPictureFollowsAndLeads) {
     EXPECT_TRUE(player_->pictureInPictureControllerIsPlaybackPaused());
 }
 
-TEST_F(MediaPlayerTest, aPlayerMadeAtATimeIsHandedOverOnceItStandsThere) {
+TEST_F(MediaPlayerTest, aPlayerWithAnInitialTimeIsGivenAfterTheSeek) {
     makePlayer();
-    std::int64_t positionWhenHandedOver = -1;
-    std::vector<std::int64_t> queuedWhenHandedOver;
+    std::int64_t positionWhenGiven = -1;
+    std::vector<std::int64_t> queuedWhenGiven;
     makeMediaPlayer(environment(), source_, {tracks_.video, nullptr, nullptr, nullptr}, ms(200),
                     dispatch::mainQueue(), [&](const auto& player) {
-                        positionWhenHandedOver = inMilliseconds(player->currentTime());
-                        queuedWhenHandedOver = layer_->queued();
+                        positionWhenGiven = inMilliseconds(player->currentTime());
+                        queuedWhenGiven = layer_->queued();
                     });
     main_.settle();
-    EXPECT_EQ(positionWhenHandedOver, 200);
-    ASSERT_THAT(queuedWhenHandedOver, Not(IsEmpty()));
-    EXPECT_EQ(queuedWhenHandedOver.front(), 5200);
+    EXPECT_EQ(positionWhenGiven, 200);
+    ASSERT_THAT(queuedWhenGiven, Not(IsEmpty()));
+    EXPECT_EQ(queuedWhenGiven.front(), 5200);
     EXPECT_EQ(routing_->players, 1);
     EXPECT_EQ(routing_->owners, 1);
 }
 
-TEST_F(MediaPlayerTest, aPlayerThatGoesLeavesNothingBehind) {
+TEST_F(MediaPlayerTest, aDestroyedPlayerReleasesEverything) {
     makePlayer();
+    bool isGranted = false;
+    player_->requestAudioRoutingOwnership(dispatch::mainQueue(), [&] { isGranted = true; });
+    main_.settle();
+    EXPECT_TRUE(isGranted);
     EXPECT_EQ(routing_->players, 1);
     EXPECT_EQ(routing_->owners, 1);
     beginHeldSeek(40);
     std::weak_ptr<MediaPlayer> gone = player_;
-    // The last reference goes on the player's own queue.
+    // The last reference is released on the player's own queue.
     player_->queue()->async([player = std::exchange(player_, nullptr)] {});
     source_->openSeekGate();
     main_.settle();
@@ -654,14 +566,14 @@ TEST_F(MediaPlayerTest, aPlayerThatGoesLeavesNothingBehind) {
     EXPECT_EQ(clock_->removals(), 1);
     EXPECT_FALSE(layer_->isRequesting());
     EXPECT_FALSE(sound_->isRequesting());
-    clock_->changeRateFromOutside(1);
-    textStyleChanged_();
+    clock_->setRate(1);
+    textStyle_->useOfUserSpecifiedStyleDidChange();
     main_.settle();
 }
 
 using MediaPlayerDeathTest = MediaPlayerTest;
 
-TEST_F(MediaPlayerDeathTest, aPlayerIsMadeOnTheMainQueueAlone) {
+TEST_F(MediaPlayerDeathTest, aPlayerIsMadeOnTheMainQueueOnly) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_DEATH(MediaPlayer::create(environment(), std::make_shared<FakePacketSource>(
                                                         tracks_, "", "", kCMTimeZero, ms(1))),

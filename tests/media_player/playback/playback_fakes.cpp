@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/pixel_buffers.h"
+
 namespace zelvane::test {
 
 std::int64_t inMilliseconds(const CMTime& time) {
@@ -24,32 +26,15 @@ CMSampleBufferRef makeSampleBuffer(const CMTime& start, const CMTime& duration) 
     audio.streamDescription.mBytesPerFrame = kBytesPerFrame;
     audio.streamDescription.mChannelsPerFrame = 2;
     audio.channelLayoutTag = kAudioChannelLayoutTag_Stereo;
-    CMFormatDescriptionRef format;
-    EXPECT_EQ(CMFormatDescription::createForAudio(audio, format), kNoErr);
     const auto data = std::make_shared<CMBlockBuffer>();
-    EXPECT_EQ(data->appendMemoryBlock(silence, [] {}), kNoErr);
-    CMSampleBufferRef sampleBuffer;
-    EXPECT_EQ(CMSampleBuffer::create(data, format, 1, {duration, start, kCMTimeInvalid},
-                                     kBytesPerFrame, sampleBuffer),
-              kNoErr);
-    return sampleBuffer;
+    data->appendMemoryBlock(silence, [] {});
+    return CMSampleBuffer::ofAudio(data, CMFormatDescription::ofAudio(audio), 1,
+                                   {duration, start, kCMTimeInvalid}, kBytesPerFrame);
 }
 
 CMSampleBufferRef makePicture(const CMTime& start, const CMTime& duration) {
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferPoolAttributes attributes;
-    attributes.pixelFormat = kCVPixelFormatType_32BGRA;
-    attributes.width = attributes.height = 16;
-    EXPECT_EQ(CVPixelBufferPool::create(attributes, pool), kCVReturnSuccess);
-    CVPixelBufferRef picture;
-    EXPECT_EQ(pool->createPixelBuffer(picture), kCVReturnSuccess);
-    CMFormatDescriptionRef format;
-    EXPECT_EQ(CMFormatDescription::createForImageBuffer(*picture, format), kNoErr);
-    CMSampleBufferRef sampleBuffer;
-    EXPECT_EQ(CMSampleBuffer::createReadyWithImageBuffer(
-                  picture, format, {duration, start, kCMTimeInvalid}, sampleBuffer),
-              kNoErr);
-    return sampleBuffer;
+    return CMSampleBuffer::ofPicture(makePixelBuffer(kCVPixelFormatType_32BGRA, 16, 16),
+                                     {duration, start, kCMTimeInvalid});
 }
 
 std::vector<TimelinePacket> timeline(std::string_view text, std::int64_t frameDuration) {
@@ -111,9 +96,10 @@ bool FakeDecoder::startDecoding(const Packet& packet) {
     if (held_.size() > delay_) {
         return false;
     }
-    held_.push_back(makeSampleBuffer(ms(packet.avPacket().pts), packet.avPacket().duration > 0
-                                                                    ? ms(packet.avPacket().duration)
-                                                                    : kCMTimeInvalid));
+    const CMTime duration =
+        packet.avPacket().duration > 0 ? ms(packet.avPacket().duration) : kCMTimeInvalid;
+    const auto make = givesPictures ? makePicture : makeSampleBuffer;
+    held_.push_back(make(ms(packet.avPacket().pts), duration));
     return true;
 }
 
@@ -131,7 +117,13 @@ void FakeDecoder::flush() {
     isDraining_ = false;
 }
 
+void FakeSubtitlesDecoder::flush() {
+    onFlush();
+    held_.clear();
+}
+
 std::vector<SubtitlesFrameRef> FakeSubtitlesDecoder::decode(const Packet& packet) {
+    onDecode();
     refuseCorrupt(packet);
     const AVPacket& av = packet.avPacket();
     if (av.size == 0) {
@@ -314,42 +306,45 @@ bool FakeRenderer::isReadyForMoreMediaData() const {
 
 void FakeRenderer::requestMediaDataWhenReady(std::shared_ptr<dispatch::Queue> queue,
                                              dispatch::Task block) {
-    const std::lock_guard lock(mutex_);
-    events_.emplace_back("request");
-    queue_ = std::move(queue);
-    block_ = std::move(block);
-    queue_->async([self = shared_from_this(), registration = ++registration_] {
-        self->callBlock(registration);
-    });
-}
-
-void FakeRenderer::callBlock(int registration) {
-    dispatch::Task block;
-    {
-        const std::lock_guard lock(mutex_);
-        if (registration != registration_ || !block_ || queued_.size() >= capacity_) {
-            return;
-        }
-        block = block_;
-    }
-    block();
-    const std::lock_guard lock(mutex_);
-    if (registration == registration_ && block_) {
-        queue_->async([self = shared_from_this(), registration] { self->callBlock(registration); });
-    }
+    setRequest(std::make_shared<MediaDataRequest>(std::move(queue), std::move(block),
+                                                  [weak = weak_from_this()] {
+                                                      const auto self = weak.lock();
+                                                      return self &&
+                                                             self->isReadyForMoreMediaData();
+                                                  }),
+               "request");
 }
 
 void FakeRenderer::stopRequestingMediaData() {
-    dispatch::Task block;
-    const std::lock_guard lock(mutex_);
-    events_.emplace_back("stop");
-    block = std::exchange(block_, nullptr);
+    setRequest(nullptr, "stop");
+}
+
+void FakeRenderer::setRequest(const std::shared_ptr<MediaDataRequest>& request, const char* event) {
+    std::shared_ptr<MediaDataRequest> old;
+    {
+        const std::lock_guard lock(mutex_);
+        events_.emplace_back(event);
+        old = std::exchange(request_, request);
+    }
+    if (old) {
+        old->cancel();
+    }
+    if (request) {
+        request->poll();
+    }
 }
 
 void FakeRenderer::forget(std::string_view event) {
-    const std::lock_guard lock(mutex_);
-    queued_.clear();
-    events_.emplace_back(event);
+    std::shared_ptr<MediaDataRequest> request;
+    {
+        const std::lock_guard lock(mutex_);
+        queued_.clear();
+        events_.emplace_back(event);
+        request = request_;
+    }
+    if (request) {
+        request->poll();
+    }
 }
 
 void FakeRenderer::note(std::string event) {
@@ -358,12 +353,10 @@ void FakeRenderer::note(std::string event) {
 }
 
 void FakeRenderer::setBounds(const CGRect& bounds) {
-    EXPECT_TRUE(dispatch::mainQueue()->isCurrent());
     note(fmt::format("bounds {},{} {}x{}", bounds.x, bounds.y, bounds.width, bounds.height));
 }
 
 void FakeRenderer::setAffineTransform(const CGAffineTransform& t) {
-    EXPECT_TRUE(dispatch::mainQueue()->isCurrent());
     note(fmt::format("transform {} {} {} {}", t.a, t.b, t.c, t.d));
 }
 
@@ -385,9 +378,23 @@ std::vector<std::int64_t> FakeRenderer::queued() const {
     return starts;
 }
 
+std::vector<CMSampleBufferRef> FakeRenderer::buffers() const {
+    const std::lock_guard lock(mutex_);
+    return queued_;
+}
+
 CMSampleBufferRef FakeRenderer::first() const {
     const std::lock_guard lock(mutex_);
     return queued_.empty() ? nullptr : queued_.front();
+}
+
+std::int64_t FakeRenderer::sampleCount() const {
+    const std::lock_guard lock(mutex_);
+    std::int64_t count = 0;
+    for (const CMSampleBufferRef& buffer : queued_) {
+        count += buffer->sampleCount();
+    }
+    return count;
 }
 
 std::vector<std::string> FakeRenderer::events() const {
@@ -397,142 +404,88 @@ std::vector<std::string> FakeRenderer::events() const {
 
 bool FakeRenderer::isRequesting() const {
     const std::lock_guard lock(mutex_);
-    return block_ != nullptr;
+    return request_ != nullptr;
 }
+
+FakeSynchronizer::FakeSynchronizer()
+    : clock_(std::make_shared<SampleBufferRenderSynchronizer>(time_.clock(), time_.makeTimer())),
+      announcements_(NotificationCenter::shared().addObserver(
+          std::string(kRenderSynchronizerRateDidChangeNotification),
+          static_cast<const RenderSynchronizer*>(clock_.get()), nullptr,
+          [this](const Notification& posted) {
+              if (!isQuiet_) {
+                  NotificationCenter::shared().post(
+                      {posted.name, static_cast<const RenderSynchronizer*>(this), {}});
+              }
+          })) {}
 
 void FakeSynchronizer::addRenderer(std::shared_ptr<SynchronizedRenderer> renderer) {
-    renderers_.push_back(std::move(renderer));
-}
-
-float FakeSynchronizer::rate() const {
-    const std::lock_guard lock(mutex_);
-    return rate_;
-}
-
-CMTime FakeSynchronizer::currentTime() const {
-    const std::lock_guard lock(mutex_);
-    return time_;
-}
-
-void FakeSynchronizer::setRate(float rate) {
-    {
-        const std::lock_guard lock(mutex_);
-        if (std::exchange(rate_, rate) == rate) {
-            return;
-        }
-    }
-    announce();
-}
-
-void FakeSynchronizer::setRate(float rate, const CMTime& time) {
-    {
-        const std::lock_guard lock(mutex_);
-        time_ = time;
-    }
-    setRate(rate);
-}
-
-void FakeSynchronizer::announce() const {
-    NotificationCenter::shared().post({std::string(kRenderSynchronizerRateDidChangeNotification),
-                                       static_cast<const RenderSynchronizer*>(this),
-                                       {}});
+    ++rendererCount_;
+    clock_->addRenderer(std::move(renderer));
 }
 
 RenderSynchronizer::TimeObserverToken
-FakeSynchronizer::addPeriodicTimeObserver(const CMTime& /*interval*/,
+FakeSynchronizer::addPeriodicTimeObserver(const CMTime& interval,
                                           std::shared_ptr<dispatch::Queue> queue,
                                           std::function<void(const CMTime&)> block) {
-    auto observer = std::make_shared<Observer>();
-    observer->queue = std::move(queue);
-    observer->block = std::move(block);
-    observer->isPeriodic = true;
-    const std::lock_guard lock(mutex_);
-    observers_.push_back(observer);
-    return observer;
+    ++observerCount_;
+    return clock_->addPeriodicTimeObserver(interval, std::move(queue), std::move(block));
 }
 
 RenderSynchronizer::TimeObserverToken
 FakeSynchronizer::addBoundaryTimeObserver(std::vector<CMTime> times,
                                           std::shared_ptr<dispatch::Queue> queue,
                                           std::function<void()> block) {
-    auto observer = std::make_shared<Observer>();
-    observer->times = std::move(times);
-    observer->queue = std::move(queue);
-    observer->block = [block = std::move(block)](const CMTime&) { block(); };
-    std::optional<CMTime> crossed;
-    {
-        const std::lock_guard lock(mutex_);
-        observers_.push_back(observer);
-        crossed = std::exchange(crossesWhileAdding_, std::nullopt);
-    }
-    if (crossed) {
+    ++observerCount_;
+    auto token =
+        clock_->addBoundaryTimeObserver(std::move(times), std::move(queue), std::move(block));
+    if (const auto crossed = std::exchange(crossesWhileAdding_, std::nullopt)) {
         runTo(*crossed);
     }
-    return observer;
+    return token;
 }
 
 void FakeSynchronizer::removeTimeObserver(const TimeObserverToken& token) {
-    const std::lock_guard lock(mutex_);
+    --observerCount_;
     ++removals_;
-    const auto found = std::find(observers_.begin(), observers_.end(), token);
-    ASSERT_NE(found, observers_.end());
-    (*found)->isRemoved = true;
-    observers_.erase(found);
-}
-
-void FakeSynchronizer::fire(const std::shared_ptr<Observer>& observer, const CMTime& time) {
-    observer->queue->async([observer, time] {
-        if (!observer->isRemoved) {
-            observer->block(time);
-        }
-    });
+    clock_->removeTimeObserver(token);
 }
 
 void FakeSynchronizer::runTo(const CMTime& time) {
-    std::vector<std::shared_ptr<Observer>> due;
-    {
-        const std::lock_guard lock(mutex_);
-        const CMTime before = std::exchange(time_, time);
-        std::copy_if(observers_.begin(), observers_.end(), std::back_inserter(due),
-                     [&](const auto& observer) {
-                         return observer->isPeriodic ||
-                                std::any_of(observer->times.begin(), observer->times.end(),
-                                            [&](const CMTime& boundary) {
-                                                return before < boundary && boundary <= time;
-                                            });
-                     });
-    }
-    for (const auto& observer : due) {
-        fire(observer, time);
-    }
+    const float rate = clock_->rate();
+    const auto setQuietly = [&](float newRate) {
+        if (rate == 0) {
+            isQuiet_ = true;
+            clock_->setRate(newRate);
+            isQuiet_ = false;
+        }
+    };
+    setQuietly(1);
+    const double seconds = (time - currentTime()).seconds() / (rate == 0 ? 1 : rate);
+    time_.advance(HostDuration(std::llround(seconds * 1e9)));
+    setQuietly(0);
 }
 
 void FakeSubtitlesRenderer::addSubtitlesFrame(SubtitlesFrameRef frame) {
     EXPECT_TRUE(dispatch::mainQueue()->isCurrent());
-    const std::lock_guard lock(mutex_);
-    shown_.push_back(inMilliseconds(frame->startTime));
+    ++arrivals_;
+    if (!dropsEverything) {
+        shown_.push_back(inMilliseconds(frame->startTime));
+    }
+    most_ = std::max(most_, shown_.size());
+    reportCount();
 }
 
 void FakeSubtitlesRenderer::removeAllSubtitles() {
     dispatch::mainQueue()->async([self = shared_from_this()] {
-        const std::lock_guard lock(self->mutex_);
         self->shown_.clear();
+        self->reportCount();
     });
 }
 
-void FakeSubtitlesRenderer::setVideoDimensions(const VideoDimensions& /*dimensions*/) {
-    const std::lock_guard lock(mutex_);
-    ++dimensionsCount_;
-}
-
-std::vector<std::int64_t> FakeSubtitlesRenderer::shown() const {
-    const std::lock_guard lock(mutex_);
-    return shown_;
-}
-
-int FakeSubtitlesRenderer::dimensionsCount() const {
-    const std::lock_guard lock(mutex_);
-    return dimensionsCount_;
+void FakeSubtitlesRenderer::endFirst(std::size_t count) {
+    shown_.erase(shown_.begin(), shown_.begin() + static_cast<std::ptrdiff_t>(count));
+    reportCount();
 }
 
 MainQueueScope::~MainQueueScope() {
@@ -549,7 +502,7 @@ void MainQueueScope::settle() const {
             return;
         }
     }
-    FAIL() << "The queues did not come to rest.";
+    FAIL() << "The queues still have tasks.";
 }
 
 } // namespace zelvane::test

@@ -13,22 +13,20 @@
 #include <vector>
 
 #include "foundation/notification_center.h"
-#include "media_player/media_source/packet_source.h"
+#include "media_player/media_source/external_subtitles_track.h"
 #include "media_player/playback/media_player.h"
+#include "rendering/media_data_request.h"
 #include "rendering/queued_sample_buffer_rendering.h"
-#include "rendering/render_synchronizer.h"
+#include "rendering/sample_buffer_render_synchronizer.h"
+#include "tests/rendering/rendering_fakes.h"
 
 namespace zelvane::test {
 
-/// Milliseconds; everything in these tests is told in them.
-constexpr CMTime ms(std::int64_t milliseconds) {
-    return {milliseconds, 1000};
-}
 std::int64_t inMilliseconds(const CMTime& time);
 
-/// Of sound.
+/// A sound buffer.
 CMSampleBufferRef makeSampleBuffer(const CMTime& start, const CMTime& duration);
-/// Of a small picture.
+/// A buffer of a small picture.
 CMSampleBufferRef makePicture(const CMTime& start, const CMTime& duration);
 
 /// One packet of a time line.
@@ -41,18 +39,20 @@ struct TimelinePacket {
     char stream = 'm';
 };
 
-/// Reads a time line, packets in file order: "0k 40 80! p60+100". A number is a packet of the main
-/// stream that begins there and lasts as long as `frameDuration`, or as long as "+" says; "k" makes
-/// it a key packet, "!" one that does not decode; "p" and "s" before it, one of the subtitles.
+/// Reads a time line of packets in file order: "0k 40 80! p60+100". A number is the start of a
+/// packet of the main stream, which lasts for `frameDuration`, or for the number after "+". "k"
+/// marks a key packet, "!" one that fails to decode; "p" and "s" before it, one of the subtitles.
 std::vector<TimelinePacket> timeline(std::string_view text, std::int64_t frameDuration = 40);
 
-/// Makes a buffer of each packet's time, and holds back `delay` of them, as codecs do.
+/// Makes a buffer with each packet's time, and holds back `delay` of them, as codecs do.
 class FakeDecoder final : public CoreMediaCompatibleDecoder {
   public:
     explicit FakeDecoder(std::size_t delay = 0) : delay_(delay) {}
     bool startDecoding(const Packet& packet) override;
     CMSampleBufferRef dequeueSampleBuffer() override;
     void flush() override;
+    /// Otherwise the buffers are of sound, which providers of pictures do not keep for seeks.
+    bool givesPictures = false;
 
   private:
     const std::size_t delay_;
@@ -60,12 +60,15 @@ class FakeDecoder final : public CoreMediaCompatibleDecoder {
     bool isDraining_ = false;
 };
 
-/// Makes a frame of each packet's time; an empty packet gives the one that is held back, if any.
+/// Makes a frame with each packet's time; an empty packet gives the frames that are held back.
 class FakeSubtitlesDecoder final : public SubtitlesFrameDecoder {
   public:
     std::vector<SubtitlesFrameRef> decode(const Packet& packet) override;
-    void flush() override { held_.clear(); }
-    /// Frames that only the end of the stream brings out; `failsAtEnd` has it throw instead.
+    void flush() override;
+    /// Called by decode() and flush().
+    std::function<void()> onDecode = [] {};
+    std::function<void()> onFlush = [] {};
+    /// Frames that only the end of the stream gives; with `failsAtEnd` it throws instead.
     std::vector<SubtitlesFrameRef> held_;
     bool failsAtEnd = false;
 };
@@ -84,7 +87,7 @@ struct FakeTracks {
 };
 
 /// A file of two time lines.
-class FakePacketSource final : public PacketSource {
+class FakePacketSource final : public PlayableSource {
   public:
     FakePacketSource(FakeTracks tracks, std::string_view visual, std::string_view audio,
                      CMTime startTime, CMTime duration);
@@ -105,6 +108,16 @@ class FakePacketSource final : public PacketSource {
     CollectedPackets seekVisual(const std::shared_ptr<VideoTrack>& videoTrack,
                                 const SubtitlesTracks& subtitlesTracks,
                                 const CMTime& time) override;
+    std::string id() const override { return "source"; }
+    const URL& url() const override { return url_; }
+    const OptionalMetadata& optionalMetadata() const override { return metadata_; }
+    const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const override { return video_; }
+    const std::vector<std::shared_ptr<AudioTrack>>& audioTracks() const override { return sound_; }
+    SubtitlesTracks subtitlesTracks() const override {
+        return {tracks_.primary, tracks_.secondary};
+    }
+    void addExternalSubtitles(const URL& /*url*/, ExternalSubtitlesHandler /*successHandler*/,
+                              FailureHandler /*failureHandler*/) override {}
 
     /// While closed, seeks wait inside the source.
     void closeSeekGate();
@@ -117,7 +130,7 @@ class FakePacketSource final : public PacketSource {
 
     std::atomic<bool> failsReads{false};
     std::atomic<bool> failsSeeks{false};
-    /// Called by each audio read with the count of them, on the reading thread.
+    /// Called by each audio read with the number of reads so far, on the reading thread.
     std::function<void(int count)> onAudioRead;
 
   private:
@@ -126,12 +139,16 @@ class FakePacketSource final : public PacketSource {
         std::size_t position = 0;
     };
     std::shared_ptr<MediaTrack> trackOf(const TimelinePacket& packet) const;
-    /// Moves the stream past the first main packet at or after `time`, and returns what lies
-    /// between there and the key packet before it.
+    /// Moves the stream past the first main packet at or after `time`, and returns the packets from
+    /// the key packet before it.
     static std::vector<TimelinePacket> collect(Stream& stream, std::int64_t time);
     void passGate();
 
     const FakeTracks tracks_;
+    const std::vector<std::shared_ptr<VideoTrack>> video_{tracks_.video};
+    const std::vector<std::shared_ptr<AudioTrack>> sound_{tracks_.audio};
+    const URL url_ = URL::fromPath("/media.mkv");
+    const OptionalMetadata metadata_;
     const CMTime startTime_;
     const CMTime duration_;
     const std::shared_ptr<dispatch::Queue> visualQueue_ = dispatch::makeSerialQueue("visual");
@@ -146,7 +163,7 @@ class FakePacketSource final : public PacketSource {
     std::vector<std::int64_t> audioSeekTargets_;
 };
 
-/// Takes buffers up to a limit, remembers them and what it was told, in order.
+/// Takes buffers up to a limit, and records them and the calls, in order.
 class FakeRenderer final : public VideoRendering,
                            public AudioRendering,
                            public SynchronizedRenderer,
@@ -167,38 +184,46 @@ class FakeRenderer final : public VideoRendering,
     void setAllowedAudioSpatializationFormats(std::uint32_t formats) override;
     std::optional<std::string> audioOutputDeviceUniqueID() const override { return std::nullopt; }
     void setAudioOutputDeviceUniqueID(std::optional<std::string> /*uniqueID*/) override {}
+    float volume() const override { return volume_; }
+    void setVolume(float volume) override { volume_ = volume; }
+    bool isMuted() const override { return isMuted_; }
+    void setMuted(bool isMuted) override { isMuted_ = isMuted; }
     void timelineDidChange(const TimelineAnchor& /*anchor*/, Change /*change*/) override {}
 
-    /// The starts of what is queued, in milliseconds.
+    /// The starts of the queued buffers, in milliseconds.
     std::vector<std::int64_t> queued() const;
-    /// The first of what is queued, or null.
+    std::vector<CMSampleBufferRef> buffers() const;
+    /// The first queued buffer, or null.
     CMSampleBufferRef first() const;
+    /// All samples of what is queued.
+    std::int64_t sampleCount() const;
     std::vector<std::string> events() const;
     bool isRequesting() const;
 
   private:
-    void callBlock(int registration);
     void forget(std::string_view event);
     void note(std::string event);
+    void setRequest(const std::shared_ptr<MediaDataRequest>& request, const char* event);
 
     mutable std::mutex mutex_;
     const std::size_t capacity_;
+    float volume_ = 1;
+    bool isMuted_ = false;
     std::vector<CMSampleBufferRef> queued_;
     std::vector<std::string> events_;
-    std::shared_ptr<dispatch::Queue> queue_;
-    dispatch::Task block_;
-    /// Grows with each registration.
-    int registration_ = 0;
+    std::shared_ptr<MediaDataRequest> request_;
 };
 
-/// A clock that a test moves by hand.
+/// The real clock on host time that the test advances.
 class FakeSynchronizer final : public RenderSynchronizer {
   public:
+    FakeSynchronizer();
+
     void addRenderer(std::shared_ptr<SynchronizedRenderer> renderer) override;
-    float rate() const override;
-    void setRate(float rate) override;
-    void setRate(float rate, const CMTime& time) override;
-    CMTime currentTime() const override;
+    float rate() const override { return clock_->rate(); }
+    void setRate(float rate) override { clock_->setRate(rate); }
+    void setRate(float rate, const CMTime& time) override { clock_->setRate(rate, time); }
+    CMTime currentTime() const override { return clock_->currentTime(); }
     TimeObserverToken addPeriodicTimeObserver(const CMTime& interval,
                                               std::shared_ptr<dispatch::Queue> queue,
                                               std::function<void(const CMTime&)> block) override;
@@ -207,57 +232,56 @@ class FakeSynchronizer final : public RenderSynchronizer {
                                               std::function<void()> block) override;
     void removeTimeObserver(const TimeObserverToken& token) override;
 
-    /// Running time reaches `time`, and crosses what lies on the way.
+    /// Lets the clock run to `time` at its rate; a stopped clock runs at 1, unannounced.
     void runTo(const CMTime& time);
-    /// Somebody else changes the rate.
-    void changeRateFromOutside(float rate) { setRate(rate); }
-    /// Time goes by while the next boundary observer is being added, which fires at once.
+    /// Time passes while the next boundary observer is being added, which fires at once.
     void crossWhileAdding(const CMTime& time) { crossesWhileAdding_ = time; }
     int removals() const { return removals_; }
-    std::size_t rendererCount() const { return renderers_.size(); }
-    std::size_t observerCount() const {
-        const std::lock_guard lock(mutex_);
-        return observers_.size();
-    }
+    std::size_t rendererCount() const { return rendererCount_; }
+    int observerCount() const { return observerCount_; }
 
   private:
-    struct Observer {
-        std::vector<CMTime> times;
-        std::shared_ptr<dispatch::Queue> queue;
-        std::function<void(const CMTime&)> block;
-        bool isPeriodic = false;
-        std::atomic<bool> isRemoved{false};
-    };
-    void announce() const;
-    static void fire(const std::shared_ptr<Observer>& observer, const CMTime& time);
-
-    mutable std::mutex mutex_;
-    float rate_ = 0;
-    CMTime time_ = kCMTimeZero;
-    std::vector<std::shared_ptr<Observer>> observers_;
-    std::vector<std::shared_ptr<SynchronizedRenderer>> renderers_;
+    FakeTime time_;
+    const std::shared_ptr<SampleBufferRenderSynchronizer> clock_;
+    NotificationObserver announcements_;
+    std::atomic<bool> isQuiet_{false};
     std::optional<CMTime> crossesWhileAdding_;
-    int removals_ = 0;
+    std::atomic<int> removals_{0};
+    std::atomic<int> observerCount_{0};
+    std::size_t rendererCount_ = 0;
 };
 
-/// Remembers what it was told, on the main queue: "+100" for a frame, "clear", "dimensions".
+/// Holds frames until the test ends them. Main queue.
 class FakeSubtitlesRenderer final : public SubtitlesRenderer,
                                     public std::enable_shared_from_this<FakeSubtitlesRenderer> {
   public:
     void addSubtitlesFrame(SubtitlesFrameRef frame) override;
     void removeAllSubtitles() override;
-    void setVideoDimensions(const VideoDimensions& dimensions) override;
-    /// The starts of the frames that are shown now or later, in milliseconds.
-    std::vector<std::int64_t> shown() const;
-    int dimensionsCount() const;
+    void setVideoDimensions(const VideoDimensions& /*dimensions*/) override { ++dimensionsCount_; }
+
+    void endFirst(std::size_t count);
+    /// The starts of the frames that it holds, in milliseconds.
+    const std::vector<std::int64_t>& shown() const { return shown_; }
+    /// The largest number of frames that it held.
+    std::size_t most() const { return most_; }
+    int arrivals() const { return arrivals_; }
+    int dimensionsCount() const { return dimensionsCount_; }
+
+    /// Each frame has ended when it arrives.
+    bool dropsEverything = false;
 
   private:
-    mutable std::mutex mutex_;
+    void reportCount() const {
+        mediaDataRequester()->setBufferCount(static_cast<int>(shown_.size()));
+    }
+
     std::vector<std::int64_t> shown_;
-    int dimensionsCount_ = 0;
+    std::size_t most_ = 0;
+    int arrivals_ = 0;
+    std::atomic<int> dimensionsCount_{0};
 };
 
-/// A main queue that the test's thread cranks, for as long as it lives.
+/// A main queue that the test's thread runs, while this exists.
 class MainQueueScope {
   public:
     MainQueueScope() { dispatch::setMainQueue(queue_); }
@@ -265,7 +289,7 @@ class MainQueueScope {
     MainQueueScope(const MainQueueScope&) = delete;
     MainQueueScope& operator=(const MainQueueScope&) = delete;
 
-    /// Runs until no queue has anything left to do. Fails the test when that takes too long.
+    /// Runs until all queues are empty. Fails the test after a timeout.
     void settle() const;
 
   private:

@@ -65,8 +65,12 @@ TEST(SeekAnswer, isWhatStraightPlaybackShows) {
         // What a decoder gives late, it has not given cleanly.
         {"80+40 120+40", 50, "late"},
         {"80+40 120+40", 50, "80 120", true},
-        // Behind the end there is nothing, unless the last picture never ended.
-        {"0+40 40+40 |", 90, "-"},
+        // A rounded end may lie behind the start of the next.
+        {"0+40 39+40 78+40", 39, "39 78"},
+        {"0+40 40+40", 39, "0 40"},
+        {"0+40 |", 39, "0"},
+        // After the end the last picture stays.
+        {"0+40 40+40 |", 90, "40"},
         {"0 40 |", 90, "40"},
         {"|", 90, "-"},
         {"0+40", 90, "-"},
@@ -117,7 +121,9 @@ TEST_F(RecentFramesTest, giveTheFrameSeenAtATimeAndWhatFollowsIt) {
     // Nothing tells how long the newest is seen.
     EXPECT_EQ(from(240), "");
     add({"280+40"});
-    EXPECT_EQ(from(319), "280");
+    EXPECT_EQ(from(318), "280");
+    // Its end may be rounded.
+    EXPECT_EQ(from(319), "");
     EXPECT_EQ(from(320), "");
 }
 
