@@ -4,29 +4,27 @@
 #include <algorithm>
 #include <atomic>
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <utility>
 
-extern "C" {
-#include <libavutil/channel_layout.h>
-}
-
+#include "core_media/ffmpeg.h"
 #include "foundation/log.h"
 #include "platform/pulse_audio/pulse_handles.h"
 
 namespace zelvane {
 namespace {
 
-using pulse::forget;
+using pulse::detach;
 using pulse::Lock;
 
 constexpr pa_usec_t kRetryInterval = 1 * PA_USEC_PER_SEC;
-/// What is written ahead of the sink's own buffer. Stopping and flushing take effect at once
-/// however long it is; a busy machine is why it is not shorter.
+/// The length of the stream's buffer. Stopping and flushing take effect at once whatever it is; a
+/// shorter one runs dry on a busy machine.
 constexpr pa_usec_t kTargetLength = 200 * PA_USEC_PER_MSEC;
 constexpr pa_usec_t kMinimumRequest = 20 * PA_USEC_PER_MSEC;
-/// Positions are asked for often at first, when the clock waits for one, then now and then.
+/// Positions are requested often after a start, when the clock waits for one, then less often.
 constexpr pa_usec_t kFirstPositionInterval = 4 * PA_USEC_PER_MSEC;
 constexpr pa_usec_t kPositionInterval = 50 * PA_USEC_PER_MSEC;
 constexpr int kFirstPositions = 50;
@@ -36,7 +34,7 @@ struct ChannelPosition {
     pa_channel_position_t position;
 };
 
-/// In the order of the bits, which is the order of samples in a frame.
+/// In the order of the bits, which is the order of the samples of a frame.
 constexpr ChannelPosition kChannelPositions[] = {
     {AV_CH_FRONT_LEFT, PA_CHANNEL_POSITION_FRONT_LEFT},
     {AV_CH_FRONT_RIGHT, PA_CHANNEL_POSITION_FRONT_RIGHT},
@@ -51,8 +49,8 @@ constexpr ChannelPosition kChannelPositions[] = {
     {AV_CH_SIDE_RIGHT, PA_CHANNEL_POSITION_SIDE_RIGHT},
 };
 
-/// The sink's channels as far as they have a place here. One without any, as "mono" or "aux", gets
-/// stereo, which the server mixes.
+/// The channels of the sink that have a bit here. A sink with fewer than two, such as "mono" or
+/// "aux", gets stereo, which the server mixes.
 std::uint64_t channelMask(const pa_channel_map& map) {
     std::uint64_t mask = 0;
     for (const auto& [bit, position] : kChannelPositions) {
@@ -74,20 +72,25 @@ pa_channel_map channelMap(std::uint64_t mask) {
     return map;
 }
 
+/// 1 is the server's 100 %.
+pa_volume_t serverVolume(float level) {
+    return static_cast<pa_volume_t>(std::lround(level * static_cast<float>(PA_VOLUME_NORM)));
+}
+
 HostTime monotonicNow() {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
 } // namespace
 
-/// Everything below runs under the main loop's lock.
+/// All members are used under the lock of the main loop.
 class PulseAudioOutput::Connection {
   public:
     explicit Connection(std::optional<std::string> server)
         : server_(std::move(server)), mainloop_(pa_threaded_mainloop_new()) {}
 
     ~Connection() {
-        // Joins the thread, after which nothing below is called back.
+        // Joins the thread; no callback runs afterwards.
         if (isRunning_) {
             pa_threaded_mainloop_stop(mainloop_.get());
         }
@@ -131,18 +134,18 @@ class PulseAudioOutput::Connection {
         }
         isStarted_ = !corked;
         position_.reset();
-        forget(pa_stream_cork(stream_.get(), corked ? 1 : 0, nullptr, nullptr));
-        positionsAsked_ = 0;
-        askForPosition();
+        detach(pa_stream_cork(stream_.get(), corked ? 1 : 0, nullptr, nullptr));
+        positionRequests_ = 0;
+        requestPosition();
     }
 
     void flush() {
         if (stream_) {
             bytesWritten_ = 0;
             position_.reset();
-            // Measurements that were asked for before tell of the old frames.
+            // Measurements that were requested before count the old frames.
             ++flushes_;
-            forget(pa_stream_flush(stream_.get(), nullptr, nullptr));
+            detach(pa_stream_flush(stream_.get(), nullptr, nullptr));
         }
     }
 
@@ -155,11 +158,23 @@ class PulseAudioOutput::Connection {
         }
     }
 
+    AudioVolume volume() const { return {level_.value_or(1), isMuted_.value_or(false)}; }
+
+    void setVolumeLevel(float level) {
+        level_ = level;
+        applyVolumeLevel();
+    }
+
+    void setMuted(bool isMuted) {
+        isMuted_ = isMuted;
+        applyMute();
+    }
+
   private:
     void moveToDevice() {
-        streamsDevice_ = device_;
+        deviceOfStream_ = device_;
         const char* name = device_ ? device_->c_str() : "@DEFAULT_SINK@";
-        forget(pa_context_move_sink_input_by_name(
+        detach(pa_context_move_sink_input_by_name(
             context_.get(), pa_stream_get_index(stream_.get()), name, nullptr, nullptr));
     }
 
@@ -182,8 +197,7 @@ class PulseAudioOutput::Connection {
         pa_context_set_state_callback(
             context_.get(),
             [](pa_context*, void* self) { call<&Connection::contextDidChange>(self); }, this);
-        // A server that the system wants to run is running: starting one is not a player's
-        // business.
+        // Do not start a server: if the system is to have one, it runs.
         if (pa_context_connect(context_.get(), server_ ? server_->c_str() : nullptr,
                                PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
             fail();
@@ -197,7 +211,7 @@ class PulseAudioOutput::Connection {
         switch (pa_context_get_state(context_.get())) {
         case PA_CONTEXT_READY:
             subscribe();
-            askForServer();
+            requestServerInfo();
             break;
         case PA_CONTEXT_FAILED:
         case PA_CONTEXT_TERMINATED:
@@ -211,29 +225,118 @@ class PulseAudioOutput::Connection {
     void subscribe() {
         pa_context_set_subscribe_callback(
             context_.get(),
-            [](pa_context*, pa_subscription_event_type_t, std::uint32_t, void* self) {
-                call<&Connection::askForServer>(self);
+            [](pa_context*, pa_subscription_event_type_t type, std::uint32_t index, void* self) {
+                static_cast<Connection*>(self)->serverDidChange(type, index);
             },
             this);
         const auto mask = static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK |
-                                                              PA_SUBSCRIPTION_MASK_SERVER);
-        forget(pa_context_subscribe(context_.get(), mask, nullptr, nullptr));
+                                                              PA_SUBSCRIPTION_MASK_SERVER |
+                                                              PA_SUBSCRIPTION_MASK_SINK_INPUT);
+        detach(pa_context_subscribe(context_.get(), mask, nullptr, nullptr));
     }
 
-    void askForServer() {
-        forget(pa_context_get_server_info(
-            context_.get(),
-            [](pa_context*, const pa_server_info* info, void* self) {
+    void serverDidChange(pa_subscription_event_type_t type, std::uint32_t index) {
+        if ((type & PA_SUBSCRIPTION_EVENT_FACILITY_MASK) != PA_SUBSCRIPTION_EVENT_SINK_INPUT) {
+            requestServerInfo();
+        } else if (hasReadyStream() && index == pa_stream_get_index(stream_.get())) {
+            requestVolume();
+        }
+    }
+
+    bool hasReadyStream() const { return stream_ && state_ == State::ready; }
+
+    void applyVolumeLevel() {
+        if (!level_ || !hasReadyStream()) {
+            return;
+        }
+        if (pa_cvolume_valid(&channelVolumes_) == 0) {
+            pa_cvolume_set(&channelVolumes_, static_cast<unsigned>(format_.channelCount()),
+                           PA_VOLUME_NORM);
+        }
+        pa_cvolume volume = channelVolumes_;
+        pa_cvolume_scale(&volume, serverVolume(*level_));
+        noteVolumeRequest(pa_context_set_sink_input_volume(context_.get(),
+                                                           pa_stream_get_index(stream_.get()),
+                                                           &volume, volumeRequestDidEnd, this));
+    }
+
+    void applyMute() {
+        if (isMuted_ && hasReadyStream()) {
+            noteVolumeRequest(
+                pa_context_set_sink_input_mute(context_.get(), pa_stream_get_index(stream_.get()),
+                                               *isMuted_ ? 1 : 0, volumeRequestDidEnd, this));
+        }
+    }
+
+    void noteVolumeRequest(pa_operation* operation) {
+        pendingVolumeRequests_ += operation == nullptr ? 0 : 1;
+        detach(operation);
+    }
+
+    static void volumeRequestDidEnd(pa_context*, int /*success*/, void* self) {
+        auto* connection = static_cast<Connection*>(self);
+        if (--connection->pendingVolumeRequests_ == 0) {
+            connection->requestVolume();
+        }
+    }
+
+    void requestVolume() {
+        detach(pa_context_get_sink_input_info(
+            context_.get(), pa_stream_get_index(stream_.get()),
+            [](pa_context*, const pa_sink_input_info* info, int, void* self) {
                 if (info != nullptr) {
-                    static_cast<Connection*>(self)->askForSinks(info->default_sink_name);
+                    static_cast<Connection*>(self)->volumeDidArrive(info->volume, info->mute != 0);
                 }
             },
             this));
     }
 
-    void askForSinks(const char* defaultSink) {
+    /// Ignores an answer that the server gave before it handled the latest request.
+    void volumeDidArrive(const pa_cvolume& volumes, bool isMuted) {
+        if (pendingVolumeRequests_ > 0) {
+            return;
+        }
+        const AudioVolume old = volume();
+        const pa_volume_t loudest = pa_cvolume_max(&volumes);
+        if (loudest > PA_VOLUME_MUTED) {
+            channelVolumes_ = volumes;
+        }
+        if (!level_ || serverVolume(*level_) != loudest) {
+            level_ = std::min(1.0F, static_cast<float>(loudest) / PA_VOLUME_NORM);
+        }
+        isMuted_ = isMuted;
+        if (volume() != old) {
+            report(Event::volumeChanged);
+        }
+    }
+
+    void streamIsReady() {
+        state_ = State::ready;
+        // The device may have changed while the server made the stream.
+        if (deviceOfStream_ != device_) {
+            moveToDevice();
+        }
+        pa_cvolume_init(&channelVolumes_);
+        applyVolumeLevel();
+        applyMute();
+        requestVolume();
+        report(Event::settled);
+    }
+
+    void requestServerInfo() {
+        detach(pa_context_get_server_info(
+            context_.get(),
+            [](pa_context*, const pa_server_info* info, void* self) {
+                if (info != nullptr) {
+                    static_cast<Connection*>(self)->requestSinks(info->default_sink_name);
+                }
+            },
+            this));
+    }
+
+    void requestSinks(const char* defaultSink) {
         defaultSink_ = defaultSink == nullptr ? "" : defaultSink;
-        forget(pa_context_get_sink_info_list(
+        detach(pa_context_get_sink_info_list(
             context_.get(),
             [](pa_context*, const pa_sink_info* info, int end, void* self) {
                 auto* connection = static_cast<Connection*>(self);
@@ -243,13 +346,13 @@ class PulseAudioOutput::Connection {
                          {static_cast<int>(info->sample_spec.rate),
                           channelMask(info->channel_map)}});
                 } else {
-                    connection->sinksAreKnown();
+                    connection->sinksDidArrive();
                 }
             },
             this));
     }
 
-    void sinksAreKnown() {
+    void sinksDidArrive() {
         devices_.clear();
         for (const auto& sink : foundSinks_) {
             devices_.push_back(sink.device);
@@ -265,7 +368,7 @@ class PulseAudioOutput::Connection {
             return device_ ? sink.device.uniqueID == *device_ : sink.device.isDefault;
         };
         const auto sink = std::find_if(foundSinks_.begin(), foundSinks_.end(), isWanted);
-        streamsDevice_ = device_;
+        deviceOfStream_ = device_;
         format_ = sink == foundSinks_.end() ? AudioOutputFormat{} : sink->format;
         const pa_sample_spec specification{PA_SAMPLE_FLOAT32NE,
                                            static_cast<std::uint32_t>(format_.sampleRate),
@@ -276,7 +379,7 @@ class PulseAudioOutput::Connection {
             fail();
             return;
         }
-        listen();
+        setStreamCallbacks();
         connectStream(specification,
                       sink == foundSinks_.end() ? nullptr : sink->device.uniqueID.c_str());
     }
@@ -287,7 +390,7 @@ class PulseAudioOutput::Connection {
         buffer.maxlength = kServersChoice;
         buffer.tlength =
             static_cast<std::uint32_t>(pa_usec_to_bytes(kTargetLength, &specification));
-        // Playing starts and goes on by start() and stop() alone.
+        // Playback starts and stops by start() and stop() only.
         buffer.prebuf = 0;
         buffer.minreq =
             static_cast<std::uint32_t>(pa_usec_to_bytes(kMinimumRequest, &specification));
@@ -298,14 +401,14 @@ class PulseAudioOutput::Connection {
         }
     }
 
-    void listen() {
+    void setStreamCallbacks() {
         pa_stream* stream = stream_.get();
         pa_stream_set_state_callback(
             stream, [](pa_stream*, void* self) { call<&Connection::streamDidChange>(self); }, this);
         pa_stream_set_write_callback(
             stream,
             [](pa_stream*, std::size_t, void* self) {
-                static_cast<Connection*>(self)->tell(Event::needsService);
+                static_cast<Connection*>(self)->report(Event::needsService);
             },
             this);
         pa_stream_set_underflow_callback(
@@ -318,12 +421,7 @@ class PulseAudioOutput::Connection {
     void streamDidChange() {
         switch (pa_stream_get_state(stream_.get())) {
         case PA_STREAM_READY:
-            state_ = State::ready;
-            // Another may have been chosen while the server made the stream.
-            if (streamsDevice_ != device_) {
-                moveToDevice();
-            }
-            tell(Event::settled);
+            streamIsReady();
             break;
         case PA_STREAM_FAILED:
         case PA_STREAM_TERMINATED:
@@ -336,33 +434,33 @@ class PulseAudioOutput::Connection {
 
     void streamDidUnderflow() {
         if (isStarted_ && bytesWritten_ > 0) {
-            tell(Event::underflowed);
+            report(Event::underflowed);
         }
     }
 
     void streamDidMove() {
         position_.reset();
-        tell(Event::moved);
+        report(Event::moved);
     }
 
-    void tell(Event event) {
+    void report(Event event) {
         if (state_ == State::ready) {
             handler_(event);
         }
     }
 
-    /// The server is not there, or not any more.
+    /// Handles a server that cannot be reached, or that is gone.
     void fail() {
         if (isFailing_) {
             return;
         }
         isFailing_ = true;
         const State old = state_.exchange(State::unavailable);
-        // Objects cannot be taken down by their own callbacks.
-        afterwards<&Connection::disconnect>(0);
-        afterwards<&Connection::retry>(kRetryInterval);
+        // Objects cannot be released within their own callbacks.
+        callLater<&Connection::disconnect>(0);
+        callLater<&Connection::retry>(kRetryInterval);
         if (old == State::ready) {
-            logMessage("The sound server has gone: {}.",
+            logMessage("Lost the connection to the sound server: {}.",
                        pa_strerror(pa_context_errno(context_.get())));
         }
         handler_(old == State::ready ? Event::lost : Event::settled);
@@ -375,7 +473,7 @@ class PulseAudioOutput::Connection {
     }
 
     void disconnect() {
-        stopAskingForPositions();
+        cancelPositionRequests();
         if (stream_) {
             pa_stream_set_state_callback(stream_.get(), nullptr, nullptr);
             pa_stream_disconnect(stream_.get());
@@ -391,11 +489,12 @@ class PulseAudioOutput::Connection {
         bytesWritten_ = 0;
         position_.reset();
         ++flushes_;
+        pendingVolumeRequests_ = 0;
     }
 
-    /// Calls `member` once, on the main loop's thread.
+    /// Calls `member` once, after `delay`, on the thread of the main loop.
     template <auto member>
-    pa_time_event* afterwards(pa_usec_t delay) {
+    pa_time_event* callLater(pa_usec_t delay) {
         auto* api = pa_threaded_mainloop_get_api(mainloop_.get());
         timeval when{};
         pa_timeval_add(pa_gettimeofday(&when), delay);
@@ -408,7 +507,7 @@ class PulseAudioOutput::Connection {
             this);
     }
 
-    void stopAskingForPositions() {
+    void cancelPositionRequests() {
         if (positionTimer_ != nullptr) {
             pa_threaded_mainloop_get_api(mainloop_.get())->time_free(positionTimer_);
             positionTimer_ = nullptr;
@@ -417,34 +516,34 @@ class PulseAudioOutput::Connection {
 
     void positionIsDue() {
         positionTimer_ = nullptr;
-        askForPosition();
+        requestPosition();
     }
 
-    void askForPosition() {
-        stopAskingForPositions();
+    void requestPosition() {
+        cancelPositionRequests();
         if (!isStarted_ || state_ != State::ready) {
             return;
         }
-        flushesWhenAsked_ = flushes_;
-        forget(pa_stream_update_timing_info(
+        flushesAtRequest_ = flushes_;
+        detach(pa_stream_update_timing_info(
             stream_.get(),
             [](pa_stream*, int success, void* self) {
                 static_cast<Connection*>(self)->positionDidArrive(success != 0);
             },
             this));
         const auto delay =
-            positionsAsked_++ < kFirstPositions ? kFirstPositionInterval : kPositionInterval;
-        positionTimer_ = afterwards<&Connection::positionIsDue>(delay);
+            positionRequests_++ < kFirstPositions ? kFirstPositionInterval : kPositionInterval;
+        positionTimer_ = callLater<&Connection::positionIsDue>(delay);
     }
 
     void positionDidArrive(bool success) {
-        if (success && isStarted_ && flushesWhenAsked_ == flushes_) {
+        if (success && isStarted_ && flushesAtRequest_ == flushes_) {
             measure(pa_stream_get_timing_info(stream_.get()));
         }
     }
 
-    /// Server-side indices run on over flushes, so frames are counted from where the next byte
-    /// goes: the write index covers what is still on its way.
+    /// A flush does not reset the indices of the server, so frames are counted back from the write
+    /// index, which includes bytes that are still being sent.
     void measure(const pa_timing_info* timing) {
         if (timing == nullptr || timing->playing == 0 || timing->write_index_corrupt != 0 ||
             timing->read_index_corrupt != 0) {
@@ -460,7 +559,7 @@ class PulseAudioOutput::Connection {
                              latency * format_.sampleRate;
         const HostDuration age = std::chrono::microseconds(pa_timeval_age(&timing->timestamp));
         position_ = AudioOutputPosition{frame, monotonicNow() - age};
-        tell(Event::needsService);
+        report(Event::needsService);
     }
 
     struct Sink {
@@ -478,8 +577,14 @@ class PulseAudioOutput::Connection {
     bool isFailing_ = false;
 
     std::optional<std::string> device_;
-    /// The one that the stream was last told to play on.
-    std::optional<std::string> streamsDevice_;
+    /// The device that was last requested for the stream.
+    std::optional<std::string> deviceOfStream_;
+    /// Unset until this program or the server sets them: the server restores remembered values.
+    std::optional<float> level_;
+    std::optional<bool> isMuted_;
+    /// The latest volumes that are not all 0. Scaled with the level, to keep the balance.
+    pa_cvolume channelVolumes_{};
+    int pendingVolumeRequests_ = 0;
     std::string defaultSink_;
     std::vector<Sink> foundSinks_;
     std::vector<AudioDevice> devices_;
@@ -489,8 +594,8 @@ class PulseAudioOutput::Connection {
     /// Since the last flush.
     std::int64_t bytesWritten_ = 0;
     int flushes_ = 0;
-    int flushesWhenAsked_ = 0;
-    int positionsAsked_ = 0;
+    int flushesAtRequest_ = 0;
+    int positionRequests_ = 0;
     pa_time_event* positionTimer_ = nullptr;
     std::optional<AudioOutputPosition> position_;
 };
@@ -510,6 +615,21 @@ AudioOutput::State PulseAudioOutput::state() const {
 void PulseAudioOutput::setDevice(std::optional<std::string> uniqueID) {
     const Lock lock(connection_->mainloop());
     connection_->setDevice(std::move(uniqueID));
+}
+
+AudioVolume PulseAudioOutput::volume() const {
+    const Lock lock(connection_->mainloop());
+    return connection_->volume();
+}
+
+void PulseAudioOutput::setVolumeLevel(float level) {
+    const Lock lock(connection_->mainloop());
+    connection_->setVolumeLevel(level);
+}
+
+void PulseAudioOutput::setMuted(bool isMuted) {
+    const Lock lock(connection_->mainloop());
+    connection_->setMuted(isMuted);
 }
 
 AudioOutputFormat PulseAudioOutput::format() const {

@@ -10,32 +10,36 @@
 
 namespace zelvane {
 
-/// A sink that a person may choose.
+/// A sink that the user can choose.
 struct AudioDevice {
-    /// What AudioRendering::setAudioOutputDeviceUniqueID takes: the sink's name.
+    /// For AudioRendering::setAudioOutputDeviceUniqueID: the name of the sink.
     std::string uniqueID;
-    /// For people, in the server's language.
+    /// For display, in the language of the server.
     std::string name;
     bool isDefault = false;
 };
 
-/// A stream on the sound server: PulseAudio, or PipeWire in its place. A server that is not there,
-/// or that goes, is tried again until it is there.
+/// A stream on the sound server, PulseAudio or PipeWire. While there is no server, connecting is
+/// retried every kRetryInterval.
 ///
 ///   opening --context and stream ready--> ready <--------.
 ///      |                                    |            | ready
 ///      '--- refused ---> unavailable <--- lost       (every kRetryInterval)
 ///                             '-------------------------'
 ///
-/// Any thread may call; nothing waits for the server.
+/// Any thread may call; no call waits for the server.
 class PulseAudioOutput final : public AudioOutput {
   public:
-    /// The server by libpulse's own rules when there is none given.
+    /// Without an address, libpulse chooses the server.
     explicit PulseAudioOutput(std::optional<std::string> server = std::nullopt);
     ~PulseAudioOutput() override;
 
     void open(EventHandler handler) override;
     void setDevice(std::optional<std::string> uniqueID) override;
+    /// Until this program sets it, the volume that the server remembers for the player.
+    AudioVolume volume() const override;
+    void setVolumeLevel(float level) override;
+    void setMuted(bool isMuted) override;
     State state() const override;
     AudioOutputFormat format() const override;
     std::size_t writableFrames() const override;
@@ -45,7 +49,7 @@ class PulseAudioOutput final : public AudioOutput {
     void flush() override;
     std::optional<AudioOutputPosition> position() const override;
 
-    /// The server's sinks as they were last told; empty while there is no server.
+    /// The sinks of the server, as last reported; empty while there is no server.
     std::vector<AudioDevice> devices() const;
 
   private:

@@ -5,15 +5,9 @@
 
 #include <pulse/pulseaudio.h>
 
-namespace zelvane::pulse {
+#include "foundation/release.h"
 
-template <auto release>
-struct Release {
-    template <class Object>
-    void operator()(Object* object) const {
-        release(object);
-    }
-};
+namespace zelvane::pulse {
 
 using Mainloop = std::unique_ptr<pa_threaded_mainloop, Release<pa_threaded_mainloop_free>>;
 using Context = std::unique_ptr<pa_context, Release<pa_context_unref>>;
@@ -21,8 +15,8 @@ using Stream = std::unique_ptr<pa_stream, Release<pa_stream_unref>>;
 using Properties = std::unique_ptr<pa_proplist, Release<pa_proplist_free>>;
 using Operation = std::unique_ptr<pa_operation, Release<pa_operation_unref>>;
 
-/// Holds the main loop's lock: all of libpulse's objects are used under it, and its callbacks run
-/// under it.
+/// Holds the lock of the main loop. All objects of libpulse are used under it; callbacks run under
+/// it.
 class Lock {
   public:
     explicit Lock(pa_threaded_mainloop* mainloop) : mainloop_(mainloop) {
@@ -36,8 +30,8 @@ class Lock {
     pa_threaded_mainloop* mainloop_;
 };
 
-/// Lets a request run on by itself.
-inline void forget(pa_operation* operation) {
+/// Releases the handle of a request, which continues.
+inline void detach(pa_operation* operation) {
     const Operation released(operation);
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-// The one door to libplacebo's C headers, whose macros that make parameters are no C++: parameters
-// are copies of its default values.
+// The only file that includes libplacebo's C headers. Their pl_*_params() macros do not compile as
+// C++: copy the default structures instead.
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wpedantic"

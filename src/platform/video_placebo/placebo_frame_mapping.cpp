@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "core_media/ycbcr_matrix.h"
+
 namespace zelvane {
 namespace {
 
@@ -18,8 +20,8 @@ using Names = std::array<std::pair<std::string_view, Value>, count>;
 
 constexpr Names<pl_color_primaries, 7> kPrimaries{{
     {kCVImageBufferColorPrimaries_ITU_R_709_2, PL_COLOR_PRIM_BT_709},
-    // The document of that number and the 625-line systems have the same primaries; libplacebo
-    // gives its name to the phosphors of JEDEC.
+    // EBU Tech. 3213 has the primaries of the 625-line systems; libplacebo uses its name for the
+    // JEDEC phosphors.
     {kCVImageBufferColorPrimaries_EBU_3213, PL_COLOR_PRIM_BT_601_625},
     {kCVImageBufferColorPrimaries_SMPTE_C, PL_COLOR_PRIM_BT_601_525},
     {kCVImageBufferColorPrimaries_ITU_R_2020, PL_COLOR_PRIM_BT_2020},
@@ -48,16 +50,21 @@ constexpr std::array<std::pair<double, pl_color_transfer>, 6> kGammas{{
     {2.8, PL_COLOR_TRC_GAMMA28},
 }};
 
-constexpr Names<pl_color_system, 5> kMatrices{{
-    {kCVImageBufferYCbCrMatrix_ITU_R_709_2, PL_COLOR_SYSTEM_BT_709},
-    {kCVImageBufferYCbCrMatrix_ITU_R_601_4, PL_COLOR_SYSTEM_BT_601},
-    {kCVImageBufferYCbCrMatrix_SMPTE_240M_1995, PL_COLOR_SYSTEM_SMPTE_240M},
-    {kCVImageBufferYCbCrMatrix_ITU_R_2020, PL_COLOR_SYSTEM_BT_2020_NC},
-    // The nearest that libplacebo has: luma weights 0.213, 0.715, 0.072 for 0.229, 0.692, 0.079.
-    {kCVImageBufferYCbCrMatrix_P3_D65, PL_COLOR_SYSTEM_BT_709},
-}};
+pl_color_system systemOf(YCbCrMatrix matrix) {
+    switch (matrix) {
+    case YCbCrMatrix::bt601:
+        return PL_COLOR_SYSTEM_BT_601;
+    case YCbCrMatrix::smpte240M:
+        return PL_COLOR_SYSTEM_SMPTE_240M;
+    case YCbCrMatrix::bt2020:
+        return PL_COLOR_SYSTEM_BT_2020_NC;
+    case YCbCrMatrix::bt709:
+        break;
+    }
+    return PL_COLOR_SYSTEM_BT_709;
+}
 
-/// The value of a name that an attachment holds, or `unknown`.
+/// The value for the name in an attachment, or `unknown`.
 template <class Value, std::size_t count>
 Value named(const CVPixelBuffer& picture, std::string_view key, const Names<Value, count>& names,
             Value unknown) {
@@ -82,14 +89,6 @@ pl_color_transfer transferOf(const CVPixelBuffer& picture) {
         ->second;
 }
 
-/// What a picture that names no matrix most likely has, by its size.
-pl_color_system likelyMatrix(int width) {
-    if (width < 1280) {
-        return PL_COLOR_SYSTEM_BT_601;
-    }
-    return width < 3840 ? PL_COLOR_SYSTEM_BT_709 : PL_COLOR_SYSTEM_BT_2020_NC;
-}
-
 std::uint32_t bigEndian(const std::vector<std::uint8_t>& bytes, std::size_t offset,
                         std::size_t size) {
     std::uint32_t value = 0;
@@ -104,7 +103,7 @@ std::uint32_t bigEndian(const std::vector<std::uint8_t>& bytes, std::size_t offs
 pl_hdr_metadata luminancesOf(const CVPixelBuffer& picture) {
     using Bytes = std::vector<std::uint8_t>;
     constexpr float kUnitsPerNit = 10'000;
-    // What most pictures are made on that do not say; libplacebo would assume 10 000.
+    // The usual mastering display of pictures without metadata; libplacebo assumes 10 000.
     constexpr float kLikelyPeak = 1'000;
     pl_hdr_metadata metadata{};
     const auto* display = picture.attachment<Bytes>(kCVImageBufferMasteringDisplayColorVolumeKey);
@@ -117,7 +116,7 @@ pl_hdr_metadata luminancesOf(const CVPixelBuffer& picture) {
         metadata.max_cll = static_cast<float>(bigEndian(*content, 0, 2));
         metadata.max_fall = static_cast<float>(bigEndian(*content, 2, 2));
     }
-    // Tone mapping looks at the display's range only, and a picture rarely fills it.
+    // libplacebo's tone mapping uses the display's range only, and pictures rarely fill it.
     if (metadata.max_cll > 0 && (metadata.max_luma <= 0 || metadata.max_cll < metadata.max_luma)) {
         metadata.max_luma = metadata.max_cll;
     }
@@ -126,6 +125,16 @@ pl_hdr_metadata luminancesOf(const CVPixelBuffer& picture) {
         metadata.min_luma = 0;
     }
     return metadata;
+}
+
+pl_color_transfer usualTransfer(const CVPixelBuffer& picture) {
+    return pixelFormatIsYCbCr(picture.pixelFormat()) ? PL_COLOR_TRC_BT_1886 : PL_COLOR_TRC_SRGB;
+}
+
+bool isSDRCurve(pl_color_transfer transfer) {
+    return transfer == PL_COLOR_TRC_BT_1886 || transfer == PL_COLOR_TRC_SRGB ||
+           std::any_of(kGammas.begin(), kGammas.end(),
+                       [&](const auto& gamma) { return gamma.second == transfer; });
 }
 
 void mapColor(const CVPixelBuffer& picture, PlaceboFrameMapping& mapping) {
@@ -139,6 +148,8 @@ void mapColor(const CVPixelBuffer& picture, PlaceboFrameMapping& mapping) {
         picture.attachment<std::vector<std::uint8_t>>(kCVImageBufferICCProfileKey);
     if (profile != nullptr && !isCoded) {
         mapping.iccProfile = *profile;
+    } else if (mapping.color.transfer == PL_COLOR_TRC_UNKNOWN) {
+        mapping.color.transfer = usualTransfer(picture);
     }
     if (mapping.color.transfer == PL_COLOR_TRC_PQ) {
         mapping.color.hdr = luminancesOf(picture);
@@ -148,14 +159,10 @@ void mapColor(const CVPixelBuffer& picture, PlaceboFrameMapping& mapping) {
 void mapRepresentation(const CVPixelBuffer& picture, const PixelFormatDescriptor& format,
                        pl_color_repr& repr) {
     repr.levels = format.isFullRange ? PL_COLOR_LEVELS_FULL : PL_COLOR_LEVELS_LIMITED;
-    repr.sys = PL_COLOR_SYSTEM_RGB;
-    if (format.isYCbCr) {
-        repr.sys =
-            named(picture, kCVImageBufferYCbCrMatrixKey, kMatrices, likelyMatrix(picture.width()));
-    }
+    repr.sys = format.isYCbCr ? systemOf(yCbCrMatrixOf(picture)) : PL_COLOR_SYSTEM_RGB;
 }
 
-/// How one plane's samples follow each other in memory. Sizes in bits; a channel of -1 is skipped.
+/// The order of one plane's samples in memory. Sizes in bits; a channel of -1 is skipped.
 struct PlaneSamples {
     int bitsPerSample = 8;
     int pixelStride = 1;
@@ -263,11 +270,20 @@ pl_bit_encoding bitsOf(OSType pixelFormat) {
 
 } // namespace
 
+pl_color_space screenColorFor(const pl_color_space& picture) {
+    pl_color_space screen = pl_color_space_srgb;
+    if (isSDRCurve(picture.transfer)) {
+        screen.transfer = picture.transfer;
+    }
+    return screen;
+}
+
 std::optional<PlaceboFrameMapping> placeboFrameMapping(const CVPixelBuffer& picture) {
     const auto* format = pixelFormatDescriptor(picture.pixelFormat());
     PlaceboFrameMapping mapping;
-    if (format == nullptr || picture.plane(0).baseAddress == nullptr ||
-        !addPlanes(picture, mapping)) {
+    const bool hasPixels =
+        picture.plane(0).baseAddress != nullptr || picture.deviceFrame() != nullptr;
+    if (format == nullptr || !hasPixels || !addPlanes(picture, mapping)) {
         return std::nullopt;
     }
     mapRepresentation(picture, *format, mapping.repr);

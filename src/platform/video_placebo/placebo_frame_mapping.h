@@ -11,19 +11,23 @@
 
 namespace zelvane {
 
-/// A picture in memory as libplacebo wants it told: where its samples lie and what they mean.
+/// A picture in libplacebo's terms: where its samples are and what they mean.
 struct PlaceboFrameMapping {
     int planeCount = 0;
-    /// Point into the picture's memory.
+    /// Point into the picture's memory; null for one on a device.
     std::array<pl_plane_data, PL_MAX_PLANES> planes{};
     pl_color_repr repr{};
     pl_color_space color{};
     pl_chroma_location chromaLocation = PL_CHROMA_UNKNOWN;
-    /// Set when the picture's colours are told by a profile alone. Points into its attachments.
+    /// Set when only a profile describes the picture's colours. Points into its attachments.
     std::span<const std::uint8_t> iccProfile;
 };
 
-/// None for formats that no picture of this system is shown in, and for pictures on a device.
+/// The colours of a screen without a profile for a picture of the given colours: sRGB, but with the
+/// picture's own curve for SDR video, as in all players.
+pl_color_space screenColorFor(const pl_color_space& picture);
+
+/// None for formats that decoders do not deliver.
 std::optional<PlaceboFrameMapping> placeboFrameMapping(const CVPixelBuffer& picture);
 
 } // namespace zelvane

@@ -4,22 +4,19 @@
 #include <array>
 #include <utility>
 
+#include <EGL/egl.h>
+
+#include "core_media/device_picture.h"
 #include "foundation/log.h"
+#include "foundation/release.h"
+#include "platform/video_placebo/imported_picture.h"
 #include "platform/video_placebo/placebo_frame_mapping.h"
 
 namespace zelvane {
 namespace {
 
-template <auto destroyByAddress>
-struct DestroyByAddress {
-    template <class Object>
-    void operator()(Object* object) const {
-        destroyByAddress(&object);
-    }
-};
-
 template <class Handle, auto destroy>
-using Owned = std::unique_ptr<std::remove_pointer_t<Handle>, DestroyByAddress<destroy>>;
+using Owned = std::unique_ptr<std::remove_pointer_t<Handle>, ReleaseByAddress<destroy>>;
 
 void logFromPlacebo(void* /*context*/, pl_log_level /*level*/, const char* message) {
     logMessage("libplacebo: {}", message);
@@ -51,7 +48,7 @@ class Textures {
     std::array<pl_tex, PL_MAX_PLANES> textures_{};
 };
 
-/// Somebody else's framebuffer, for the time of one drawing.
+/// Another owner's framebuffer, for one draw call.
 class WrappedFramebuffer {
   public:
     WrappedFramebuffer(pl_gpu gpu, const PlaceboRenderer::Target& target) : gpu_(gpu) {
@@ -72,10 +69,9 @@ class WrappedFramebuffer {
     pl_tex texture_ = nullptr;
 };
 
-/// How pictures brighter than the screen, or of more colours than it has, are brought into its
-/// range: per channel by the curve of ITU-R BT.2390 with a late knee, and what still lies outside
-/// is clipped. The rules of the surface that works on the processor, so that a film looks the same
-/// on both.
+/// The mapping of luminances and colours that the screen cannot show: per channel by the curve of
+/// ITU-R BT.2390 with a late knee, then clipped. The rules are those of the CPU presenter, so that
+/// both show the same colours.
 pl_color_map_params colorMapping() {
     pl_color_map_params params = pl_color_map_default_params;
     params.tone_mapping_function = &pl_tone_map_bt2390;
@@ -96,7 +92,7 @@ pl_icc_profile profileOver(std::span<const std::uint8_t> bytes) {
 }
 
 pl_frame targetFrame(pl_tex texture, const PlaceboRenderer::Target& target,
-                     const pl_icc_profile& profile) {
+                     const pl_color_space& color, const pl_icc_profile& profile) {
     pl_frame frame{};
     frame.num_planes = 1;
     frame.planes[0].texture = texture;
@@ -107,7 +103,7 @@ pl_frame targetFrame(pl_tex texture, const PlaceboRenderer::Target& target,
     }
     frame.repr = pl_color_repr_rgb;
     frame.repr.bits = {8, 8, 0};
-    frame.color = pl_color_space_srgb;
+    frame.color = color;
     frame.profile = profile;
     const auto& place = target.picture;
     frame.crop = {static_cast<float>(place.x), static_cast<float>(place.y),
@@ -124,13 +120,17 @@ class PlaceboRenderer::Graphics {
     explicit Graphics(SoftwareGL softwareGL) : log_(makeLog()) {
         pl_opengl_params params = pl_opengl_default_params;
         params.allow_software = softwareGL == SoftwareGL::allowed;
-        // A refusal is an answer, and no line of the log.
+        // Null in a GLX context, where pictures cannot be imported.
+        params.egl_display = eglGetCurrentDisplay();
+        params.egl_context = eglGetCurrentContext();
+        // Creation fails as expected without a GPU: do not log it.
         pl_log_level_update(log_.get(), PL_LOG_NONE);
         openGL_.reset(pl_opengl_create(log_.get(), &params));
         pl_log_level_update(log_.get(), PL_LOG_WARN);
         if (openGL_ != nullptr) {
             renderer_.reset(pl_renderer_create(log_.get(), gpu()));
             textures_ = std::make_unique<Textures>(gpu());
+            importsPictures_ = canImportPictures(gpu());
         }
     }
 
@@ -139,14 +139,14 @@ class PlaceboRenderer::Graphics {
         displayProfile_ = std::move(profile);
     }
 
-    /// Brings the picture's samples into textures, unless they are there.
+    /// Uploads or imports the picture, unless the textures already hold it.
     bool upload(const CVPixelBufferRef& picture) {
         if (picture == uploaded_) {
             return true;
         }
-        uploaded_ = nullptr;
+        forgetPicture();
         const auto mapping = placeboFrameMapping(*picture);
-        if (!mapping || !uploadPlanes(*mapping)) {
+        if (!mapping || !(importPlanes(picture, *mapping) || uploadPlanes(*picture, *mapping))) {
             return false;
         }
         image_.repr = mapping->repr;
@@ -163,7 +163,7 @@ class PlaceboRenderer::Graphics {
             return false;
         }
         const pl_frame frame =
-            targetFrame(framebuffer.texture(), target, profileOver(displayProfile_));
+            targetFrame(framebuffer.texture(), target, screenColor(), profileOver(displayProfile_));
         pl_frame image = image_;
         const auto width = static_cast<float>(uploaded_->width());
         const auto height = static_cast<float>(uploaded_->height());
@@ -180,14 +180,46 @@ class PlaceboRenderer::Graphics {
             const std::array<float, 4> black{0, 0, 0, 1};
             pl_tex_clear(gpu(), framebuffer.texture(), black.data());
         }
-        uploaded_ = nullptr;
+        forgetPicture();
     }
+
+    bool importsPictures() const { return importsPictures_; }
 
   private:
     pl_gpu gpu() const { return openGL_->gpu; }
 
-    bool uploadPlanes(const PlaceboFrameMapping& mapping) {
+    pl_color_space screenColor() const {
+        const bool hasProfile = !displayProfile_.empty() || image_.profile.len > 0;
+        return hasProfile ? pl_color_space_srgb : screenColorFor(image_.color);
+    }
+
+    void forgetPicture() {
+        uploaded_ = nullptr;
+        imported_ = nullptr;
         image_ = {};
+    }
+
+    bool importPlanes(const CVPixelBufferRef& picture, const PlaceboFrameMapping& mapping) {
+        if (picture->deviceFrame() == nullptr || !importsPictures_) {
+            return false;
+        }
+        imported_ = ImportedPicture::import(gpu(), picture, mapping);
+        if (imported_ == nullptr) {
+            logMessage("Failed to import a decoder's frames; copying them instead.");
+            importsPictures_ = false;
+            return false;
+        }
+        imported_->setPlanes(image_);
+        return true;
+    }
+
+    bool uploadPlanes(const CVPixelBuffer& picture, const PlaceboFrameMapping& mapping) {
+        if (picture.deviceFrame() != nullptr) {
+            const auto inMemory = downloadedPicture(picture);
+            const auto mappingInMemory =
+                inMemory == nullptr ? std::nullopt : placeboFrameMapping(*inMemory);
+            return mappingInMemory && uploadPlanes(*inMemory, *mappingInMemory);
+        }
         image_.num_planes = mapping.planeCount;
         for (int i = 0; i < mapping.planeCount; ++i) {
             const auto& data = mapping.planes.at(static_cast<std::size_t>(i));
@@ -204,8 +236,10 @@ class PlaceboRenderer::Graphics {
     Owned<pl_renderer, pl_renderer_destroy> renderer_;
     const pl_color_map_params colorMapping_ = colorMapping();
     std::vector<std::uint8_t> displayProfile_;
-    /// Keeps what the image points to.
+    bool importsPictures_ = false;
+    /// Owns what the image points to.
     CVPixelBufferRef uploaded_;
+    std::unique_ptr<ImportedPicture> imported_;
     pl_frame image_{};
 };
 
@@ -232,6 +266,10 @@ bool PlaceboRenderer::draw(const CVPixelBufferRef& picture, const Target& target
     }
     graphics_->clear(target);
     return false;
+}
+
+bool PlaceboRenderer::importsPictures() const {
+    return graphics_->importsPictures();
 }
 
 void PlaceboRenderer::clear(const Target& target) {

@@ -10,39 +10,43 @@
 
 namespace zelvane {
 
-/// Draws pictures with the graphics processor through libplacebo. Every call, the destructor among
-/// them, needs the OpenGL context current in which it was made, on its thread.
+/// Draws pictures on the GPU through libplacebo. All calls, including the destructor, need the
+/// OpenGL context of create() current, on its thread.
 class PlaceboRenderer {
   public:
     enum class SoftwareGL { refused, allowed };
 
-    /// A framebuffer and how the picture lies on it.
+    /// A framebuffer and the picture's place on it.
     struct Target {
-        /// The context's name of it.
+        /// Its OpenGL name.
         unsigned framebuffer = 0;
         int width = 0;
         int height = 0;
-        /// Row 0 is the lowest one, as in a window's own framebuffer.
+        /// Row 0 is the lowest one, as in the framebuffer of a window.
         bool isBottomUp = true;
-        /// Where the picture goes, in pixels from the top left; black around it.
+        /// The picture's place in pixels from the top left; the rest is black.
         CGRect picture;
         /// The picture is mirrored left to right first, then turned clockwise.
         int quarterTurns = 0;
         bool isMirrored = false;
     };
 
-    /// Null when the current context is too old, or drawn by software where that is refused.
+    /// Null when the current context is too old, or a software renderer where that is refused.
     static std::unique_ptr<PlaceboRenderer> create(SoftwareGL softwareGL);
     ~PlaceboRenderer();
     PlaceboRenderer(const PlaceboRenderer&) = delete;
     PlaceboRenderer& operator=(const PlaceboRenderer&) = delete;
 
-    /// The ICC profile of the screen; none, or one that cannot be used, means sRGB.
+    /// The ICC profile of the screen; an empty or unusable one means sRGB.
     void setDisplayProfile(std::vector<std::uint8_t> iccProfile);
 
-    /// Draws the picture, and black around it. Its samples are taken over once: drawing the same
-    /// buffer again copies nothing. False, with black drawn, for a picture that cannot be shown.
+    /// Draws the picture, and black around it. Drawing the same buffer again uploads nothing. For a
+    /// picture that cannot be shown it draws black and returns false.
     bool draw(const CVPixelBufferRef& picture, const Target& target);
+    /// Whether draw() uses a VAAPI decoder's pictures without a copy. It downloads all other
+    /// pictures on a device, which is better done on another thread. Becomes false when the driver
+    /// refuses a picture.
+    bool importsPictures() const;
     /// Draws black.
     void clear(const Target& target);
 

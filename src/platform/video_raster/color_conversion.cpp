@@ -13,7 +13,7 @@ namespace {
 
 constexpr Matrix3 kIdentity{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
 
-/// Numbers of a row to R'G'B' of 0…limit.
+/// Converts the numbers of a row to R'G'B' of 0…limit.
 kernels::Affine affineOf(const Matrix3& matrix, const PictureRows::Scale& scale, double limit) {
     kernels::Affine affine{};
     for (std::size_t row = 0; row < 3; ++row) {
@@ -34,7 +34,7 @@ std::vector<Value> tabulate(int steps, const std::function<double(double)>& func
     std::vector<Value> table(static_cast<std::size_t>(steps) + 1);
     for (int i = 0; i <= steps; ++i) {
         double value = scale * function(static_cast<double>(i) / steps);
-        // Curves of broken profiles end anywhere.
+        // The curves of broken profiles may have any value.
         value = std::isfinite(value) ? std::clamp(value, 0.0, scale) : 0.0;
         table[static_cast<std::size_t>(i)] =
             static_cast<Value>(std::is_integral_v<Value> ? std::round(value) : value);
@@ -44,9 +44,7 @@ std::vector<Value> tabulate(int steps, const std::function<double(double)>& func
 
 bool keepsCodes(const SourceColor& source, const IccProfile* sourceProfile,
                 const IccProfile* display) {
-    const bool isScreenCurve =
-        source.transfer == Transfer::bt1886 || source.transfer == Transfer::sRGB;
-    return sourceProfile == nullptr && display == nullptr && isScreenCurve &&
+    return sourceProfile == nullptr && display == nullptr && keepsCurve(source) &&
            source.primaries == kPrimariesBT709;
 }
 
@@ -64,7 +62,7 @@ double hlgGain(double sceneLuminance) {
     return std::pow(sceneLuminance, kHLGSystemGamma - 1);
 }
 
-/// Codes of the picture to light of its channels, one colour at a time.
+/// The light of the channels for the codes of one colour.
 Vector3 lightOf(const SourceColor& source, const Vector3& codes) {
     Vector3 light{};
     for (std::size_t i = 0; i < 3; ++i) {
@@ -96,35 +94,34 @@ Vector3 codesOfScreen(const IccProfile* display, const Vector3& xyz) {
 
 ColorConversion::ColorConversion(const SourceColor& source, const PictureRows::Scale& scale,
                                  const std::shared_ptr<const IccProfile>& display)
-    : isBT1886_(source.transfer == Transfer::bt1886),
-      isHLG_(source.transfer == Transfer::hlg && source.iccProfile.empty()) {
+    : isHLG_(source.transfer == Transfer::hlg && source.iccProfile.empty()) {
     const auto sourceProfile = IccProfile::read(source.iccProfile);
     const bool areShapers = (sourceProfile == nullptr || sourceProfile->isShaper()) &&
                             (display == nullptr || display->isShaper());
     if (keepsCodes(source, sourceProfile.get(), display.get())) {
-        road_ = Road::matrix;
+        path_ = Path::matrix;
     } else {
-        road_ = areShapers ? Road::light : Road::lattice;
+        path_ = areShapers ? Path::light : Path::lattice;
     }
-    if (road_ == Road::light) {
+    if (path_ == Path::light) {
         makeLight(source, sourceProfile.get());
         makeScreen(source, sourceProfile.get(), display.get());
-    } else if (road_ == Road::lattice) {
+    } else if (path_ == Path::lattice) {
         makeLattice(source, sourceProfile.get(), display.get());
     }
     const auto matrix = scale.isYCbCr ? yCbCrToRGB(source.luma) : kIdentity;
     toCodes_ = affineOf(matrix, scale, codeLimit());
-    keepsBytes_ = road_ == Road::matrix && !isBT1886_ && !scale.isYCbCr &&
+    keepsBytes_ = path_ == Path::matrix && !scale.isYCbCr &&
                   scale.scale == Vector3{1 / 255.0, 1 / 255.0, 1 / 255.0};
 }
 
 int ColorConversion::codeLimit() const {
-    switch (road_) {
-    case Road::matrix:
+    switch (path_) {
+    case Path::matrix:
         return 255;
-    case Road::light:
+    case Path::light:
         return lightCurve_ ? 1 : kCodeSteps;
-    case Road::lattice:
+    case Path::lattice:
         return ColorLattice::kCodeLimit;
     }
     return 0;
@@ -139,7 +136,10 @@ void ColorConversion::makeLight(const SourceColor& source, const IccProfile* sou
         return;
     }
     const auto light = [&](double code) { return channelToLight(source, code); };
-    lightCurve_ = smoothCurve(light);
+    // The inverse of a power is steep at black, where the error of a polynomial would be visible.
+    if (source.transfer != Transfer::gamma) {
+        lightCurve_ = smoothCurve(light);
+    }
     if (!lightCurve_) {
         lightTables_.push_back(tabulate<float>(kCodeSteps, light));
     }
@@ -151,7 +151,12 @@ void ColorConversion::makeLight(const SourceColor& source, const IccProfile* sou
 void ColorConversion::makeScreen(const SourceColor& source, const IccProfile* sourceProfile,
                                  const IccProfile* display) {
     if (display != nullptr) {
-        makeScreenCurve(*display);
+        makeScreenCurve(
+            [&](std::size_t i, double light) { return display->channelFromLight(i, light); },
+            display->hasOneCurve());
+    } else if (keepsCurve(source) && source.transfer != Transfer::sRGB) {
+        makeScreenCurve([&](std::size_t, double light) { return channelFromLight(source, light); },
+                        true);
     }
     const auto toScreen =
         inverse(display != nullptr ? display->matrixToXYZ() : rgbToXYZD50(kPrimariesBT709));
@@ -163,14 +168,14 @@ void ColorConversion::makeScreen(const SourceColor& source, const IccProfile* so
     }
 }
 
-void ColorConversion::makeScreenCurve(const IccProfile& display) {
-    if (display.hasOneCurve()) {
-        screenCurve_ = smoothRootCurve(
-            [&](double root) { return display.channelFromLight(0, std::pow(root, 4)); });
+void ColorConversion::makeScreenCurve(
+    const std::function<double(std::size_t channel, double light)>& code, bool isOneCurve) {
+    if (isOneCurve) {
+        screenCurve_ = smoothRootCurve([&](double root) { return code(0, std::pow(root, 4)); });
     }
     for (std::size_t i = 0; !screenCurve_ && i < 3; ++i) {
         encodeTables_[i] = tabulate<std::uint8_t>(
-            kSteps, [&](double root) { return display.channelFromLight(i, root * root); }, 255);
+            kSteps, [&](double root) { return code(i, root * root); }, 255);
     }
 }
 
@@ -197,16 +202,16 @@ void ColorConversion::makeLattice(const SourceColor& source, const IccProfile* s
 
 void ColorConversion::convertRow(const PictureRows::Row& row, std::size_t width,
                                  std::uint8_t* pixels, Scratch& scratch) const {
-    if (road_ == Road::matrix) {
-        const auto convert = isBT1886_ ? kernels::affineToPixelsOfBT1886 : kernels::affineToPixels;
-        convert({{row.channels[0], row.channels[1], row.channels[2]}}, toCodes_, pixels, width);
+    if (path_ == Path::matrix) {
+        kernels::affineToPixels({{row.channels[0], row.channels[1], row.channels[2]}}, toCodes_,
+                                pixels, width);
         return;
     }
     for (std::size_t start = 0; start < width; start += kBlock) {
         const auto count = std::min(kBlock, width - start);
         const kernels::Channels16 in{
             {row.channels[0] + start, row.channels[1] + start, row.channels[2] + start}};
-        if (road_ == Road::lattice) {
+        if (path_ == Path::lattice) {
             std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};
             kernels::affineToCodes(in, toCodes_, codeLimit(), codes, count);
             lattice_->convert(codes, pixels + 4 * start, count);
@@ -252,7 +257,7 @@ void ColorConversion::toScreen(Scratch& scratch, std::size_t count, std::uint8_t
     kernels::encodePixels(codes, tables, pixels, count);
 }
 
-/// Scene light to tone-mapped screen light.
+/// Converts scene light to tone-mapped display light.
 void ColorConversion::showHLG(Scratch& scratch, std::size_t count) const {
     const float* const light[3] = {scratch.light[0], scratch.light[1], scratch.light[2]};
     std::uint16_t* const codes[3] = {scratch.codes[0], scratch.codes[1], scratch.codes[2]};

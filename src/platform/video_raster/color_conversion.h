@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -16,19 +17,21 @@
 
 namespace zelvane::raster {
 
-/// Rows of one kind of picture to pixels of one screen. Three roads, the cheapest that is exact:
+/// Converts rows of one kind of picture to pixels for one screen, by the cheapest of three paths
+/// that is exact:
 ///
-///   matrix:   R'G'B' of the picture is that of the screen
-///   light:    curve for each channel to light, matrix between primaries, and curves back
-///   lattice:  a profile that is no matrix on either side: interpolation in a cube of colours
+///   matrix:   the screen takes the picture's R'G'B'
+///   light:    a curve to light for each channel, a matrix between primaries, and curves to codes;
+///             on a screen without a profile, the inverse curve of SDR video itself
+///   lattice:  for profiles with tables: interpolation in a cube of colours
 ///
-/// Immutable: any threads, each with scratch of its own.
+/// Immutable. Any number of threads may use it, each with its own scratch.
 class ColorConversion {
-    /// Pixels at a time, so that what one loop writes the next one finds in the nearest cache.
+    /// The number of pixels in a block: small enough for the first-level cache between two loops.
     static constexpr std::size_t kBlock = 512;
 
   public:
-    /// Room for what one loop hands to the next.
+    /// Intermediate values between two loops.
     struct Scratch {
         std::uint16_t codes[3][kBlock];
         float light[3][kBlock];
@@ -36,7 +39,7 @@ class ColorConversion {
 
     ColorConversion(const ColorConversion&) = delete;
     ColorConversion& operator=(const ColorConversion&) = delete;
-    /// `display` null is sRGB.
+    /// A null `display` means sRGB.
     ColorConversion(const SourceColor& source, const PictureRows::Scale& scale,
                     const std::shared_ptr<const IccProfile>& display);
 
@@ -44,21 +47,22 @@ class ColorConversion {
     void convertRow(const PictureRows::Row& row, std::size_t width, std::uint8_t* pixels,
                     Scratch& scratch) const;
 
-    /// Whether R, G and B of eight bits each are what the screen wants as they stand.
+    /// Whether 8-bit R, G and B pass to the screen unchanged.
     bool keepsBytes() const { return keepsBytes_; }
 
   private:
-    /// Steps of codes: PQ is steep at its top, and saturated colours are small differences of large
-    /// numbers. The tables have an entry more.
+    /// The number of code steps: PQ is steep at its top, and saturated colours are small
+    /// differences of large numbers. The tables have one more entry.
     static constexpr int kCodeSteps = 16384;
-    /// Steps of roots of light.
+    /// The number of steps of the square root of light.
     static constexpr int kSteps = 4096;
 
     int codeLimit() const;
     void makeLight(const SourceColor& source, const IccProfile* sourceProfile);
     void makeScreen(const SourceColor& source, const IccProfile* sourceProfile,
                     const IccProfile* display);
-    void makeScreenCurve(const IccProfile& display);
+    void makeScreenCurve(const std::function<double(std::size_t channel, double light)>& code,
+                         bool isOneCurve);
     void makeHLGTables(const SourceColor& source);
     void makeLattice(const SourceColor& source, const IccProfile* sourceProfile,
                      const IccProfile* display);
@@ -66,23 +70,21 @@ class ColorConversion {
     void toScreen(Scratch& scratch, std::size_t count, std::uint8_t* pixels) const;
     void showHLG(Scratch& scratch, std::size_t count) const;
 
-    enum class Road { matrix, light, lattice };
-    Road road_ = Road::matrix;
-    bool isBT1886_ = false;
+    enum class Path { matrix, light, lattice };
+    Path path_ = Path::matrix;
     bool keepsBytes_ = false;
     kernels::Affine toCodes_{};
     bool isHLG_ = false;
 
-    /// The way to light: by arithmetic where that is exact, by tables elsewhere, one for each
-    /// channel or one for all of them.
+    /// Code to light: by arithmetic where that is exact, else by one table or one for each channel.
     std::optional<kernels::Curve> lightCurve_;
     std::vector<std::vector<float>> lightTables_;
     kernels::Affine mix_{};
-    /// Where a screen's profile has one for all channels that is arithmetic.
+    /// Light to code, where one polynomial serves all channels.
     std::optional<kernels::RootCurve> screenCurve_;
-    /// For other profiles. Empty for sRGB, whose curve is calculated.
+    /// Light to code for other screens. Empty for sRGB, whose curve is calculated.
     std::array<std::vector<std::uint8_t>, 3> encodeTables_;
-    /// For HLG: luminance to the factor of the screen's gamma, and screen light to tone-mapped
+    /// For HLG: luminance to the factor of the system gamma, and display light to tone-mapped
     /// light.
     std::vector<float> gammaTable_;
     std::vector<float> toneTable_;

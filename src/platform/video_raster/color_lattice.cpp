@@ -15,7 +15,7 @@ std::uint16_t cornerValue(double code) {
     return static_cast<std::uint16_t>(std::lround(std::clamp(code, 0.0, 1.0) * kCornerScale));
 }
 
-/// How far a colour lies into its cell along an axis, and the way to that axis's next corner.
+/// A colour's offset in its cell along an axis, and the index step to that axis's next corner.
 struct Step {
     int fraction;
     int stride;

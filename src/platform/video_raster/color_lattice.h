@@ -10,11 +10,11 @@
 
 namespace zelvane::raster {
 
-/// A function of three channels, kept at the corners of a cube's cells and interpolated between
-/// them on tetrahedra, which keeps greys grey. Immutable.
+/// A function of three channels, stored at the corners of a cube's cells and interpolated on
+/// tetrahedra, which keeps greys grey. Immutable.
 class ColorLattice {
   public:
-    /// Codes run from 0 to this.
+    /// The largest code; the smallest is 0.
     static constexpr int kCodeLimit = 4096;
 
     /// `function` takes and gives R'G'B' in 0…1.
@@ -27,12 +27,12 @@ class ColorLattice {
   private:
     static constexpr int kCells = 64;
     static constexpr int kCodesPerCell = kCodeLimit / kCells;
-    /// A corner more than cells, and one beyond for codes at the limit.
+    /// One more than cells, and one more for codes at the limit.
     static constexpr int kCorners = kCells + 2;
     static constexpr int kRedStride = kCorners * kCorners;
     static constexpr int kGreenStride = kCorners;
 
-    /// 256 times a pixel's value each.
+    /// Each is 256 times a pixel's value.
     struct Corner {
         std::uint16_t red;
         std::uint16_t green;

@@ -113,12 +113,24 @@ double sRGBFromLinear(double light) {
     return light <= 0.0031308 ? light * 12.92 : 1.055 * std::pow(light, 1 / 2.4) - 0.055;
 }
 
+namespace bt1886 {
+constexpr double kGamma = 2.4;
+constexpr double kBlack = 1 / kContrast;
+static_assert(kContrast == 1000);
+/// kBlack to the power of 1 / kGamma.
+constexpr double kBlackRoot = 0.05623413251903491;
+} // namespace bt1886
+
 double bt1886ToLinear(double code) {
-    constexpr double kGamma = 2.4;
-    constexpr double kBlack = 1 / kContrast;
-    const double root = std::pow(kBlack, 1 / kGamma);
-    const double light = std::pow((1 - root) * std::max(code, 0.0) + root, kGamma);
+    using namespace bt1886;
+    const double light = std::pow((1 - kBlackRoot) * std::max(code, 0.0) + kBlackRoot, kGamma);
     return (light - kBlack) / (1 - kBlack);
+}
+
+double bt1886FromLinear(double light) {
+    using namespace bt1886;
+    const double root = std::pow((1 - kBlack) * std::max(light, 0.0) + kBlack, 1 / kGamma);
+    return (root - kBlackRoot) / (1 - kBlackRoot);
 }
 
 namespace pq {
@@ -153,14 +165,15 @@ double toneMap(double luminance, double peak) {
     const double peakCode = pqFromLuminance(std::max(peak, kReferenceWhite));
     const double white = pqFromLuminance(kReferenceWhite) / peakCode;
     const double black = pqFromLuminance(kBlack) / peakCode;
-    // The report's 1.5 maxLum - 0.5 darkens midtones of ordinary pictures; this knee keeps them.
+    // The report's knee of 1.5 maxLum - 0.5 darkens the midtones of ordinary pictures; this one
+    // does not.
     const double knee = 2 * white - 1;
     const auto lift = [&](double value) { return value + black * std::pow(1 - value, 4); };
     double value = std::min(pqFromLuminance(luminance) / peakCode, 1.0);
     if (value > knee) {
         value = kneeSpline(value, knee, white);
     }
-    // Lifting the black lifts the white a little too, which is taken back.
+    // Lifting the black also lifts the white slightly; the scale compensates for that.
     value = black + (lift(value) - black) * (white - black) / (lift(white) - black);
     return (pqToLuminance(value * peakCode) - kBlack) / (kReferenceWhite - kBlack);
 }

@@ -3,9 +3,11 @@
 
 #include <array>
 
+#include "core_media/ycbcr_matrix.h"
+
 namespace zelvane::raster {
 
-/// The mathematics of colour in double precision; tables are made from it. Pure functions.
+/// Colour mathematics in double precision, for making tables. Pure functions.
 
 using Vector3 = std::array<double, 3>;
 /// Rows of columns.
@@ -53,46 +55,37 @@ inline constexpr Primaries kPrimariesP22{{0.630, 0.340}, {0.295, 0.605}, {0.155,
 /// Linear RGB to CIE XYZ, adapted to the D50 white of ICC profiles by the Bradford transform.
 Matrix3 rgbToXYZD50(const Primaries& primaries);
 
-/// How much of red and of blue is in luma; green has the rest.
-struct LumaWeights {
-    double red = 0;
-    double blue = 0;
-    friend bool operator==(const LumaWeights&, const LumaWeights&) = default;
-};
-inline constexpr LumaWeights kLumaBT601{0.299, 0.114};
-inline constexpr LumaWeights kLumaBT709{0.2126, 0.0722};
-inline constexpr LumaWeights kLumaBT2020{0.2627, 0.0593};
-inline constexpr LumaWeights kLumaSMPTE240M{0.212, 0.087};
-/// The weights that follow from primaries, as in ITU-T H.273 for a chromaticity-derived matrix.
+/// The weights derived from primaries, as in ITU-T H.273 for a chromaticity-derived matrix.
 LumaWeights lumaWeightsOf(const Primaries& primaries);
 /// Y' in 0…1 and CB, CR in -0.5…0.5 to R'G'B'.
 Matrix3 yCbCrToRGB(const LumaWeights& weights);
 
-/// The luminance that SDR white is shown at beside HDR (ITU-R BT.2408), in cd/m².
+/// The luminance of SDR white beside HDR (ITU-R BT.2408), in cd/m².
 inline constexpr double kReferenceWhite = 203;
-/// White over black of the screen that SDR and HDR pictures are shown on.
+/// The contrast of the assumed screen: white over black.
 inline constexpr double kContrast = 1000;
 
 /// IEC 61966-2-1.
 double sRGBToLinear(double code);
 double sRGBFromLinear(double light);
-/// ITU-R BT.1886 for a screen of kContrast, with its black taken away again: 0…1 to 0…1.
+/// ITU-R BT.1886 for a screen of kContrast, with its black subtracted: 0…1 to 0…1.
 double bt1886ToLinear(double code);
+double bt1886FromLinear(double light);
 /// SMPTE ST 2084: code to cd/m² and back.
 double pqToLuminance(double code);
 double pqFromLuminance(double luminance);
-/// ARIB STD-B67: code to scene light, 0…1 to 0…1. The light of the screen, of 1000 cd/m² at most,
-/// is this times the 0.2nd power of its own luminance (ITU-R BT.2100).
+/// ARIB STD-B67: code to scene light, 0…1 to 0…1. Display light, of 1000 cd/m² at most, is scene
+/// light times the power 0.2 of its luminance (ITU-R BT.2100).
 double hlgToSceneLight(double code);
 inline constexpr double kHLGPeak = 1000;
 inline constexpr double kHLGSystemGamma = 1.2;
 
-/// Tone mapping of HDR to a screen whose white is kReferenceWhite. The rule, for whoever draws:
-/// each of R, G and B by itself, in the primaries of the picture, goes through the EETF of ITU-R
+/// Tone mapping of HDR to a screen whose white is kReferenceWhite. All presenters follow the same
+/// rule: each of R, G and B, in the primaries of the picture, passes through the EETF of ITU-R
 /// BT.2390-10 (5.4.1) on the PQ axis, with a knee at 2 × maxLum - 1, source black 0, source peak
 /// `peak` but at least kReferenceWhite, target kReferenceWhite / kContrast to kReferenceWhite, and
-/// scaled so that the peak becomes white. The target's black is then taken away, the primaries are
-/// converted, and what is outside of the screen's gamut is clipped channel by channel.
+/// scaled so that the peak becomes white. The target's black is then subtracted, the primaries are
+/// converted, and each channel is clipped to the screen's gamut.
 ///
 /// `luminance` in cd/m²; the result is light on the screen, 0…1.
 double toneMap(double luminance, double peak);

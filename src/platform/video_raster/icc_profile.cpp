@@ -8,21 +8,15 @@
 
 #include <lcms2.h>
 
+#include "foundation/release.h"
+
 namespace zelvane::raster {
 namespace {
 
-template <auto release>
-struct Release {
-    template <class Object>
-    void operator()(Object* object) const {
-        release(object);
-    }
-};
 using Profile = std::unique_ptr<void, Release<cmsCloseProfile>>;
 using Transform = std::unique_ptr<void, Release<cmsDeleteTransform>>;
 
-/// One context for all profiles, whose complaints about broken ones go nowhere: the caller hears
-/// of them by a null.
+/// One context for all profiles, which logs nothing: read() returns null for a broken profile.
 cmsContext silentContext() {
     static const std::unique_ptr<std::remove_pointer_t<cmsContext>, Release<cmsDeleteContext>>
         context = [] {
@@ -40,7 +34,7 @@ Transform makeTransform(cmsHPROFILE from, cmsUInt32Number fromType, cmsHPROFILE 
                                            cmsFLAGS_NOOPTIMIZE | cmsFLAGS_NOCACHE));
 }
 
-/// Colorants of a broken profile may lie on one line.
+/// The colorants of a broken profile may be collinear.
 bool hasInverse(const Matrix3& matrix) {
     const auto inverted = inverse(matrix);
     constexpr double kLargest = 1000;
@@ -67,7 +61,7 @@ struct IccProfile::Parts {
     void readShaper();
 };
 
-/// A profile with tables too is better served by them.
+/// Where a profile also has tables, they are more exact.
 void IccProfile::Parts::readShaper() {
     if (!cmsIsMatrixShaper(profile.get()) || cmsIsTag(profile.get(), cmsSigAToB0Tag) ||
         cmsIsTag(profile.get(), cmsSigBToA0Tag)) {
@@ -152,7 +146,7 @@ bool IccProfile::hasOneCurve() const {
     return true;
 }
 
-/// By halving, since curves are given one way only and tables of their inverse are coarse.
+/// By bisection: curves are defined in one direction only, and tables of their inverse are coarse.
 double IccProfile::channelFromLight(std::size_t channel, double light) const {
     double low = 0;
     double high = 1;

@@ -13,18 +13,18 @@ namespace zelvane::raster {
 /// for D50, white at Y = 1, relative colorimetric. Immutable; any thread.
 class IccProfile {
   public:
-    /// Null for bytes that are no profile of an RGB device which lcms can use in both directions.
+    /// Null unless the bytes are a profile of an RGB device that lcms can use in both directions.
     static std::shared_ptr<const IccProfile> read(std::span<const std::uint8_t> bytes);
     ~IccProfile();
     IccProfile(const IccProfile&) = delete;
     IccProfile& operator=(const IccProfile&) = delete;
 
     Vector3 toXYZ(const Vector3& codes) const;
-    /// What the device cannot show is clipped.
+    /// Colours outside of the device's gamut are clipped.
     Vector3 fromXYZ(const Vector3& xyz) const;
 
-    /// Whether the device is a curve for each channel and then a matrix: the calls below are only
-    /// for such a device.
+    /// Whether the profile is a curve for each channel and a matrix. The functions below are for
+    /// such profiles only.
     bool isShaper() const;
     const Matrix3& matrixToXYZ() const;
     /// Whether the curves of the channels are the same.

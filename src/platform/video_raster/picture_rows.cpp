@@ -8,10 +8,10 @@
 namespace zelvane::raster {
 namespace {
 
-/// Room for reading and writing whole vectors past the end of a row.
+/// Loops read and write whole vectors past the end of a row.
 constexpr std::size_t kPadding = 64;
 
-/// Upsampling leaves chroma multiplied: by 4 vertically and 2 horizontally.
+/// Upsampling multiplies chroma by 4 vertically and 2 horizontally.
 constexpr double k420Factor = 8;
 constexpr double k422Factor = 2;
 
@@ -29,7 +29,7 @@ PictureRows::Scale rgbScale(double maximum) {
     return {{0, 0, 0}, {1 / maximum, 1 / maximum, 1 / maximum}, false};
 }
 
-/// The row of chroma next to luma row `row`, and the one on its other side; the edge is repeated.
+/// The chroma row nearest to a luma row, and the one on its other side; the edge is repeated.
 struct ChromaRows {
     int near;
     int far;
@@ -69,7 +69,7 @@ constexpr kernels::PackedPair kChromaFirst{8, 0, 16};
 constexpr kernels::PackedPair kLumaFirst{0, 8, 24};
 
 template <bool isBigEndian>
-void read16Behind(const std::uint8_t* in, std::size_t width, std::uint16_t* const out[3]) {
+void read16AfterAlpha(const std::uint8_t* in, std::size_t width, std::uint16_t* const out[3]) {
     const auto number = [](const std::uint8_t* bytes) {
         return static_cast<std::uint16_t>(isBigEndian ? bytes[0] << 8 | bytes[1]
                                                       : bytes[1] << 8 | bytes[0]);
@@ -189,9 +189,9 @@ void PictureRows::readPacked(int row) {
     case kCVPixelFormatType_32BGRA:
         return kernels::splitPixels(in, kShiftsOfBGRA, out, width);
     case kCVPixelFormatType_64ARGB:
-        return read16Behind<true>(in, width, out);
+        return read16AfterAlpha<true>(in, width, out);
     case kCVPixelFormatType_4444AYpCbCr16:
-        return read16Behind<false>(in, width, out);
+        return read16AfterAlpha<false>(in, width, out);
     default:
         break;
     }

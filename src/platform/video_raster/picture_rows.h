@@ -10,15 +10,15 @@
 namespace zelvane::raster {
 
 /// Reads a picture in memory row by row as three full-width channels of whole numbers, Y'CBCR or
-/// R'G'B'. Chroma is brought to full width bilinearly, as if it lay with the left pixel of two and
-/// half-way between two rows, as MPEG-2 and its successors have it. Keeps its scratch rows between
+/// R'G'B'. Chroma is interpolated bilinearly to full width. It is sited at the left pixel of two
+/// and half-way between two rows, as in MPEG-2 and its successors. Keeps its scratch rows between
 /// pictures.
 class PictureRows {
   public:
     struct Row {
         const std::uint16_t* channels[3];
     };
-    /// What the numbers stand for: (number - zero) × scale is 0…1 for Y', R', G', B' and -0.5…0.5
+    /// The meaning of the numbers: (number - zero) × scale is 0…1 for Y', R', G', B' and -0.5…0.5
     /// for chroma.
     struct Scale {
         Vector3 zero{};
@@ -29,11 +29,11 @@ class PictureRows {
     static bool canRead(const CVPixelBuffer& picture);
     static Scale scaleOf(OSType pixelFormat);
 
-    /// The picture must be in memory, of a format that canRead() takes, and outlive the reading.
+    /// The picture must be in memory, pass canRead(), and outlive the reading.
     void open(const CVPixelBuffer& picture);
     /// Valid until the next call.
     Row read(int row);
-    /// The row of the first plane as it stands.
+    /// The unconverted row of the first plane.
     const std::uint8_t* bytesOf(int row) const;
 
   private:

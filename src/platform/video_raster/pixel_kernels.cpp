@@ -12,14 +12,14 @@
 #endif
 #endif
 
-// The loader picks the variant before a sanitizer's runtime is ready for it.
+// The loader selects the variant before a sanitizer's runtime is initialised.
 #if defined(__x86_64__) && defined(__ELF__) && !defined(ZELVANE_SANITIZED)
 #define ZELVANE_VECTORISED __attribute__((target_clones("arch=x86-64-v3", "default")))
 #else
 #define ZELVANE_VECTORISED
 #endif
 
-/// Into a variant, so that it is compiled with the variant's instructions.
+/// Inlining compiles the function with the instructions of the calling variant.
 #define ZELVANE_INLINED inline __attribute__((always_inline))
 
 namespace zelvane::raster::kernels {
@@ -30,40 +30,23 @@ inline float cut(float value, float limit) {
     return value < limit ? value : limit;
 }
 
-inline float smaller(float a, float b) {
-    return a < b ? a : b;
-}
-
 inline float apply(const float factors[3], float offset, float a, float b, float c) {
     return factors[0] * a + factors[1] * b + factors[2] * c + offset;
 }
 
-/// The nearest whole number to one that is not negative. The library's own rounding is not
-/// vectorised.
+/// The nearest integer to a number that is not negative. Library rounding is not vectorised.
 inline std::int32_t nearest(float value) {
     return static_cast<std::int32_t>(value + 0.5F); // NOLINT(bugprone-incorrect-roundings)
-}
-
-/// What a screen of BT.1886 with its contrast of 1000 takes off a code, beside one of sRGB: up to
-/// 2.2 of 255 at code 9 and nothing at 0 and above 33. Lines through it, within 0.35.
-inline float shadowDip(float code) {
-    return cut(smaller(0.4F * code, 3.095F - 0.095F * code), 2.05F);
 }
 
 inline std::uint32_t pixelOf(std::int32_t red, std::int32_t green, std::int32_t blue) {
     return 0xff000000U | static_cast<std::uint32_t>(red << 16 | green << 8 | blue);
 }
 
-template <bool withDip>
 inline std::int32_t pixelValue(const float factors[3], float offset, float a, float b, float c) {
-    float code = cut(apply(factors, offset, a, b, c), 255.0F);
-    if constexpr (withDip) {
-        code -= shadowDip(code);
-    }
-    return nearest(code);
+    return nearest(cut(apply(factors, offset, a, b, c), 255.0F));
 }
 
-template <bool withDip>
 ZELVANE_INLINED void mixToPixels(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
                                  std::size_t count) {
     const std::uint16_t* __restrict first = in.channels[0];
@@ -74,9 +57,9 @@ ZELVANE_INLINED void mixToPixels(const Channels16& in, const Affine& affine, std
         const auto a = static_cast<float>(first[i]);
         const auto b = static_cast<float>(second[i]);
         const auto c = static_cast<float>(third[i]);
-        const auto pixel = pixelOf(pixelValue<withDip>(by.factor[0], by.offset[0], a, b, c),
-                                   pixelValue<withDip>(by.factor[1], by.offset[1], a, b, c),
-                                   pixelValue<withDip>(by.factor[2], by.offset[2], a, b, c));
+        const auto pixel = pixelOf(pixelValue(by.factor[0], by.offset[0], a, b, c),
+                                   pixelValue(by.factor[1], by.offset[1], a, b, c),
+                                   pixelValue(by.factor[2], by.offset[2], a, b, c));
         std::memcpy(pixels + 4 * i, &pixel, sizeof pixel);
     }
 }
@@ -92,7 +75,7 @@ inline std::uint16_t wholeCode(const float factors[3], float offset, float limit
     return static_cast<std::uint16_t>(nearest(code));
 }
 
-/// Promises about parameters reach the vectoriser, those about local variables do not.
+/// `restrict` affects the vectoriser on parameters, not on local variables.
 ZELVANE_INLINED void mixToCodes(const std::uint16_t* __restrict first,
                                 const std::uint16_t* __restrict second,
                                 const std::uint16_t* __restrict third, const Affine& affine,
@@ -137,7 +120,7 @@ ZELVANE_INLINED void mixToLight(const std::uint16_t* __restrict first,
 }
 
 /// The curve of IEC 61966-2-1 on the scale 0…255, as a polynomial in the fourth root of light above
-/// its straight part: within 0.013, where a table would cost a trip to memory for each pixel.
+/// its straight part: within 0.013, and without the memory access of a table for each pixel.
 inline std::int32_t sRGBCode(const float factors[3], float a, float b, float c) {
     const float light = cut(apply(factors, 0.0F, a, b, c), 1.0F);
     const float root = std::sqrt(std::sqrt(light));
@@ -311,13 +294,7 @@ void doubleWidth(const std::uint16_t* __restrict in, std::uint16_t* __restrict o
 ZELVANE_VECTORISED
 void affineToPixels(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
                     std::size_t count) {
-    mixToPixels<false>(in, affine, pixels, count);
-}
-
-ZELVANE_VECTORISED
-void affineToPixelsOfBT1886(const Channels16& in, const Affine& affine, std::uint8_t* pixels,
-                            std::size_t count) {
-    mixToPixels<true>(in, affine, pixels, count);
+    mixToPixels(in, affine, pixels, count);
 }
 
 ZELVANE_VECTORISED

@@ -9,7 +9,7 @@
 
 #include <fmt/format.h>
 
-#include "core_media/ffmpeg_handles.h"
+#include "core_media/device_picture.h"
 #include "foundation/row_bands.h"
 #include "platform/video_raster/color_conversion.h"
 
@@ -19,23 +19,6 @@ namespace {
 using raster::ColorConversion;
 using raster::IccProfile;
 using raster::PictureRows;
-
-/// A picture on a device, brought to memory with its attachments.
-CVPixelBufferRef downloaded(const CVPixelBuffer& picture) {
-    ffmpeg::Frame frame(av_frame_alloc());
-    if (frame == nullptr || av_hwframe_transfer_data(frame.get(), picture.deviceFrame(), 0) < 0) {
-        throw RasterConversionError("The device does not give its frame away.");
-    }
-    // Devices round sizes up.
-    frame->width = picture.width();
-    frame->height = picture.height();
-    auto inMemory = CVPixelBuffer::wrappingFrame(std::move(frame), picture.pixelFormat());
-    if (inMemory == nullptr) {
-        throw RasterConversionError("The device's frame is of another format than its picture.");
-    }
-    inMemory->setAttachments(picture.attachments(), CVAttachmentMode::shouldNotPropagate);
-    return inMemory;
-}
 
 void check(const CVPixelBuffer& picture, std::size_t targetSize, std::size_t bytesPerRow) {
     if (!PictureRows::canRead(picture)) {
@@ -49,9 +32,9 @@ void check(const CVPixelBuffer& picture, std::size_t targetSize, std::size_t byt
     }
 }
 
-/// More would wait for memory, not for each other.
+/// More would wait for memory.
 constexpr int kMostWorkers = 4;
-/// Some tenths of a millisecond of work, against some hundredths to wake a helper.
+/// This is some tenths of a millisecond of work; waking a helper takes some hundredths.
 constexpr int kPixelsPerBand = 1 << 16;
 
 int workerCount(int processors) {
@@ -91,13 +74,13 @@ class RasterConverter::Tables {
     }
 
   private:
-    /// What one thread needs for itself.
+    /// The state of one thread.
     struct Worker {
         PictureRows rows;
         ColorConversion::Scratch scratch;
     };
 
-    /// That for the last picture's kind is kept: a film's pictures are of one kind.
+    /// Caches the conversion of the last picture's kind: a film's pictures are of one kind.
     const ColorConversion& conversionFor(const CVPixelBuffer& picture) {
         auto source = raster::sourceColorOf(picture);
         if (!conversion_ || picture.pixelFormat() != pixelFormat_ || source != source_) {
@@ -128,7 +111,11 @@ const DisplayColor& RasterConverter::display() const {
 void RasterConverter::convert(const CVPixelBuffer& picture, std::span<std::uint8_t> target,
                               std::size_t bytesPerRow) {
     if (picture.deviceFrame() != nullptr) {
-        convert(*downloaded(picture), target, bytesPerRow);
+        const auto inMemory = downloadedPicture(picture);
+        if (inMemory == nullptr) {
+            throw RasterConversionError("The device does not give its frame away.");
+        }
+        convert(*inMemory, target, bytesPerRow);
         return;
     }
     check(picture, target.size(), bytesPerRow);

@@ -50,7 +50,7 @@ kernels::Curve curveWithToe(const std::function<double(double)>& light, double t
     return curve;
 }
 
-/// Whether the two are nowhere further apart than `error`.
+/// Whether the two differ by `error` at most everywhere.
 bool agree(const std::function<double(double)>& approximation,
            const std::function<double(double)>& function, double error) {
     constexpr int kSteps = 1000;

@@ -8,16 +8,16 @@
 
 namespace zelvane::raster {
 
-/// A curve from code to light, both 0…1, as the arithmetic of kernels::affineToLight: no trip to
-/// memory for each pixel, as a table would cost. Null for a curve that cannot be had within
-/// kSmoothCurveError; that of BT.1886 and of IEC 61966-2-1 can, and pure powers of 2.2 and more.
+/// A curve from code to light, both 0…1, for the arithmetic of kernels::affineToLight, which reads
+/// no memory for each pixel, as a table does. Null where the error exceeds kSmoothCurveError.
+/// BT.1886, IEC 61966-2-1 and pure powers of 2.2 and more stay below it.
 std::optional<kernels::Curve> smoothCurve(const std::function<double(double)>& light);
 
-/// Of light: 0.16 of a code value where the curve of a screen is at its steepest.
+/// In light: 0.16 of a code value where the curve of a screen is steepest.
 inline constexpr double kSmoothCurveError = 5e-5;
 
-/// The same for a way back: from the fourth root of light, 0…1, to a code, 0…1. Null for one that
-/// cannot be had within kSmoothCodeError; pure powers can.
+/// The same for the inverse: from the fourth root of light, 0…1, to a code, 0…1. Null where the
+/// error exceeds kSmoothCodeError; pure powers stay below it.
 std::optional<kernels::RootCurve> smoothRootCurve(const std::function<double(double)>& code);
 
 /// An eighth of a code value.

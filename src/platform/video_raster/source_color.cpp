@@ -45,13 +45,6 @@ constexpr std::array<std::pair<std::string_view, Transfer>, 9> kTransferByName{{
     {kCVImageBufferTransferFunction_ITU_R_2100_HLG, Transfer::hlg},
 }};
 
-constexpr std::array<std::pair<std::string_view, LumaWeights>, 4> kLumaByName{{
-    {kCVImageBufferYCbCrMatrix_ITU_R_709_2, kLumaBT709},
-    {kCVImageBufferYCbCrMatrix_ITU_R_601_4, kLumaBT601},
-    {kCVImageBufferYCbCrMatrix_SMPTE_240M_1995, kLumaSMPTE240M},
-    {kCVImageBufferYCbCrMatrix_ITU_R_2020, kLumaBT2020},
-}};
-
 /// A big-endian number of `size` bytes; 0 when the bytes end before it.
 double bigEndian(const std::vector<std::uint8_t>& bytes, std::size_t offset, std::size_t size) {
     if (bytes.size() < offset + size) {
@@ -84,21 +77,6 @@ double peakOf(const CVPixelBuffer& picture) {
     return std::clamp(peak, kReferenceWhite, kHighestPeak);
 }
 
-LumaWeights lumaOf(const CVPixelBuffer& picture, const Primaries& primaries) {
-    const auto* name = picture.attachment<std::string>(kCVImageBufferYCbCrMatrixKey);
-    if (const auto* luma = find(kLumaByName, name)) {
-        return *luma;
-    }
-    if (name != nullptr && *name == kCVImageBufferYCbCrMatrix_P3_D65) {
-        return lumaWeightsOf(kPrimariesP3D65);
-    }
-    if (primaries == kPrimariesBT2020) {
-        return kLumaBT2020;
-    }
-    constexpr int kHighDefinitionWidth = 1280;
-    return picture.width() >= kHighDefinitionWidth ? kLumaBT709 : kLumaBT601;
-}
-
 } // namespace
 
 SourceColor sourceColorOf(const CVPixelBuffer& picture) {
@@ -119,13 +97,13 @@ SourceColor sourceColorOf(const CVPixelBuffer& picture) {
         gamma != nullptr && std::isfinite(*gamma) && *gamma > 0) {
         color.gamma = *gamma;
     }
-    color.luma = lumaOf(picture, color.primaries);
+    color.luma = lumaWeights(yCbCrMatrixOf(picture));
     if (color.transfer == Transfer::pq) {
         color.peak = peakOf(picture);
     }
     const auto* profile =
         picture.attachment<std::vector<std::uint8_t>>(kCVImageBufferICCProfileKey);
-    // Coded HDR carries a profile too, for systems that take nothing else.
+    // Coded HDR also carries a profile, for systems that need one.
     if (profile != nullptr && (primaries == nullptr || transfer == nullptr)) {
         color.iccProfile = *profile;
     }
@@ -151,6 +129,24 @@ double channelToLight(const SourceColor& color, double code) {
         return hlgToSceneLight(code);
     }
     return code;
+}
+
+bool keepsCurve(const SourceColor& color) {
+    return color.iccProfile.empty() &&
+           (color.transfer == Transfer::bt1886 || color.transfer == Transfer::gamma ||
+            color.transfer == Transfer::sRGB);
+}
+
+double channelFromLight(const SourceColor& color, double light) {
+    light = std::clamp(light, 0.0, 1.0);
+    switch (color.transfer) {
+    case Transfer::bt1886:
+        return bt1886FromLinear(light);
+    case Transfer::gamma:
+        return std::pow(light, 1 / color.gamma);
+    default:
+        return sRGBFromLinear(light);
+    }
 }
 
 } // namespace zelvane::raster

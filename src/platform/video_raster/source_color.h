@@ -9,9 +9,9 @@
 
 namespace zelvane::raster {
 
-/// How code values become light.
+/// The function from code values to light.
 enum class Transfer {
-    /// Every camera curve of SDR television is shown by the one screen of BT.1886.
+    /// All camera curves of SDR television are graded on the screen of BT.1886.
     bt1886,
     gamma,
     sRGB,
@@ -22,12 +22,12 @@ enum class Transfer {
     hlg,
 };
 
-/// What the numbers of a picture mean, read from its attachments. Equal values need equal tables.
+/// The colour coding of a picture, from its attachments. Equal values need equal tables.
 struct SourceColor {
     Primaries primaries = kPrimariesBT709;
     Transfer transfer = Transfer::bt1886;
     double gamma = 2.2;
-    LumaWeights luma = kLumaBT709;
+    LumaWeights luma = lumaWeights(YCbCrMatrix::bt709);
     /// The luminance of the brightest pixel, for PQ, in cd/m².
     double peak = kHLGPeak;
     /// A profile in place of primaries and transfer; empty for coded colour.
@@ -35,14 +35,20 @@ struct SourceColor {
     friend bool operator==(const SourceColor&, const SourceColor&) = default;
 };
 
-/// Attachments that are absent or unknown give what pictures of that size and kind have.
+/// Absent or unknown attachments give the usual values for the picture's size and kind.
 ///
-/// The peak of a PQ picture is its MaxCLL if it states one, but no more than the mastering screen's
-/// maximum if it states that; stating neither it is 1000 cd/m², what most pictures are made on.
+/// The peak of a PQ picture is its MaxCLL, at most the maximum of its mastering display. Without
+/// either it is 1000 cd/m², the usual mastering display.
 SourceColor sourceColorOf(const CVPixelBuffer& picture);
 
 /// Light of one channel, 0…1 of the screen's white, before primaries are converted. For HLG: scene
 /// light, 0…1.
 double channelToLight(const SourceColor& color, double code);
+
+/// Whether a screen without a profile shows the picture with the picture's own curve: SDR video, as
+/// in all players.
+bool keepsCurve(const SourceColor& color);
+/// The inverse of channelToLight(), for a picture that keeps its curve.
+double channelFromLight(const SourceColor& color, double light);
 
 } // namespace zelvane::raster

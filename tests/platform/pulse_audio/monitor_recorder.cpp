@@ -49,7 +49,7 @@ MonitorRecorder::MonitorRecorder(const std::string& server, const std::string& s
         }
         pa_threaded_mainloop_wait(loop);
     }
-    // A null sink without listeners renders two seconds ahead, and nothing new is heard before.
+    // A null sink without a stream renders two seconds ahead; wait until that was played.
     while (sinkLatency_ > kLowLatency) {
         pa_threaded_mainloop_wait(loop);
     }
@@ -76,7 +76,7 @@ void MonitorRecorder::read() {
         }
         pa_stream_drop(stream_.get());
     }
-    pulse::forget(pa_stream_update_timing_info(
+    pulse::detach(pa_stream_update_timing_info(
         stream_.get(),
         [](pa_stream*, int success, void* self) {
             if (success != 0) {
@@ -86,8 +86,7 @@ void MonitorRecorder::read() {
         this));
 }
 
-/// The monitor hands frames over when the sink renders them, which is the sink's latency before
-/// they are heard.
+/// The monitor delivers frames when the sink renders them; they are heard after the sink's latency.
 void MonitorRecorder::measure() {
     const auto* timing = pa_stream_get_timing_info(stream_.get());
     if (timing == nullptr || timing->write_index_corrupt != 0 || timing->read_index_corrupt != 0) {
@@ -112,7 +111,7 @@ MonitorRecorder::Recording MonitorRecorder::recording() const {
     return recording_;
 }
 
-/// The earliest of the estimates after the frame is the one whose frames were not held back.
+/// Of the estimates after the frame, the earliest is the one with the least delay.
 HostTime MonitorRecorder::Recording::timeOf(double frame) const {
     HostTime earliest = HostTime::max();
     for (const auto& estimate : estimates) {
@@ -160,7 +159,7 @@ double MonitorRecorder::Recording::pitch() const {
     if (crossings.size() < 3) {
         return 0;
     }
-    // The middle period is one of the tone's own, whatever begins and ends it.
+    // The median period is one within the tone, not at its start or end.
     std::vector<double> periods;
     for (std::size_t i = 10; i < crossings.size(); ++i) {
         periods.push_back((crossings[i] - crossings[i - 10]) / 10);

@@ -10,10 +10,10 @@
 
 namespace zelvane::test {
 
-/// Records what a sink plays, over a connection of its own, and knows when each frame is heard.
+/// Records what a sink plays, over its own connection, with the time at which each frame is heard.
 class MonitorRecorder {
   public:
-    /// Returns once the recording runs.
+    /// Returns when the recording runs.
     MonitorRecorder(const std::string& server, const std::string& sink);
     ~MonitorRecorder();
     MonitorRecorder(const MonitorRecorder&) = delete;
@@ -23,8 +23,8 @@ class MonitorRecorder {
         static constexpr double kRate = 48000;
         /// Of the first channel.
         std::vector<float> samples;
-        /// What a measurement, made when that many frames had been recorded, has for the first
-        /// frame. They move when the sink rewinds or skips.
+        /// When the first frame was heard, as measured after `frames` recorded frames. It changes
+        /// when the sink rewinds or skips.
         struct Estimate {
             std::size_t frames;
             HostTime firstHeardAt;
@@ -32,9 +32,9 @@ class MonitorRecorder {
         std::vector<Estimate> estimates;
 
         HostTime timeOf(double frame) const;
-        /// The middles, by energy, of bursts that reach `level` and lie 0.2 s apart at least.
+        /// The centres, by energy, of bursts that reach `level` and are at least 0.2 s apart.
         std::vector<HostTime> clicks(float level) const;
-        /// The frequency of the tone in it.
+        /// The frequency of the recorded tone.
         double pitch() const;
     };
     Recording recording() const;

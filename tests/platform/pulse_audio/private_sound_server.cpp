@@ -5,6 +5,8 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 
@@ -67,8 +69,8 @@ std::vector<std::string> PrivateSoundServer::environment() const {
     return all;
 }
 
-/// Where a daemon says that it is ready, by the protocol of sd_notify(3): PulseAudio does once its
-/// modules are loaded.
+/// Receives the readiness message of a daemon, by the protocol of sd_notify(3). PulseAudio sends it
+/// when its modules are loaded.
 class PrivateSoundServer::Readiness {
   public:
     explicit Readiness(const std::string& path)
@@ -78,14 +80,14 @@ class PrivateSoundServer::Readiness {
         address.sun_family = AF_UNIX;
         path.copy(address.sun_path, sizeof(address.sun_path) - 1);
         if (bind(descriptor_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-            throw std::runtime_error("cannot listen for a daemon's word");
+            throw std::runtime_error("cannot listen for a daemon's message");
         }
     }
     ~Readiness() { close(descriptor_); }
     Readiness(const Readiness&) = delete;
     Readiness& operator=(const Readiness&) = delete;
 
-    /// False when it ends before, or takes too long.
+    /// Returns false when the process ends before, or after a timeout.
     bool waitFor(pid_t process) const {
         constexpr int kTimeout = 20'000;
         const int end = static_cast<int>(syscall(SYS_pidfd_open, process, 0));
@@ -107,24 +109,15 @@ class PrivateSoundServer::Readiness {
 };
 
 void PrivateSoundServer::start() {
-    std::vector<std::string> arguments{"pulseaudio",
-                                       "-n",
-                                       "--daemonize=no",
-                                       "--fail=yes",
-                                       "--exit-idle-time=-1",
-                                       "--use-pid-file=no",
-                                       "--disallow-exit=no",
-                                       "--realtime=no",
-                                       "--high-priority=no",
-                                       "--disable-shm=yes",
-                                       "--enable-memfd=no",
-                                       "-L",
-                                       nullSink("n1"),
-                                       "-L",
-                                       nullSink("n2"),
-                                       "-L",
-                                       "module-native-protocol-unix socket=" + socketPath() +
-                                           " auth-anonymous=1 auth-cookie-enabled=0"};
+    std::istringstream options(
+        "pulseaudio -n --daemonize=no --fail=yes --exit-idle-time=-1 --use-pid-file=no"
+        " --disallow-exit=no --realtime=no --high-priority=no --disable-shm=yes --enable-memfd=no");
+    std::vector<std::string> arguments{std::istream_iterator<std::string>(options), {}};
+    for (const auto& module : {nullSink("n1"), nullSink("n2"),
+                               "module-native-protocol-unix socket=" + socketPath() +
+                                   " auth-anonymous=1 auth-cookie-enabled=0"}) {
+        arguments.insert(arguments.end(), {"-L", module});
+    }
     const std::string notifySocket = (folder_.path() / "notify.sock").string();
     const Readiness readiness(notifySocket);
     auto variables = environment();

@@ -11,11 +11,11 @@
 
 namespace zelvane::test {
 
-/// A PulseAudio server of the test's own with the null sinks n1, the default one, and n2. Its files
-/// lie in a folder that goes with it; nobody else's server is touched.
+/// A private PulseAudio server with the null sinks n1 (the default) and n2, and its files in a
+/// temporary folder. Other servers are not touched.
 class PrivateSoundServer {
   public:
-    /// Whether the programs it needs are installed.
+    /// Whether pulseaudio and pactl are installed.
     static bool isAvailable();
 
     PrivateSoundServer() { start(); }
@@ -23,13 +23,13 @@ class PrivateSoundServer {
     PrivateSoundServer(const PrivateSoundServer&) = delete;
     PrivateSoundServer& operator=(const PrivateSoundServer&) = delete;
 
-    /// What to connect to.
+    /// The address for clients.
     std::string address() const { return "unix:" + socketPath(); }
-    /// Returns once the server takes connections.
+    /// Returns when the server accepts connections.
     void start();
-    /// At once, as if it had crashed.
+    /// Ends the server as a crash would.
     void kill();
-    /// What `pactl <arguments>` prints.
+    /// Returns the output of `pactl <arguments>`.
     std::string pactl(const std::string& arguments) const;
 
   private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "platform/video_placebo/placebo_frame_mapping.h"
-#include "tests/support/pixel_buffers.h"
+#include "tests/platform/matrix_cases.h"
 
 #include <array>
 #include <string>
@@ -14,13 +14,12 @@ using Bytes = std::vector<std::uint8_t>;
 
 class PlaceboFrameMappingTest : public testing::Test {
   protected:
-    CVPixelBufferRef picture(int width = 64, int height = 36) {
-        return test::makePixelBuffer(kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange, width,
-                                     height);
+    CVPixelBufferRef picture() {
+        return test::makePixelBuffer(kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange, 64, 36);
     }
 
     static void set(CVPixelBuffer& picture, std::string_view key, CVAttachmentValue value) {
-        picture.setAttachment(key, std::move(value), CVAttachmentMode::shouldPropagate);
+        picture.setAttachment(key, std::move(value));
     }
 
     CVPixelBufferRef pqPicture() {
@@ -74,13 +73,13 @@ TEST_F(PlaceboFrameMappingTest, thePeakOfAPQPictureIsTheLowestThatItStates) {
     }
 }
 
-TEST_F(PlaceboFrameMappingTest, luminancesMeanNothingToOrdinaryPictures) {
+TEST_F(PlaceboFrameMappingTest, luminancesOfSDRPicturesAreIgnored) {
     const auto sdr = picture();
     set(*sdr, kCVImageBufferMasteringDisplayColorVolumeKey, masteringDisplay(4000, 50));
     EXPECT_EQ(placeboFrameMapping(*sdr)->color.hdr.max_luma, 0);
 }
 
-TEST_F(PlaceboFrameMappingTest, aProfileCountsOnlyWhereNoCodedValuesDo) {
+TEST_F(PlaceboFrameMappingTest, codedValuesOverrideAProfile) {
     const auto pq = pqPicture();
     set(*pq, kCVImageBufferICCProfileKey, Bytes{1, 2, 3});
     EXPECT_TRUE(placeboFrameMapping(*pq)->iccProfile.empty());
@@ -89,13 +88,17 @@ TEST_F(PlaceboFrameMappingTest, aProfileCountsOnlyWhereNoCodedValuesDo) {
     EXPECT_EQ(placeboFrameMapping(*profiled)->iccProfile.size(), 3U);
 }
 
-TEST_F(PlaceboFrameMappingTest, aPictureWithoutAMatrixHasThatOfItsSize) {
-    EXPECT_EQ(placeboFrameMapping(*picture(1279, 720))->repr.sys, PL_COLOR_SYSTEM_BT_601);
-    EXPECT_EQ(placeboFrameMapping(*picture(1280, 720))->repr.sys, PL_COLOR_SYSTEM_BT_709);
-    EXPECT_EQ(placeboFrameMapping(*picture(3840, 16))->repr.sys, PL_COLOR_SYSTEM_BT_2020_NC);
+TEST_F(PlaceboFrameMappingTest, usesTheCommonMatrix) {
+    constexpr pl_color_system kSystems[] = {PL_COLOR_SYSTEM_BT_601, PL_COLOR_SYSTEM_BT_709,
+                                            PL_COLOR_SYSTEM_SMPTE_240M, PL_COLOR_SYSTEM_BT_2020_NC};
+    for (const auto& test : test::kMatrixCases) {
+        EXPECT_EQ(placeboFrameMapping(*pictureOf(test))->repr.sys,
+                  kSystems[static_cast<int>(test.expected)])
+            << test.primaries << " " << test.width;
+    }
 }
 
-TEST_F(PlaceboFrameMappingTest, aStatedGammaIsTheNearestThatLibplaceboHas) {
+TEST_F(PlaceboFrameMappingTest, aStatedGammaBecomesTheNearestOfLibplacebo) {
     const auto gamma = picture();
     set(*gamma, kCVImageBufferTransferFunctionKey,
         std::string(kCVImageBufferTransferFunction_UseGamma));

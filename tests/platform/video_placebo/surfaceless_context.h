@@ -13,8 +13,8 @@
 
 namespace zelvane::test {
 
-/// An OpenGL context without any window system, drawn by software, with one framebuffer. Current on
-/// the thread that makes it for as long as it lives.
+/// An OpenGL context of a software renderer without a window system, with one framebuffer. Current
+/// on the thread that makes it until it is destroyed.
 class SurfacelessContext {
   public:
     SurfacelessContext(int width, int height) : width_(width), height_(height) {

@@ -10,6 +10,7 @@
 #include <lcms2.h>
 
 #include "platform/video_raster/raster_converter.h"
+#include "tests/platform/reference.h"
 
 namespace zelvane {
 namespace {
@@ -35,7 +36,7 @@ Bytes bytesOf(cmsHPROFILE profile) {
     return bytes;
 }
 
-/// P3 primaries with a curve for each channel, the last of which may be another one.
+/// P3 primaries with a gamma, which may differ for blue.
 Profile shaperProfile(double gamma, std::optional<double> blueGamma = std::nullopt) {
     const cmsCIExyY white{0.3127, 0.3290, 1};
     const cmsCIExyYTRIPLE p3{{0.680, 0.320, 1}, {0.265, 0.690, 1}, {0.150, 0.060, 1}};
@@ -48,7 +49,7 @@ Profile shaperProfile(double gamma, std::optional<double> blueGamma = std::nullo
     return profile;
 }
 
-/// The same device, told by tables of XYZ in place of curves and a matrix.
+/// The same device, described by tables instead of curves and a matrix.
 Profile tableProfile(cmsHPROFILE like) {
     Profile made(cmsCreateProfilePlaceholder(nullptr));
     cmsSetDeviceClass(made.get(), cmsSigDisplayClass);
@@ -84,7 +85,7 @@ Profile tableProfile(cmsHPROFILE like) {
     return made;
 }
 
-/// A row of greys and then of colours, as a picture whose codes are `attach`'s to explain.
+/// A picture of one row: greys, then random colours.
 class Row {
   public:
     static constexpr int kWidth = 2048;
@@ -102,22 +103,19 @@ class Row {
         picture_ = CVPixelBuffer::overMemory(geometry, pixels_);
     }
     void setProfile(Bytes profile) {
-        picture_->setAttachment(kCVImageBufferICCProfileKey, std::move(profile),
-                                CVAttachmentMode::shouldPropagate);
+        picture_->setAttachment(kCVImageBufferICCProfileKey, std::move(profile));
     }
-    void setSRGB() {
-        const auto mode = CVAttachmentMode::shouldPropagate;
+    void setSRGB(std::string_view transfer = kCVImageBufferTransferFunction_sRGB) {
         picture_->setAttachment(kCVImageBufferColorPrimariesKey,
-                                std::string(kCVImageBufferColorPrimaries_ITU_R_709_2), mode);
-        picture_->setAttachment(kCVImageBufferTransferFunctionKey,
-                                std::string(kCVImageBufferTransferFunction_sRGB), mode);
+                                std::string(kCVImageBufferColorPrimaries_ITU_R_709_2));
+        picture_->setAttachment(kCVImageBufferTransferFunctionKey, std::string(transfer));
     }
     Bytes shownOn(const Bytes& display) const {
         Bytes target(kWidth * 4);
         RasterConverter(DisplayColor{display}).convert(*picture_, target, target.size());
         return target;
     }
-    /// What lcms makes of it in floating point.
+    /// The result of lcms in floating point.
     std::vector<double> expected(cmsHPROFILE from, cmsHPROFILE to) const {
         const std::unique_ptr<void, DeleteTransform> transform(
             cmsCreateTransform(from, TYPE_BGR_DBL, to, TYPE_BGR_DBL, INTENT_RELATIVE_COLORIMETRIC,
@@ -140,7 +138,7 @@ class Row {
 };
 
 constexpr double kShaperTolerance = 1.5;
-/// A table of the profile is interpolated by another one.
+/// The converter's lattice interpolates the profile's table.
 constexpr double kTableTolerance = 2;
 
 double worstError(const Bytes& pixels, const std::vector<double>& expected) {
@@ -193,7 +191,17 @@ TEST(RasterConverterICC, tablesOnEitherSideAreMatched) {
               kTableTolerance);
 }
 
-TEST(RasterConverterICC, codedColorWinsOverAProfileBesideIt) {
+TEST(RasterConverterICC, aScreenWithAProfileShowsVideoAsThatOfBT1886) {
+    Row row;
+    row.setSRGB(kCVImageBufferTransferFunction_ITU_R_709_2);
+    const auto pixels = row.shownOn(bytesOf(Profile(cmsCreate_sRGBProfile()).get()));
+    for (std::size_t code = 0; code < 256; ++code) {
+        const double expected = 255 * test::encodeSRGB(test::screen1886(code / 255.0));
+        EXPECT_NEAR(pixels[4 * code], expected, kShaperTolerance) << code;
+    }
+}
+
+TEST(RasterConverterICC, codedColorOverridesAProfile) {
     Row row;
     row.setSRGB();
     const auto plain = row.shownOn({});
@@ -209,7 +217,7 @@ TEST(RasterConverterICC, brokenProfilesMeanSRGB) {
     const auto good = bytesOf(shaperProfile(2.2).get());
     EXPECT_EQ(plain.shownOn(Bytes(200, 0x20)), expected);
     EXPECT_EQ(plain.shownOn(bytesOf(xyz.get())), expected);
-    // Cut or changed anywhere, a profile may be unusable or mean something else, but never harms.
+    // A truncated or changed profile must do no harm.
     std::mt19937 random(1);
     for (std::size_t size = 0; size < good.size(); size += 37) {
         plain.shownOn(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)));

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/platform/video_raster/reference.h"
+#include "tests/platform/reference.h"
 
 namespace zelvane::raster {
 namespace {
@@ -20,7 +20,7 @@ double worstError(const kernels::Curve& curve, const std::function<double(double
     return worst;
 }
 
-TEST(SmoothCurve, theCurvesOfScreensAreArithmetic) {
+TEST(SmoothCurve, approximatesTheCurvesOfScreens) {
     const std::function<double(double)> curves[] = {
         test::screen1886, test::decodeSRGB, [](double code) { return std::pow(code, 2.2); },
         [](double code) { return std::pow(code, 2.8); }, [](double code) { return code; }};
@@ -31,7 +31,7 @@ TEST(SmoothCurve, theCurvesOfScreensAreArithmetic) {
     }
 }
 
-TEST(SmoothCurve, theWayBackIsArithmeticInTheFourthRootOfLight) {
+TEST(SmoothCurve, approximatesInversePowersInTheFourthRootOfLight) {
     for (const double gamma : {1.8, 2.2, 2.4}) {
         const auto code = [gamma](double root) { return std::pow(root, 4 / gamma); };
         const auto curve = smoothRootCurve(code);
@@ -44,7 +44,7 @@ TEST(SmoothCurve, theWayBackIsArithmeticInTheFourthRootOfLight) {
     EXPECT_FALSE(smoothRootCurve([](double root) { return root < 0.5 ? 0 : 1; }));
 }
 
-TEST(SmoothCurve, curvesWithAKneeOrWithoutAnEndAreNot) {
+TEST(SmoothCurve, refusesCurvesWithAKneeOrWithoutALimit) {
     EXPECT_FALSE(smoothCurve(test::hlgScene));
     EXPECT_FALSE(
         smoothCurve([](double code) { return test::toneMapped(test::pqLight(code), 1000); }));
