@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+#include "player_window/controls/accessible_widget.h"
+
+namespace zelvane {
+
+/// A time in digits of equal width, which may act like a button. Main thread.
+class TimeLabel final : public QWidget, public AccessibleWidget {
+    Q_OBJECT
+
+  public:
+    TimeLabel(Qt::Alignment alignment, QWidget* parent);
+
+    void setText(const QString& text);
+    const QString& text() const { return text_; }
+    /// Of a text, with every digit as wide as the widest.
+    double widthOf(const QString& text) const;
+    /// A label that acts has a hand as its pointer and takes the focus. Set once, before the label
+    /// is shown.
+    void setClickable(bool clickable);
+    QAccessibleInterface* makeAccessible() override;
+
+  signals:
+    void clicked();
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+  private:
+    QString text_;
+    Qt::Alignment alignment_;
+    bool isClickable_ = false;
+    bool showsFocus_ = false;
+};
+
+} // namespace zelvane
