@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "foundation/url.h"
 
@@ -9,8 +10,11 @@ class QMimeData;
 
 namespace zelvane {
 
-/// The file of subtitles that is being dropped: the first URL, where that names a file, and no
-/// folder, by an extension that is known as subtitles.
+/// The subtitle file in dropped data: the first URL, if it is a file, not a folder, with the
+/// extension of a subtitle format.
 std::optional<URL> droppedSubtitles(const QMimeData& data);
+
+/// The files in dropped data that may be media: all but folders and subtitles.
+std::vector<URL> droppedMedia(const QMimeData& data);
 
 } // namespace zelvane

@@ -36,7 +36,7 @@ QMessageBox* makeErrorAlert(const std::exception& error, QWidget* parent) {
     // The parent owns it. NOLINTNEXTLINE(cppcoreguidelines-owning-memory)
     auto* alert =
         new QMessageBox(QMessageBox::Critical, {}, texts.message, QMessageBox::NoButton, parent);
-    // File names are no markup, whatever they look like.
+    // File names must not be read as markup.
     alert->setTextFormat(Qt::PlainText);
     alert->setInformativeText(texts.informative);
     alert->setDefaultButton(alert->addButton("OK", QMessageBox::AcceptRole));

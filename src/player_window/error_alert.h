@@ -9,12 +9,12 @@ class QWidget;
 
 namespace zelvane {
 
-/// What an alert tells of an error: its description large, why and what to do about it below.
-/// Not shown yet; owned by `parent`, or by the caller where that is null. Main thread.
+/// An alert for an error: its description in large type, its reason and a suggestion below. Not
+/// shown yet; owned by `parent`, or by the caller where that is null. Main thread.
 QMessageBox* makeErrorAlert(const std::exception& error, QWidget* parent);
 
-/// Shows the alert as a sheet on `parent`'s window, or alone where that is null, and returns at
-/// once. The alert goes when it is dismissed, and `dismissed` is called then.
+/// Shows the alert as a sheet on `parent`'s window, or as its own window where that is null, and
+/// returns at once. When the user dismisses it, it is deleted and `dismissed` is called.
 void showErrorAlert(const std::exception& error, QWidget* parent,
                     std::function<void()> dismissed = {});
 

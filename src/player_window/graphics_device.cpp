@@ -20,7 +20,7 @@ bool hasRenderNode(const fs::path& folder) {
 } // namespace
 
 bool hasGraphicsDevice(const fs::path& deviceFolder) {
-    // Of drivers that have no render node: NVIDIA's own, Windows' for its Linux, and two of phones.
+    // Drivers without a render node: NVIDIA's own, that of WSL, and two of phones.
     constexpr std::array kOtherDevices{"nvidiactl", "dxg", "mali0", "kgsl-3d0"};
     return hasRenderNode(deviceFolder / "dri") ||
            std::any_of(kOtherDevices.begin(), kOtherDevices.end(), [&](const char* name) {

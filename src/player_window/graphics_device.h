@@ -5,9 +5,8 @@
 
 namespace zelvane {
 
-/// Whether the machine has a device that draws: one look at the device folder, where making an
-/// OpenGL context to find out costs tens of megabytes of software renderer on a machine without
-/// one.
+/// Whether the machine has a GPU, from the device folder. Making an OpenGL context to find out
+/// costs tens of megabytes for a software renderer on a machine without one.
 bool hasGraphicsDevice(const std::filesystem::path& deviceFolder = "/dev");
 
 } // namespace zelvane

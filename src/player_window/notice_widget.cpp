@@ -3,15 +3,19 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 
-#include <QFontMetrics>
+#include <QFontMetricsF>
 #include <QPainter>
+
+#include "player_window/views/player_view_layout.h"
 
 namespace zelvane {
 namespace {
 
-constexpr std::chrono::milliseconds kDuration{1800};
+constexpr std::chrono::milliseconds kDuration{1200};
 constexpr int kMargin = 16;
+constexpr int kTop = static_cast<int>(kTitleBarHeight) + 12;
 constexpr int kPaddingX = 12;
 constexpr int kPaddingY = 7;
 constexpr double kCornerRadius = 7;
@@ -35,19 +39,28 @@ NoticeWidget::NoticeWidget(QWidget* parent) : QWidget(parent) {
 
 void NoticeWidget::showText(const QString& text) {
     text_ = text;
+    // Assistive technology reads the name of what appears.
+    setAccessibleName(text);
     fitToParent();
     raise();
     show();
     update();
     timer_.start();
+    setAccessibleName(text);
+    announceText(*this, text);
+}
+
+QAccessibleInterface* NoticeWidget::makeAccessible() {
+    // The toolkit owns it. NOLINTNEXTLINE(cppcoreguidelines-owning-memory)
+    return new QAccessibleWidget(this, QAccessible::Notification);
 }
 
 void NoticeWidget::fitToParent() {
-    const QFontMetrics metrics = fontMetrics();
-    const int width = metrics.horizontalAdvance(text_) + 2 * kPaddingX;
+    const QFontMetricsF metrics(font());
+    const int width = static_cast<int>(std::ceil(metrics.horizontalAdvance(text_))) + 2 * kPaddingX;
     const int available = parentWidget()->width() - 2 * kMargin;
-    setGeometry(kMargin, std::max(kMargin, parentWidget()->height() / 4),
-                std::clamp(width, 0, std::max(available, 0)), metrics.height() + 2 * kPaddingY);
+    setGeometry(kMargin, kTop, std::clamp(width, 0, std::max(available, 0)),
+                static_cast<int>(std::ceil(metrics.height())) + 2 * kPaddingY);
 }
 
 void NoticeWidget::paintEvent(QPaintEvent* /*event*/) {

@@ -5,20 +5,23 @@
 #include <QTimer>
 #include <QWidget>
 
+#include "player_window/controls/accessible_widget.h"
+
 namespace zelvane {
 
-/// A short word over the picture about what a key has just done, gone by itself after a moment.
-/// Lets the mouse through. Main thread.
-class NoticeWidget final : public QWidget {
+/// A short text over the picture about the effect of a key, which disappears after a moment. A
+/// screen reader speaks it. Transparent for the mouse. Main thread.
+class NoticeWidget final : public QWidget, public AccessibleWidget {
   public:
     explicit NoticeWidget(QWidget* parent);
 
-    /// Takes the place of an earlier word. It lies at the left of the parent, below subtitles at
-    /// the top, and is cut at its end where the parent is too narrow.
+    /// Replaces an earlier text. It is at the top left of the parent, below the title bar, and is
+    /// elided at its end where the parent is too narrow.
     void showText(const QString& text);
     const QString& text() const { return text_; }
-    /// For the parent, when its size has changed.
+    /// The parent calls it when its size has changed.
     void fitToParent();
+    QAccessibleInterface* makeAccessible() override;
 
   protected:
     void paintEvent(QPaintEvent* event) override;

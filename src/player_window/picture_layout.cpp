@@ -17,7 +17,7 @@ CGAffineTransform scaledAndMoved(const CGAffineTransform& first, double scaleX, 
 
 CGRect fitted(const CGRect& shape, const CGSize& surface) {
     const double scale = std::min(surface.width / shape.width, surface.height / shape.height);
-    // Rounding may not turn an exact fit into one pixel more.
+    // Rounding must not enlarge an exact fit by a pixel.
     constexpr double kSlack = 1e-6;
     const double width = std::min(std::ceil(shape.width * scale - kSlack), surface.width);
     const double height = std::min(std::ceil(shape.height * scale - kSlack), surface.height);

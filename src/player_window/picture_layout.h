@@ -5,24 +5,23 @@
 
 namespace zelvane {
 
-/// Where a picture lies on a surface, in the surface's device pixels with y downward.
+/// The place of a picture on a surface, in device pixels with y downward.
 struct PictureLayout {
-    /// Whole pixels; what of the surface lies outside stays black.
+    /// In whole pixels; the surface around it is black.
     CGRect target;
     /// From the decoded picture as a unit square to the surface.
     CGAffineTransform pictureToSurface;
 };
 
-/// A picture's orientation where a surface knows quarter turns alone: mirrored left to right first,
-/// then turned clockwise.
+/// A picture's orientation in quarter turns: mirrored left to right first, then turned clockwise.
 struct PictureOrientation {
     int quarterTurns = 0;
     bool isMirrored = false;
     friend bool operator==(const PictureOrientation&, const PictureOrientation&) = default;
 };
 
-/// The largest place of the picture's own shape in the middle of the surface. `bounds` is the
-/// picture in square pixels before `transform`. An empty picture or surface has an empty place.
+/// The largest centred place with the picture's aspect ratio. `bounds` is the picture in square
+/// pixels before `transform`. An empty picture or surface has an empty place.
 PictureLayout layOutPicture(const CGRect& bounds, const CGAffineTransform& transform,
                             const CGSize& surface);
 

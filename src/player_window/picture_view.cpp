@@ -18,8 +18,14 @@ void PictureView::addOverlay(QWidget* overlay) {
 
 void PictureView::addSubtitles(const std::shared_ptr<SubtitlesView>& primary,
                                const std::shared_ptr<SubtitlesView>& secondary) {
-    for (const auto& subtitlesView : {secondary, primary}) {
-        addOverlay(std::make_unique<SubtitlesWidget>(subtitlesView).release());
+    addOverlay(std::make_unique<SubtitlesWidget>(secondary).release());
+    primarySubtitles_ = std::make_unique<SubtitlesWidget>(primary).release();
+    addOverlay(primarySubtitles_);
+}
+
+void PictureView::moveSubtitlesAbove(const std::optional<CGRect>& panel, int duration) {
+    if (primarySubtitles_ != nullptr) {
+        primarySubtitles_->avoid(panel, duration);
     }
 }
 

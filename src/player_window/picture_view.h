@@ -2,35 +2,44 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <QWidget>
 
+#include "foundation/geometry.h"
 #include "player_window/video_widget.h"
 
 namespace zelvane {
 
 class SubtitlesView;
+class SubtitlesWidget;
 
-/// The picture and what lies over it, as one group that can be taken to another window and back by
-/// giving it another parent. Its surface and the presenter stay the same through the move. Main
-/// thread.
+/// The picture and its overlays, as one group that moves to another window with another parent. The
+/// move keeps its surface and presenter. Main thread.
 class PictureView final : public QWidget {
   public:
     explicit PictureView(QWidget* parent);
 
     std::shared_ptr<VideoPresenter> presenter() const { return video_.presenter; }
-    /// Takes a translucent widget over the picture, in front of earlier ones, as large as the view.
-    /// Owns it from now on.
+    /// For what is blurred over the picture; empty where the picture is on the GPU alone. Not to be
+    /// called after this view's end.
+    const PaintPicture& paintPicture() const { return video_.paintPicture; }
+    /// Adds a translucent widget over the picture, in front of earlier ones and as large as the
+    /// view, and takes its ownership.
     void addOverlay(QWidget* overlay);
     /// Shows both positions' subtitles over the picture, the primary ones in front.
     void addSubtitles(const std::shared_ptr<SubtitlesView>& primary,
                       const std::shared_ptr<SubtitlesView>& secondary);
+    /// Moves the primary subtitles above a panel over the picture, as SubtitlesWidget::avoid().
+    void moveSubtitlesAbove(const std::optional<CGRect>& panel, int duration);
 
   protected:
     void resizeEvent(QResizeEvent* event) override;
 
   private:
     VideoWidget video_;
+    /// Owned by this widget.
+    SubtitlesWidget* primarySubtitles_ = nullptr;
 };
 
 } // namespace zelvane

@@ -9,18 +9,28 @@
 #include <QOpenGLContext>
 #include <QResizeEvent>
 
+#include "core_media/device_picture.h"
 #include "foundation/log.h"
-#include "platform/video_placebo/device_picture.h"
 #include "player_window/picture_layout.h"
+#include "rendering/frame_schedule.h"
 
 namespace zelvane {
 namespace {
 
-/// Brings the frame to memory on the layer's thread; the samples go to the graphics processor where
-/// the context is, when it is drawn.
-PlaceboPresenter::PictureRef uploadable(const PresentedFrame& frame) {
-    auto picture = pictureInMemory(frame.pixelBuffer);
-    return picture == nullptr ? nullptr : std::make_shared<CVPixelBufferRef>(std::move(picture));
+static_assert(kDeviceFramesHeldByPlayer >= FrameSchedule::Limits{}.frames + 5);
+
+/// The frame in the form that draw() handles at the least cost on the main thread. Runs on the
+/// layer's thread.
+PlaceboPresenter::PictureRef drawable(const CVPixelBufferRef& frame, bool importsPictures) {
+    const AVFrame* const onDevice = frame->deviceFrame();
+    const bool staysThere =
+        onDevice == nullptr || (importsPictures && onDevice->format == AV_PIX_FMT_VAAPI);
+    auto picture = staysThere ? frame : downloadedPicture(*frame);
+    if (picture == nullptr) {
+        logMessage("Failed to copy a frame from the video decoder.");
+        return nullptr;
+    }
+    return std::make_shared<CVPixelBufferRef>(std::move(picture));
 }
 
 } // namespace
@@ -28,7 +38,11 @@ PlaceboPresenter::PictureRef uploadable(const PresentedFrame& frame) {
 PlaceboVideoWidget::PlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL,
                                        std::shared_ptr<HostClock> clock)
     : QOpenGLWidget(parent), softwareGL_(softwareGL),
-      presenter_(std::make_shared<PlaceboPresenter>(uploadable, std::move(clock))) {
+      presenter_(std::make_shared<PlaceboPresenter>(
+          [imports = importsPictures_](const PresentedFrame& frame) {
+              return drawable(frame.pixelBuffer, *imports);
+          },
+          std::move(clock))) {
     connect(this, &QOpenGLWidget::frameSwapped, this, [this] {
         presenter_->didReachScreen();
         if (std::exchange(didChangeWindow_, false)) {
@@ -37,7 +51,7 @@ PlaceboVideoWidget::PlaceboVideoWidget(QWidget* parent, PlaceboRenderer::Softwar
         }
     });
     presenter_->attach([this] {
-        if (!isWoken_.exchange(true)) {
+        if (!isUpdatePending_.exchange(true)) {
             QMetaObject::invokeMethod(this, &PlaceboVideoWidget::drawNewest, Qt::QueuedConnection);
         }
     });
@@ -68,26 +82,27 @@ bool PlaceboVideoWidget::event(QEvent* event) {
 }
 
 void PlaceboVideoWidget::bindToWindow() {
-    // Qt ties the widget's texture to the window that composes it when the texture is made, and a
-    // widget that moves keeps its texture: until it is made anew the other window shows black.
+    // Qt binds the widget's texture to the window in which it is made, and a widget keeps its
+    // texture when it moves: the other window is black until the texture is made again.
     QResizeEvent sameSize(size(), size());
     QCoreApplication::sendEvent(this, &sameSize);
     update();
 }
 
 void PlaceboVideoWidget::initializeGL() {
-    // The widget may get another context in another window, and what was made in the old one goes
-    // with it.
-    contextGoes_ = connect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
-                           &PlaceboVideoWidget::releaseGraphics);
+    // The widget may get another context in another window, and the old one destroys its objects.
+    contextConnection_ = connect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
+                                 &PlaceboVideoWidget::releaseGraphics);
     renderer_ = PlaceboRenderer::create(softwareGL_);
     if (renderer_ == nullptr) {
         logMessage("Failed to start drawing on the graphics processor.");
+        return;
     }
+    *importsPictures_ = renderer_->importsPictures();
 }
 
 void PlaceboVideoWidget::releaseGraphics() {
-    disconnect(contextGoes_);
+    disconnect(contextConnection_);
     if (renderer_ != nullptr) {
         makeCurrent();
         renderer_ = nullptr;
@@ -96,7 +111,7 @@ void PlaceboVideoWidget::releaseGraphics() {
 }
 
 void PlaceboVideoWidget::drawNewest() {
-    isWoken_ = false;
+    isUpdatePending_ = false;
     update();
 }
 
@@ -125,6 +140,7 @@ void PlaceboVideoWidget::paintGL() {
         renderer_->clear(target);
     } else {
         renderer_->draw(*content.picture, target);
+        *importsPictures_ = renderer_->importsPictures();
     }
 }
 

@@ -13,8 +13,8 @@ namespace zelvane {
 
 using PlaceboPresenter = SurfacePresenter<CVPixelBufferRef>;
 
-/// A video surface on the graphics processor: frames reach it as they were decoded, and colour,
-/// scaling and turning are its work. Main thread.
+/// A video surface on the GPU, which takes decoded frames and does colour, scaling and rotation.
+/// Main thread.
 class PlaceboVideoWidget final : public QOpenGLWidget {
   public:
     PlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL,
@@ -25,8 +25,7 @@ class PlaceboVideoWidget final : public QOpenGLWidget {
 
     std::shared_ptr<VideoPresenter> presenter() const { return presenter_; }
 
-    /// Whether this machine draws such a surface faster than the processor would. Makes a context
-    /// off the screen to ask it.
+    /// Whether this machine draws such a surface faster than the CPU. Makes an offscreen context.
     static bool isWorthwhile(PlaceboRenderer::SoftwareGL softwareGL);
 
   protected:
@@ -41,11 +40,14 @@ class PlaceboVideoWidget final : public QOpenGLWidget {
     PlaceboRenderer::Target targetFor(const PlaceboPresenter::Content& content) const;
 
     const PlaceboRenderer::SoftwareGL softwareGL_;
+    /// Read on the layer's thread.
+    const std::shared_ptr<std::atomic<bool>> importsPictures_ =
+        std::make_shared<std::atomic<bool>>(false);
     std::shared_ptr<PlaceboPresenter> presenter_;
     std::unique_ptr<PlaceboRenderer> renderer_;
-    std::atomic<bool> isWoken_{false};
+    std::atomic<bool> isUpdatePending_{false};
     bool didChangeWindow_ = false;
-    QMetaObject::Connection contextGoes_;
+    QMetaObject::Connection contextConnection_;
 };
 
 } // namespace zelvane

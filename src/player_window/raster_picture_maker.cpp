@@ -9,7 +9,7 @@
 
 namespace zelvane {
 
-/// Images of one size that nobody shows at present.
+/// Unused images of one size.
 class RasterPictureMaker::Images : public std::enable_shared_from_this<Images> {
   public:
     std::shared_ptr<QImage> take(int width, int height) {
@@ -65,7 +65,7 @@ std::shared_ptr<const QImage> RasterPictureMaker::make(const PresentedFrame& fra
         converter_.convert(buffer, {image->bits(), static_cast<std::size_t>(image->sizeInBytes())},
                            static_cast<std::size_t>(image->bytesPerLine()));
     } catch (const RasterConversionError& error) {
-        // One line says it all: the next frames of the track fail the same way.
+        // One line is enough: later frames of the track fail in the same way.
         if (!std::exchange(didLogFailure_, true)) {
             logMessage("Failed to convert a frame for display: {}.", error.what());
         }

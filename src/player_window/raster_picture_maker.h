@@ -10,8 +10,8 @@
 
 namespace zelvane {
 
-/// Turns frames into images for a painter. The images' memory comes back for the next frames, from
-/// whatever thread lets go of it. One thread at a time.
+/// Converts frames to images for a painter. The memory of released images, on any thread, is reused
+/// for later frames. One thread at a time.
 class RasterPictureMaker {
   public:
     explicit RasterPictureMaker(DisplayColor display = {});

@@ -27,7 +27,7 @@ QTransform qtTransform(const CGAffineTransform& transform) {
     return {transform.a, transform.b, transform.c, transform.d, transform.tx, transform.ty};
 }
 
-/// The smallest rectangle of the widget's own units that holds the rectangle of device pixels.
+/// The smallest rectangle in logical units that contains the rectangle of device pixels.
 QRect logicalRect(const CGRect& rect, double ratio) {
     return QRectF(rect.x / ratio, rect.y / ratio, rect.width / ratio, rect.height / ratio)
         .toAlignedRect();
@@ -67,7 +67,7 @@ RasterVideoWidget::RasterVideoWidget(QWidget* parent, RasterPresenter::Convert c
     setAttribute(Qt::WA_OpaquePaintEvent);
     setAttribute(Qt::WA_NoSystemBackground);
     presenter_->attach([this] {
-        if (!isWoken_.exchange(true)) {
+        if (!isUpdatePending_.exchange(true)) {
             QCoreApplication::postEvent(this,
                                         std::make_unique<QEvent>(newPictureEvent()).release());
         }
@@ -84,14 +84,11 @@ CGSize RasterVideoWidget::deviceSize() const {
 }
 
 void RasterVideoWidget::drawNewest() {
-    isWoken_ = false;
+    isUpdatePending_ = false;
     const auto content = presenter_->content();
-    const CGRect target =
-        content.picture == nullptr
-            ? CGRect{}
-            : layOutPicture(content.bounds, content.transform, deviceSize()).target;
+    const CGRect target = layoutOf(content).target;
     const bool isSamePlace = target == lastTarget_ && target != CGRect{};
-    // At once: waiting for the next round of the event loop only makes the picture later.
+    // Repaint at once: the next iteration of the event loop would only delay the picture.
     if (isSamePlace) {
         repaint(logicalRect(target, devicePixelRatio()));
     } else {
@@ -99,21 +96,37 @@ void RasterVideoWidget::drawNewest() {
     }
 }
 
+PictureLayout RasterVideoWidget::layoutOf(const RasterPresenter::Content& content) const {
+    return content.picture == nullptr
+               ? PictureLayout{}
+               : layOutPicture(content.bounds, content.transform, deviceSize());
+}
+
+bool RasterVideoWidget::paintPicture(QPainter& painter) const {
+    const auto content = presenter_->content();
+    const PictureLayout layout = layoutOf(content);
+    if (layout.target == CGRect{}) {
+        return false;
+    }
+    painter.save();
+    painter.translate(mapTo(window(), QPoint(0, 0)));
+    painter.scale(1 / devicePixelRatio(), 1 / devicePixelRatio());
+    drawPicture(painter, *content.picture, layout);
+    painter.restore();
+    return true;
+}
+
 void RasterVideoWidget::paintEvent(QPaintEvent* /*event*/) {
     const auto content = presenter_->takeContent();
-    const CGSize surface = deviceSize();
-    PictureLayout layout;
-    if (content.picture != nullptr) {
-        layout = layOutPicture(content.bounds, content.transform, surface);
-    }
+    const PictureLayout layout = layoutOf(content);
     lastTarget_ = layout.target;
     QPainter painter(this);
     painter.scale(1 / devicePixelRatio(), 1 / devicePixelRatio());
-    fillAround(painter, surface, layout.target);
+    fillAround(painter, deviceSize(), layout.target);
     if (layout.target != CGRect{}) {
         drawPicture(painter, *content.picture, layout);
     }
-    // The window system has the picture once this paint is over, and this event comes next.
+    // The window system has the picture when this paint ends, and this event is the next one.
     QCoreApplication::postEvent(this, std::make_unique<QEvent>(reachedScreenEvent()).release(),
                                 Qt::HighEventPriority);
 }

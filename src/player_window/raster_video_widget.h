@@ -8,14 +8,15 @@
 #include <QWidget>
 
 #include "foundation/geometry.h"
+#include "player_window/picture_layout.h"
 #include "player_window/surface_presenter.h"
 
 namespace zelvane {
 
 using RasterPresenter = SurfacePresenter<QImage>;
 
-/// A video surface that needs no graphics hardware: pictures become RGB on the display layer's
-/// thread, and the main thread copies them to the window once. Main thread.
+/// A video surface without graphics hardware: the display layer's thread converts pictures to RGB,
+/// and the main thread copies them to the window once. Main thread.
 class RasterVideoWidget final : public QWidget {
   public:
     explicit RasterVideoWidget(QWidget* parent, RasterPresenter::Convert convert,
@@ -25,6 +26,9 @@ class RasterVideoWidget final : public QWidget {
     RasterVideoWidget& operator=(const RasterVideoWidget&) = delete;
 
     std::shared_ptr<VideoPresenter> presenter() const { return presenter_; }
+    /// Paints the newest picture as it is on the screen, in points of the window; false without a
+    /// picture.
+    bool paintPicture(QPainter& painter) const;
 
   protected:
     bool event(QEvent* event) override;
@@ -33,9 +37,10 @@ class RasterVideoWidget final : public QWidget {
   private:
     void drawNewest();
     CGSize deviceSize() const;
+    PictureLayout layoutOf(const RasterPresenter::Content& content) const;
 
     std::shared_ptr<RasterPresenter> presenter_;
-    std::atomic<bool> isWoken_{false};
+    std::atomic<bool> isUpdatePending_{false};
     CGRect lastTarget_;
 };
 

@@ -7,8 +7,9 @@
 #include <QPaintEvent>
 #include <QPainter>
 
-#include "media_player/subtitles_view/subtitles_view.h"
 #include "player_window/picture_layout.h"
+#include "player_window/views/player_view_layout.h"
+#include "subtitles_view/subtitles_view.h"
 
 namespace zelvane {
 
@@ -17,16 +18,19 @@ SubtitlesWidget::SubtitlesWidget(std::shared_ptr<SubtitlesView> subtitlesView, Q
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setAttribute(Qt::WA_NoSystemBackground);
     setFocusPolicy(Qt::NoFocus);
+    liftAnimation_.setEasingCurve(QEasingCurve::OutCubic);
+    connect(&liftAnimation_, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& value) { setLift(value.toDouble()); });
     subtitlesView_->setSurface(this);
-    ground_ = presentGround();
+    area_ = presentArea();
     layOutAll();
 }
 
 SubtitlesWidget::~SubtitlesWidget() {
-    subtitlesView_->setSurface(nullptr);
+    subtitlesView_->removeSurface(*this);
 }
 
-SubtitlesWidget::Ground SubtitlesWidget::presentGround() const {
+SubtitlesWidget::Area SubtitlesWidget::presentArea() const {
     const double ratio = devicePixelRatio();
     const CGSize surface{std::round(width() * ratio), std::round(height() * ratio)};
     const auto& dimensions = subtitlesView_->currentVideoDimensions();
@@ -37,13 +41,14 @@ SubtitlesWidget::Ground SubtitlesWidget::presentGround() const {
     return {layOutPicture({0, 0, size.width, size.height}, {}, surface).target, ratio};
 }
 
-void SubtitlesWidget::layOutOnNewGround() {
-    const Ground ground = presentGround();
-    if (ground == ground_) {
+void SubtitlesWidget::layOutIfAreaChanged() {
+    const Area area = presentArea();
+    if (area == area_) {
         return;
     }
-    ground_ = ground;
+    area_ = area;
     layOutAll();
+    moveToWantedLift(0);
     update();
 }
 
@@ -54,20 +59,79 @@ void SubtitlesWidget::layOutAll() const {
 }
 
 void SubtitlesWidget::layOut(SubtitleView& view) const {
-    const double ratio = ground_.devicePixelRatio;
-    view.setSize({ground_.picture.width / ratio, ground_.picture.height / ratio}, ratio);
+    const double ratio = area_.devicePixelRatio;
+    view.setSize({area_.picture.width / ratio, area_.picture.height / ratio}, ratio);
+}
+
+void SubtitlesWidget::avoid(const std::optional<CGRect>& panel, int duration) {
+    panel_ = panel;
+    moveToWantedLift(duration);
+}
+
+bool SubtitlesWidget::isInLowerHalf(const SubtitleView& view) const {
+    return view.paintedRect().center().y() * area_.devicePixelRatio > area_.picture.height / 2;
+}
+
+QRectF SubtitlesWidget::placeOf(const SubtitleView& view) const {
+    const double ratio = area_.devicePixelRatio;
+    return view.paintedRect().translated(area_.picture.x / ratio, area_.picture.y / ratio);
 }
 
 QRect SubtitlesWidget::painted(const SubtitleView& view) const {
-    const double ratio = ground_.devicePixelRatio;
-    const QRectF place = view.paintedRect();
-    return place.isEmpty() ? QRect()
-                           : place.translated(ground_.picture.x / ratio, ground_.picture.y / ratio)
-                                 .toAlignedRect();
+    const QRectF place = placeOf(view);
+    const double lift = isInLowerHalf(view) ? lift_ : 0;
+    return place.isEmpty() ? QRect() : place.translated(0, -lift).toAlignedRect();
+}
+
+double SubtitlesWidget::wantedLift() const {
+    QRectF text;
+    for (const auto& view : subtitlesView_->subtitleViews()) {
+        text |= isInLowerHalf(*view) ? placeOf(*view) : QRectF();
+    }
+    if (!panel_ || text.isEmpty()) {
+        return 0;
+    }
+    const double ratio = area_.devicePixelRatio;
+    const CGRect& picture = area_.picture;
+    const double lift = subtitlesLift(
+        {text.x(), text.y(), text.width(), text.height()}, *panel_,
+        {picture.x / ratio, picture.y / ratio, picture.width / ratio, picture.height / ratio});
+    return std::ceil(lift * ratio) / ratio;
+}
+
+void SubtitlesWidget::moveToWantedLift(int duration) {
+    const double lift = wantedLift();
+    liftAnimation_.stop();
+    if (duration <= 0 || lift == lift_) {
+        setLift(lift);
+        return;
+    }
+    liftAnimation_.setStartValue(lift_);
+    liftAnimation_.setEndValue(lift);
+    liftAnimation_.setDuration(duration);
+    liftAnimation_.start();
+}
+
+void SubtitlesWidget::setLift(double lift) {
+    // Letters are pictures for whole pixels.
+    const double ratio = area_.devicePixelRatio;
+    const double aligned = std::round(lift * ratio) / ratio;
+    if (aligned == lift_) {
+        return;
+    }
+    const auto updateAll = [this] {
+        for (const auto& view : subtitlesView_->subtitleViews()) {
+            update(painted(*view));
+        }
+    };
+    updateAll();
+    lift_ = aligned;
+    updateAll();
 }
 
 void SubtitlesWidget::didAddSubtitleView(SubtitleView& view) {
     layOut(view);
+    moveToWantedLift(0);
     update(painted(view));
 }
 
@@ -76,22 +140,22 @@ void SubtitlesWidget::willRemoveSubtitleView(const SubtitleView& view) {
 }
 
 void SubtitlesWidget::videoDimensionsDidChange() {
-    layOutOnNewGround();
+    layOutIfAreaChanged();
 }
 
 void SubtitlesWidget::resizeEvent(QResizeEvent* /*event*/) {
-    layOutOnNewGround();
+    layOutIfAreaChanged();
 }
 
 void SubtitlesWidget::paintEvent(QPaintEvent* event) {
-    // A window that came to another screen paints before anything else tells of it.
-    layOutOnNewGround();
+    // A window on another screen paints before any other event reports the move.
+    layOutIfAreaChanged();
     const auto& views = subtitlesView_->subtitleViews();
     if (views.empty()) {
         return;
     }
-    const double ratio = ground_.devicePixelRatio;
-    const CGRect& picture = ground_.picture;
+    const double ratio = area_.devicePixelRatio;
+    const CGRect& picture = area_.picture;
     QPainter painter(this);
     painter.scale(1 / ratio, 1 / ratio);
     painter.translate(picture.x, picture.y);
@@ -99,7 +163,10 @@ void SubtitlesWidget::paintEvent(QPaintEvent* event) {
     painter.setClipRect(QRectF(0, 0, picture.width / ratio, picture.height / ratio));
     for (const auto& view : views) {
         if (event->region().intersects(painted(*view))) {
+            const double lift = isInLowerHalf(*view) ? lift_ : 0;
+            painter.translate(0, -lift);
             view->paint(painter);
+            painter.translate(0, lift);
         }
     }
 }

@@ -2,28 +2,34 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
+#include <QVariantAnimation>
 #include <QWidget>
 
 #include "foundation/geometry.h"
-#include "media_player/subtitles_view/subtitles_surface.h"
+#include "subtitles_view/subtitles_surface.h"
 
 namespace zelvane {
 
 class SubtitlesView;
 
-/// Draws the subtitles of one position over the picture, of which it knows the shape from them, and
-/// nowhere else. Lets the mouse through. Subtitles are laid out when they appear and when the size
-/// changes; whatever else has to be painted again, the picture underneath above all, copies them.
-/// Main thread.
+/// Draws the subtitles of one position over the picture, and not on the bars around it. Transparent
+/// for the mouse. Lays subtitles out when they appear and when the size changes; other repaints,
+/// mostly for new pictures, copy them. Subtitles in the lower half of the picture move up together
+/// where a panel would cover them. Main thread.
 class SubtitlesWidget final : public QWidget, private SubtitlesSurface {
   public:
-    /// Of several for one view, the last shows it. Keeps the view for as long as it lives.
+    /// Of several widgets for one view, the last one shows it. Owns a reference to the view.
     explicit SubtitlesWidget(std::shared_ptr<SubtitlesView> subtitlesView,
                              QWidget* parent = nullptr);
     ~SubtitlesWidget() override;
     SubtitlesWidget(const SubtitlesWidget&) = delete;
     SubtitlesWidget& operator=(const SubtitlesWidget&) = delete;
+
+    /// The panel that subtitles must not be under, in points of this widget; none lets them return.
+    /// They move over `duration` in milliseconds; 0 moves them at once.
+    void avoid(const std::optional<CGRect>& panel, int duration);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -34,21 +40,31 @@ class SubtitlesWidget final : public QWidget, private SubtitlesSurface {
     void willRemoveSubtitleView(const SubtitleView& view) override;
     void videoDimensionsDidChange() override;
 
-    /// Where subtitles lie, for which screen.
-    struct Ground {
+    /// The place of subtitles, and the resolution of the screen.
+    struct Area {
         /// In device pixels.
         CGRect picture;
         double devicePixelRatio = 1;
-        friend bool operator==(const Ground&, const Ground&) = default;
+        friend bool operator==(const Area&, const Area&) = default;
     };
-    Ground presentGround() const;
-    void layOutOnNewGround();
+    Area presentArea() const;
+    void layOutIfAreaChanged();
     void layOutAll() const;
     void layOut(SubtitleView& view) const;
+    bool isInLowerHalf(const SubtitleView& view) const;
+    /// The place of a subtitle in points of this widget, before it moves up.
+    QRectF placeOf(const SubtitleView& view) const;
     QRect painted(const SubtitleView& view) const;
+    double wantedLift() const;
+    void moveToWantedLift(int duration);
+    void setLift(double lift);
 
     const std::shared_ptr<SubtitlesView> subtitlesView_;
-    Ground ground_;
+    Area area_;
+    std::optional<CGRect> panel_;
+    /// How far subtitles in the lower half are above their place, in points.
+    double lift_ = 0;
+    QVariantAnimation liftAnimation_;
 };
 
 } // namespace zelvane

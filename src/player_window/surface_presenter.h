@@ -14,26 +14,26 @@
 
 namespace zelvane {
 
-/// The mailbox between the display layer, which leaves pictures on a thread of its own, and a
-/// widget, which draws the newest one on the main thread.
+/// The mailbox between the display layer, which delivers pictures on its own thread, and a widget,
+/// which draws the newest one on the main thread.
 ///
-///   present ──> waiting ──(widget takes it)──> drawn ──(didReachScreen)──> its handler is told
-///                  └──(a newer one comes)──> gone, its handler unheard
+///   present ──> waiting ──(widget takes it)──> drawn ──(didReachScreen)──> its handler is called
+///                  └──(a newer one arrives)──> dropped, without calling its handler
 ///
-/// Picture is what the widget draws: a frame, or what `Convert` made of it on the layer's thread.
+/// Picture is the type that the widget draws: the result of `Convert` on the layer's thread.
 template <class Picture>
 class SurfacePresenter final : public VideoPresenter {
   public:
     using PictureRef = std::shared_ptr<const Picture>;
     /// Called on the layer's thread, one frame at a time. Null when the frame cannot be drawn.
     using Convert = std::function<PictureRef(const PresentedFrame&)>;
-    /// Called on any thread when there is something new to draw; must only pass the word on.
+    /// Called on any thread when there is something new to draw; must only wake the surface.
     using WakeSurface = std::function<void()>;
 
     SurfacePresenter(Convert convert, std::shared_ptr<HostClock> clock)
         : convert_(std::move(convert)), clock_(std::move(clock)) {}
 
-    // The layer's side.
+    // For the layer.
 
     void prepare(const PresentedFrame& frame) override {
         const std::lock_guard guard(conversionMutex_);
@@ -57,23 +57,23 @@ class SurfacePresenter final : public VideoPresenter {
         return HostDuration(delay_.load(std::memory_order_relaxed));
     }
 
-    // The widget's side; main thread.
+    // For the widget; main thread.
 
-    /// What to draw and how it lies. Null is black.
+    /// What to draw and its place. A null picture is black.
     struct Content {
         PictureRef picture;
         CGRect bounds;
         CGAffineTransform transform;
     };
 
-    /// From here on `wake` is called. The surface must detach before it goes.
+    /// Calls `wake` from now on. The surface must detach before it is destroyed.
     void attach(WakeSurface wake) {
         const std::lock_guard guard(mutex_);
         wake_ = std::move(wake);
     }
 
     void detach() {
-        // What is dropped goes after the lock: handlers and pictures may take others along.
+        // Destroys these after the unlock: handlers and pictures may own other objects.
         Content content;
         std::optional<Delivery> waiting;
         std::optional<Delivery> drawn;
@@ -90,18 +90,18 @@ class SurfacePresenter final : public VideoPresenter {
         return content_;
     }
 
-    /// The newest content, which the caller draws now.
+    /// The newest content, and marks it as drawn.
     Content takeContent() {
-        std::optional<Delivery> unheard;
+        std::optional<Delivery> replaced;
         const std::lock_guard guard(mutex_);
         if (waiting_) {
-            std::swap(unheard, drawn_);
+            std::swap(replaced, drawn_);
             std::swap(drawn_, waiting_);
         }
         return content_;
     }
 
-    /// The last content taken is on its way to the screen.
+    /// The window system has the content that was taken last.
     void didReachScreen() {
         const HostTime now = clock_->now();
         std::optional<Delivery> delivery;
@@ -133,7 +133,7 @@ class SurfacePresenter final : public VideoPresenter {
         if (!isAttached()) {
             prepared_ = nullptr;
         } else if (preparedFrom_ != frame.pixelBuffer || prepared_ == nullptr) {
-            // Given back first, so that its memory serves the new one.
+            // Released first, so that the new picture reuses its memory.
             prepared_ = nullptr;
             prepared_ = convert_(frame);
             preparedFrom_ = frame.pixelBuffer;
@@ -141,7 +141,7 @@ class SurfacePresenter final : public VideoPresenter {
     }
 
     void deliver(Content content, std::optional<Delivery> delivery) {
-        // What is replaced goes after the lock, as in detach().
+        // Destroyed after the unlock, as in detach().
         std::optional<Delivery> drawn;
         const std::lock_guard guard(mutex_);
         if (!wake_) {
@@ -155,9 +155,8 @@ class SurfacePresenter final : public VideoPresenter {
         wake_();
     }
 
-    /// Main thread. A surface that was hidden for a while says nothing about the next frame, and
-    /// one that had to wait, for its window or for other programs, little: the middle one of the
-    /// last.
+    /// Main thread. The delay is the median of the last ones: single delays of a hidden window or a
+    /// busy system do not predict the next frame.
     void noteDelay(HostDuration delay) {
         constexpr HostDuration kLongest = std::chrono::milliseconds(100);
         if (delay < HostDuration::zero() || delay > kLongest) {
@@ -183,7 +182,7 @@ class SurfacePresenter final : public VideoPresenter {
     Content content_;
     std::optional<Delivery> waiting_;
     std::optional<Delivery> drawn_;
-    /// The newest in place of the oldest.
+    /// The newest replaces the oldest.
     std::array<HostDuration, 9> delays_{};
     std::size_t delayCount_ = 0;
     std::atomic<std::int64_t> delay_{0};

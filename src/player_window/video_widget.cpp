@@ -16,7 +16,8 @@ VideoWidget makeRasterVideoWidget(QWidget* parent) {
     auto maker = std::make_shared<RasterPictureMaker>();
     auto* widget = new RasterVideoWidget( // NOLINT(cppcoreguidelines-owning-memory): Qt's parent
         parent, [maker](const PresentedFrame& frame) { return maker->make(frame); });
-    return {widget, widget->presenter()};
+    return {widget, widget->presenter(),
+            [widget](QPainter& painter) { return widget->paintPicture(painter); }};
 }
 
 VideoWidget makePlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL) {
@@ -38,6 +39,10 @@ void prepareApplication() {
 }
 
 void shareGraphicsContexts() {
+    // GLX contexts cannot import a video decoder's pictures.
+    if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION")) {
+        qputenv("QT_XCB_GL_INTEGRATION", "xcb_egl");
+    }
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QSurfaceFormat format;
     format.setRenderableType(QSurfaceFormat::OpenGL);

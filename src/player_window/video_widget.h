@@ -3,31 +3,34 @@
 
 #include <memory>
 
+#include "player_window/controls/backdrop.h"
+
 class QWidget;
 
 namespace zelvane {
 
 class VideoPresenter;
 
-/// A surface for one video, and what draws on it. The presenter may outlive the widget; it is
-/// silent from then on.
+/// A surface for one video, and its presenter. The presenter may outlive the widget, and does
+/// nothing then.
 struct VideoWidget {
     /// Owned by its parent.
     QWidget* widget = nullptr;
     std::shared_ptr<VideoPresenter> presenter;
+    /// Empty where the picture is on the GPU alone. Must not be called after the widget's end.
+    PaintPicture paintPicture = {};
 };
 
-/// Sets what must stand before the application object is made. Where no device draws that is
-/// nothing: the contexts would be a software renderer's.
+/// Configures Qt for OpenGL if there is a GPU. Call it before the application object is made.
 void prepareApplication();
-/// Lets all windows share their OpenGL objects, so that pictures on the graphics processor survive
-/// a move to another window. Before the application object is made.
+/// Makes all windows share their OpenGL objects, so that pictures on the GPU survive a move to
+/// another window. Call it before the application object is made.
 void shareGraphicsContexts();
 
-/// The best surface of this machine: the graphics processor where there is a real one, else the
-/// processor. Setting ZELVANE_ALLOW_SOFTWARE_GL in the environment lets a software implementation
-/// of OpenGL pass for real: for tests. Main thread; best before `parent`'s window is first shown,
-/// for a window that gains its first OpenGL surface later is made anew.
+/// The best surface of this machine: on the GPU if there is one, else on the CPU. For tests,
+/// ZELVANE_ALLOW_SOFTWARE_GL in the environment permits a software implementation of OpenGL. Main
+/// thread. Best before `parent`'s window is first shown: Qt recreates a window that gets its first
+/// OpenGL surface later.
 VideoWidget makeVideoWidget(QWidget* parent);
 
 } // namespace zelvane

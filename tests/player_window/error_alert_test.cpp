@@ -12,7 +12,7 @@
 namespace zelvane {
 namespace {
 
-TEST(ErrorAlert, tellsWhatHappenedWhyAndWhatToDo) {
+TEST(ErrorAlert, showsDescriptionReasonAndSuggestion) {
     const std::unique_ptr<QMessageBox> alert(makeErrorAlert(
         LocalizedError("case", "“<b>.mkv” cannot be opened.", "It is empty.", "Try another."),
         nullptr));
@@ -24,7 +24,7 @@ TEST(ErrorAlert, tellsWhatHappenedWhyAndWhatToDo) {
     EXPECT_EQ(alert->buttons()[0]->text(), "OK");
 }
 
-TEST(ErrorAlert, leavesOutWhatTheErrorDoesNotSay) {
+TEST(ErrorAlert, omitsMissingTexts) {
     const auto informative = [](std::optional<std::string> reason,
                                 std::optional<std::string> suggestion) {
         const std::unique_ptr<QMessageBox> alert(makeErrorAlert(
@@ -36,12 +36,12 @@ TEST(ErrorAlert, leavesOutWhatTheErrorDoesNotSay) {
     EXPECT_EQ(informative(std::nullopt, std::nullopt), "");
 }
 
-TEST(ErrorAlert, anErrorWithoutTextsForAPersonTellsItsDescription) {
+TEST(ErrorAlert, showsThePlainDescriptionOfOtherErrors) {
     const std::unique_ptr<QMessageBox> alert(makeErrorAlert(Error("no such thing"), nullptr));
     EXPECT_EQ(alert->text(), "no such thing");
 }
 
-TEST(ErrorAlert, isASheetOnItsWindowAndTellsItsEnd) {
+TEST(ErrorAlert, isASheetOnItsWindowAndReportsItsDismissal) {
     QWidget window;
     ASSERT_TRUE(test::showAndWait(window));
     int dismissals = 0;

@@ -15,7 +15,7 @@ struct DeviceCase {
     bool draws;
 };
 
-TEST(GraphicsDevice, aRenderNodeOrADriversOwnDeviceDraws) {
+TEST(GraphicsDevice, isARenderNodeOrADriversOwnDevice) {
     const DeviceCase cases[] = {
         {"dri/renderD128", true}, {"dri/card0", false}, {"nvidiactl", true}, {"dxg", true},
         {"null", false},

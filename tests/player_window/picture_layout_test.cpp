@@ -16,7 +16,7 @@ CGRect placeOf(double width, double height, const CGAffineTransform& transform, 
     return layOutPicture({0, 0, width, height}, transform, surface).target;
 }
 
-TEST(PictureLayout, thePictureKeepsItsShapeInTheMiddle) {
+TEST(PictureLayout, keepsTheAspectRatioAndCentres) {
     const CGAffineTransform upright;
     EXPECT_EQ(placeOf(640, 360, upright, {640, 360}), (CGRect{0, 0, 640, 360}));
     EXPECT_EQ(placeOf(640, 360, upright, {640, 480}), (CGRect{0, 60, 640, 360}));
@@ -25,21 +25,21 @@ TEST(PictureLayout, thePictureKeepsItsShapeInTheMiddle) {
     EXPECT_EQ(placeOf(640, 360, kTurnedRight, {640, 640}), (CGRect{140, 0, 360, 640}));
 }
 
-TEST(PictureLayout, aFractionOfAPixelIsRoundedUpWithinTheSurface) {
+TEST(PictureLayout, roundsUpWithinTheSurface) {
     const CGAffineTransform upright;
     EXPECT_EQ(placeOf(1920, 1080, upright, {1000, 700}), (CGRect{0, 68, 1000, 563}));
     EXPECT_EQ(placeOf(3, 1, upright, {100, 33}), (CGRect{0, 0, 99, 33}));
     EXPECT_EQ(placeOf(1000, 1, upright, {100, 50}), (CGRect{0, 24, 100, 1}));
 }
 
-TEST(PictureLayout, nothingHasNoPlace) {
+TEST(PictureLayout, anEmptyPictureOrSurfaceHasAnEmptyPlace) {
     const CGAffineTransform upright;
     EXPECT_EQ(placeOf(0, 0, upright, {100, 100}), CGRect{});
     EXPECT_EQ(placeOf(10, 10, upright, {0, 100}), CGRect{});
     EXPECT_EQ(placeOf(10, 10, {0, 0, 0, 0, 0, 0}, {100, 100}), CGRect{});
 }
 
-TEST(PictureLayout, theTransformTakesThePicturesCornersToTheirPlaces) {
+TEST(PictureLayout, mapsThePicturesCorners) {
     const auto cornerAt = [](const CGAffineTransform& transform, double x, double y) {
         const auto map = layOutPicture({0, 0, 40, 20}, transform, {100, 100}).pictureToSurface;
         return CGSize{map.a * x + map.c * y + map.tx, map.b * x + map.d * y + map.ty};

@@ -7,12 +7,12 @@
 #include "foundation/dispatch.h"
 #include "player_window/picture_view.h"
 #include "rendering/sample_buffer_render_synchronizer.h"
-#include "tests/media_player/subtitles_view/subtitles_view_fakes.h"
+#include "tests/subtitles_view/subtitles_view_fakes.h"
 
 namespace zelvane::test {
 
-/// Both positions' subtitles over a picture view, on a clock that stands and a main queue that this
-/// cranks. Each subtitle is a half see-through blue field at the lower right quarter of the
+/// The subtitles of both positions over a picture view, with a stopped clock and a main queue that
+/// this runs. Each subtitle is a half transparent blue rectangle in the lower right quarter of the
 /// picture.
 class ShownSubtitles {
   public:
@@ -43,6 +43,8 @@ class ShownSubtitles {
         queue_->runPending();
     }
 
+    const std::shared_ptr<SubtitlesView>& primaryView() const { return primary_; }
+    const std::shared_ptr<SubtitlesView>& secondaryView() const { return secondary_; }
     SubtitlesView& primary() { return *primary_; }
     SubtitlesView& secondary() { return *secondary_; }
     /// Of all subtitles together.

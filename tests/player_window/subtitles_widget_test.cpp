@@ -30,7 +30,7 @@ class SubtitlesWidgetTest : public testing::Test {
 
     bool showPicture() {
         return test::showAndWait(window_) && presentPicture() &&
-               // What comes late of showing the window must not be taken for a paint of the test's.
+               // Late paints from showing the window must not count for the test.
                test::runUntil(
                    [&] { return isNear(screenshot(window_).pixel(20, 40), test::kRed); });
     }
@@ -46,7 +46,7 @@ class SubtitlesWidgetTest : public testing::Test {
     PictureView* view_ = nullptr;
 };
 
-TEST_F(SubtitlesWidgetTest, subtitlesLieOnThePictureAndNotOnTheBars) {
+TEST_F(SubtitlesWidgetTest, drawsOnThePictureAndNotOnTheBars) {
     ASSERT_TRUE(showPicture());
     subtitles_.show(subtitles_.primary());
     EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow));
@@ -59,7 +59,29 @@ TEST_F(SubtitlesWidgetTest, subtitlesLieOnThePictureAndNotOnTheBars) {
     EXPECT_TRUE(showsOnScreen(QPoint(300, 200), test::kYellow));
 }
 
-TEST_F(SubtitlesWidgetTest, theyFollowTheShapeOfThePicture) {
+TEST_F(SubtitlesWidgetTest, primarySubtitlesMoveAboveAPanelAndReturn) {
+    constexpr QRgb kVeiledGreen = 0xff007f80;
+    const CGRect panel{100, 180, 200, 40};
+    ASSERT_TRUE(showPicture());
+    subtitles_.show(subtitles_.primary());
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow));
+    view_->moveSubtitlesAbove(panel, 20);
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 173), test::kYellow));
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 171), kVeiledYellow));
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 83), kVeiledGreen));
+    subtitles_.remove(subtitles_.primary());
+    view_->moveSubtitlesAbove(panel, 0);
+    subtitles_.show(subtitles_.primary());
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 83), kVeiledGreen)) << "added under the panel";
+    view_->moveSubtitlesAbove(std::nullopt, 0);
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow));
+    subtitles_.remove(subtitles_.primary());
+    subtitles_.show(subtitles_.secondary());
+    view_->moveSubtitlesAbove(panel, 0);
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow)) << "those at the top stay";
+}
+
+TEST_F(SubtitlesWidgetTest, followsTheAspectRatioOfThePicture) {
     ASSERT_TRUE(showPicture());
     subtitles_.show(subtitles_.primary());
     subtitles_.setVideoSize(36, 36);
@@ -69,14 +91,14 @@ TEST_F(SubtitlesWidgetTest, theyFollowTheShapeOfThePicture) {
     EXPECT_TRUE(isNear(screenshot(window_).pixel(270, 230), 0xff000080, 3)) << "bars of its own";
 }
 
-TEST_F(SubtitlesWidgetTest, bothPositionsLieOverOneAnother) {
+TEST_F(SubtitlesWidgetTest, drawsBothPositionsOverEachOther) {
     ASSERT_TRUE(showPicture());
     subtitles_.show(subtitles_.primary());
     subtitles_.show(subtitles_.secondary());
     EXPECT_TRUE(showsOnScreen(QPoint(300, 200), 0xff3f3fbf));
 }
 
-TEST_F(SubtitlesWidgetTest, thePictureUnderneathLaysNothingOutAndCopiesItOncePerFrame) {
+TEST_F(SubtitlesWidgetTest, aNewFrameCopiesSubtitlesWithoutLayout) {
     ASSERT_TRUE(showPicture());
     subtitles_.show(subtitles_.primary());
     ASSERT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow));
@@ -94,7 +116,7 @@ TEST_F(SubtitlesWidgetTest, thePictureUnderneathLaysNothingOutAndCopiesItOncePer
     EXPECT_EQ(subtitles_.counts().layouts, 2);
 }
 
-/// Adds up what is painted anew.
+/// Collects the repainted region.
 class PaintedRegion final : public QObject {
   public:
     QRegion region_;
@@ -108,7 +130,7 @@ class PaintedRegion final : public QObject {
     }
 };
 
-TEST_F(SubtitlesWidgetTest, onlyWhatASubtitleCoversIsPaintedAnewForIt) {
+TEST_F(SubtitlesWidgetTest, repaintsOnlyTheAreaOfASubtitle) {
     ASSERT_TRUE(showPicture());
     PaintedRegion painted;
     test::childOf<SubtitlesWidget>(*view_)->installEventFilter(&painted);
@@ -121,16 +143,19 @@ TEST_F(SubtitlesWidgetTest, onlyWhatASubtitleCoversIsPaintedAnewForIt) {
     EXPECT_EQ(painted.region_.boundingRect(), quarter);
 }
 
-TEST_F(SubtitlesWidgetTest, whatIsOnDisplayAlreadyIsShownByANewWidget) {
+TEST_F(SubtitlesWidgetTest, aNewWidgetShowsTheSubtitlesWhenTheOldOneIsDestroyedLater) {
     ASSERT_TRUE(showPicture());
     subtitles_.show(subtitles_.primary());
-    delete view_; // NOLINT(cppcoreguidelines-owning-memory)
-    view_ = std::make_unique<PictureView>(&window_).release();
+    std::unique_ptr<PictureView> old(
+        std::exchange(view_, std::make_unique<PictureView>(&window_).release()));
     view_->setGeometry(window_.rect());
     subtitles_.addTo(*view_);
+    old.reset();
     view_->show();
     ASSERT_TRUE(presentPicture());
     EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow));
+    subtitles_.remove(subtitles_.primary());
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 200), test::kYellow));
 }
 
 /// Remembers where it was clicked.

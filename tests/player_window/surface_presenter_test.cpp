@@ -43,7 +43,7 @@ class SurfacePresenterTest : public testing::Test {
     PresentedFrame second_ = test::frameOf(test::fourFields(4, 2));
 };
 
-TEST_F(SurfacePresenterTest, aFrameIsToldOnceItHasReachedTheScreen) {
+TEST_F(SurfacePresenterTest, reportsAFrameWhenItHasReachedTheScreen) {
     presenter_.present(first_, note(1));
     EXPECT_EQ(wakeCount_, 1);
     presenter_.didReachScreen();
@@ -57,7 +57,7 @@ TEST_F(SurfacePresenterTest, aFrameIsToldOnceItHasReachedTheScreen) {
     EXPECT_EQ(presenter_.presentationDelay(), 4ms);
 }
 
-TEST_F(SurfacePresenterTest, aFrameThatWasReplacedBeforeItWasDrawnIsNotTold) {
+TEST_F(SurfacePresenterTest, doesNotReportAFrameThatWasReplaced) {
     presenter_.present(first_, note(1));
     presenter_.present(second_, note(2));
     EXPECT_EQ(presenter_.takeContent().bounds, second_.bounds);
@@ -95,19 +95,19 @@ TEST_F(SurfacePresenterTest, aFrameThatCannotBeConvertedLeavesThePictureAsItIs) 
     EXPECT_EQ(shown_[0].first, 1);
 }
 
-TEST_F(SurfacePresenterTest, aDetachedPresenterIsSilentAndKeepsNothing) {
+TEST_F(SurfacePresenterTest, aDetachedPresenterDoesNothingAndOwnsNothing) {
     presenter_.present(first_, note(1));
     presenter_.detach();
     presenter_.present(second_, note(2));
     presenter_.removeImage();
     EXPECT_EQ(wakeCount_, 1);
-    EXPECT_EQ(conversions_, 1) << "for nobody";
+    EXPECT_EQ(conversions_, 1) << "without a surface";
     EXPECT_EQ(presenter_.takeContent().picture, nullptr);
     presenter_.didReachScreen();
     EXPECT_TRUE(shown_.empty());
 }
 
-TEST_F(SurfacePresenterTest, theDelayIsTheUsualOne) {
+TEST_F(SurfacePresenterTest, theDelayIsTheMedian) {
     const auto delayAfter = [&](std::initializer_list<HostDuration> delays) {
         for (const HostDuration delay : delays) {
             presenter_.present(first_, {});
@@ -117,7 +117,7 @@ TEST_F(SurfacePresenterTest, theDelayIsTheUsualOne) {
         }
         return presenter_.presentationDelay();
     };
-    // The first waits for its window.
+    // The first frame waits for its window.
     EXPECT_EQ(delayAfter({90ms, 4ms}), 4ms);
     EXPECT_EQ(delayAfter({5ms, 80ms, 4ms}), 5ms) << "a frame that was held up";
     EXPECT_EQ(delayAfter({5s}), 5ms) << "a window that was hidden";

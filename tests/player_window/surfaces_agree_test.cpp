@@ -23,7 +23,7 @@ struct ColorCase {
     int tolerance;
 };
 
-/// Luma grows to the right; the colour turns slowly downward.
+/// Luma increases to the right, chroma changes slowly downward.
 void fillWithRamps(const CVPixelBuffer& picture) {
     const bool isTenBit = picture.pixelFormat() == kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange;
     const auto put = [&](const CVPixelBuffer::Plane& plane, int x, int y, int value) {
@@ -52,7 +52,9 @@ void fillWithRamps(const CVPixelBuffer& picture) {
 CVPixelBufferRef ramps(const ColorCase& color) {
     CVAttachments attachments;
     const auto propagate = [&](std::string_view key, std::string_view value) {
-        attachments.emplace(key, std::string(value));
+        if (!value.empty()) {
+            attachments.emplace(key, std::string(value));
+        }
     };
     propagate(kCVImageBufferYCbCrMatrixKey, color.matrix);
     propagate(kCVImageBufferColorPrimariesKey, color.primaries);
@@ -84,8 +86,8 @@ class Surface {
     PictureView* view_ = nullptr;
 };
 
-/// The difference of code values that all but one in 500 samples stay within: at the edge of the
-/// screen's gamut a trifle in light is many code values.
+/// The difference in code values for all but one in 500 samples: at the edge of the gamut a small
+/// difference in light is many code values.
 int usualDifference(const QImage& a, const QImage& b) {
     std::vector<int> differences;
     for (int y = 0; y < kHeight; ++y) {
@@ -106,7 +108,12 @@ TEST(Surfaces, showTheSameColors) {
     const std::vector<ColorCase> cases{
         {"709", kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange,
          kCVImageBufferYCbCrMatrix_ITU_R_709_2, kCVImageBufferColorPrimaries_ITU_R_709_2,
-         kCVImageBufferTransferFunction_ITU_R_709_2, 2},
+         kCVImageBufferTransferFunction_ITU_R_709_2, 1},
+        {"P3 without a matrix", kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, "",
+         kCVImageBufferColorPrimaries_P3_D65, kCVImageBufferTransferFunction_sRGB, 1},
+        {"2020 without a matrix", kCVPixelFormatType_420YpCbCr10BiPlanarVideoRange, "",
+         kCVImageBufferColorPrimaries_ITU_R_2020, kCVImageBufferTransferFunction_SMPTE_ST_2084_PQ,
+         3},
         {"601", kCVPixelFormatType_420YpCbCr8BiPlanarFullRange,
          kCVImageBufferYCbCrMatrix_ITU_R_601_4, kCVImageBufferColorPrimaries_EBU_3213,
          kCVImageBufferTransferFunction_ITU_R_709_2, 1},

@@ -35,7 +35,7 @@ class BlueVeil final : public QWidget {
     }
 };
 
-/// Each surface that this system can have shows the same.
+/// Runs for each kind of surface.
 class VideoWidgetTest : public testing::TestWithParam<bool> {
   protected:
     void SetUp() override {
@@ -67,11 +67,11 @@ void expectFields(const QImage& image, QRect place, std::array<QRgb, 4> colors) 
     }
 }
 
-TEST_P(VideoWidgetTest, theGraphicsProcessorServesOnlyWhereItIsOne) {
+TEST_P(VideoWidgetTest, usesTheGPUOnlyWhereThereIsOne) {
     EXPECT_EQ(view_->findChild<QOpenGLWidget*>() != nullptr, GetParam());
 }
 
-TEST_P(VideoWidgetTest, theScreenShowsThePictureInItsOwnShapeOnBlack) {
+TEST_P(VideoWidgetTest, showsThePictureWithItsAspectRatioOnBlack) {
     ASSERT_TRUE(showAndWait(*window_));
     ASSERT_TRUE(presentAndWait(*view_->presenter(), frameOf(fourFields(64, 36))));
     const QImage image = screenshot(*window_);
@@ -82,7 +82,7 @@ TEST_P(VideoWidgetTest, theScreenShowsThePictureInItsOwnShapeOnBlack) {
     EXPECT_TRUE(isNear(image.pixel(20, 208), test::kBlue));
 }
 
-TEST_P(VideoWidgetTest, aPictureIsTurnedAndMirroredAsItsTransformSays) {
+TEST_P(VideoWidgetTest, appliesTheTransform) {
     ASSERT_TRUE(showAndWait(*window_));
     const auto buffer = fourFields(64, 36);
     ASSERT_TRUE(presentAndWait(*view_->presenter(), frameOf(buffer, {0, 1, -1, 0, 36, 0})));
@@ -101,7 +101,7 @@ TEST_P(VideoWidgetTest, removingTheImageLeavesBlack) {
     EXPECT_TRUE(test::runUntil([&] { return screenshot(*window_).pixel(80, 75) == test::kBlack; }));
 }
 
-TEST_P(VideoWidgetTest, framesComeFromAnyThread) {
+TEST_P(VideoWidgetTest, acceptsFramesFromAnyThread) {
     ASSERT_TRUE(showAndWait(*window_));
     std::atomic<int> lastShown{0};
     std::thread layer([&, presenter = view_->presenter()] {
@@ -117,21 +117,21 @@ TEST_P(VideoWidgetTest, framesComeFromAnyThread) {
                  {test::kRed, test::kGreen, test::kBlue, test::kYellow});
 }
 
-TEST_P(VideoWidgetTest, translucentWidgetsOverThePictureMixWithIt) {
+TEST_P(VideoWidgetTest, blendsTranslucentWidgets) {
     view_->addOverlay(std::make_unique<BlueVeil>(nullptr).release());
     ASSERT_TRUE(showAndWait(*window_));
     ASSERT_TRUE(presentAndWait(*view_->presenter(), frameOf(fourFields(64, 36))));
     const std::array<QRgb, 4> veiled{0xff7f0080, test::kGreen, test::kBlue, test::kYellow};
     expectFields(screenshot(*window_), {0, 30, 320, 180}, veiled);
     expectFields(window_->grab().toImage(), {0, 30, 320, 180}, veiled);
-    // The picture changes under an overlay that does not.
+    // A new picture under an unchanged overlay.
     ASSERT_TRUE(
         presentAndWait(*view_->presenter(), frameOf(fourFields(64, 36), {-1, 0, 0, 1, 64, 0})));
     expectFields(screenshot(*window_), {0, 30, 320, 180},
                  {kHalfGreen | 0x80, test::kRed, 0xff7f7f80, test::kBlue});
 }
 
-TEST_P(VideoWidgetTest, thePictureAndItsSubtitlesGoToAnotherWindowAndBack) {
+TEST_P(VideoWidgetTest, movesPictureAndSubtitlesToAnotherWindowAndBack) {
     test::ShownSubtitles subtitles;
     subtitles.addTo(*view_);
     subtitles.setVideoSize(64, 36);
@@ -166,7 +166,7 @@ TEST_P(VideoWidgetTest, thePictureAndItsSubtitlesGoToAnotherWindowAndBack) {
     window_.reset();
 }
 
-TEST_P(VideoWidgetTest, aPresenterOutlivesItsWidgetInSilence) {
+TEST_P(VideoWidgetTest, aPresenterMayOutliveItsWidget) {
     ASSERT_TRUE(showAndWait(*window_));
     const auto presenter = view_->presenter();
     ASSERT_TRUE(presentAndWait(*presenter, frameOf(fourFields(64, 36))));

@@ -13,6 +13,7 @@
 #include <QWindow>
 
 #include "core_media/cv_pixel_buffer.h"
+#include "player_window/desktop/desktop_settings.h"
 #include "rendering/video_presenter.h"
 
 namespace zelvane::test {
@@ -36,6 +37,16 @@ inline bool showAndWait(QWidget& window) {
         [&] { return window.windowHandle() != nullptr && window.windowHandle()->isExposed(); });
 }
 
+/// The desktop prefers this until the object is destroyed.
+struct DesktopWith {
+    explicit DesktopWith(const DesktopPreferences& preferences) {
+        DesktopSettings::shared().setPreferences(preferences);
+    }
+    ~DesktopWith() { DesktopSettings::shared().setPreferences({}); }
+    DesktopWith(const DesktopWith&) = delete;
+    DesktopWith& operator=(const DesktopWith&) = delete;
+};
+
 /// The frontmost child of that class; null when there is none. QObject::findChild takes classes
 /// without a meta-object for their base.
 template <class Child>
@@ -48,7 +59,7 @@ Child* childOf(const QWidget& parent) {
     return found;
 }
 
-/// What the screen itself shows where the widget is.
+/// A screenshot of the widget's area.
 inline QImage screenshot(const QWidget& widget) {
     const QPoint corner = widget.mapToGlobal(QPoint(0, 0));
     return QGuiApplication::primaryScreen()
@@ -70,7 +81,7 @@ inline constexpr QRgb kBlue = 0xff0000ff;
 inline constexpr QRgb kYellow = 0xffffff00;
 inline constexpr QRgb kBlack = 0xff000000;
 
-/// A picture of four fields: red, green over blue, yellow. sRGB.
+/// A picture of four rectangles: red, green over blue, yellow. sRGB.
 inline CVPixelBufferRef fourFields(int width, int height) {
     auto image = std::make_shared<QImage>(width, height, QImage::Format_RGB32);
     for (int y = 0; y < height; ++y) {
@@ -85,11 +96,9 @@ inline CVPixelBufferRef fourFields(int width, int height) {
                           height};
     auto buffer = CVPixelBuffer::overMemory(geometry, image);
     buffer->setAttachment(kCVImageBufferColorPrimariesKey,
-                          std::string(kCVImageBufferColorPrimaries_ITU_R_709_2),
-                          CVAttachmentMode::shouldPropagate);
+                          std::string(kCVImageBufferColorPrimaries_ITU_R_709_2));
     buffer->setAttachment(kCVImageBufferTransferFunctionKey,
-                          std::string(kCVImageBufferTransferFunction_sRGB),
-                          CVAttachmentMode::shouldPropagate);
+                          std::string(kCVImageBufferTransferFunction_sRGB));
     return buffer;
 }
 
@@ -99,7 +108,7 @@ inline PresentedFrame frameOf(CVPixelBufferRef buffer, const CGAffineTransform& 
     return {std::move(buffer), bounds, transform};
 }
 
-/// Presents a frame and runs the event loop until it was handed to the screen.
+/// Presents a frame and runs the event loop until the window system has it.
 inline bool presentAndWait(VideoPresenter& presenter, const PresentedFrame& frame) {
     auto isShown = std::make_shared<bool>(false);
     presenter.present(frame, [isShown](HostTime) { *isShown = true; });

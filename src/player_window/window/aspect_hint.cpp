@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "player_window/window/aspect_hint.h"
+
+#include <cmath>
+
+#include <QGuiApplication>
+#include <QWidget>
+#include <qguiapplication_platform.h>
+#include <xcb/xcb_icccm.h>
+
+namespace zelvane {
+
+void setAspectHint(const QWidget& window, const CGSize& shape) {
+    auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    if (x11 == nullptr || !window.testAttribute(Qt::WA_WState_Created)) {
+        return;
+    }
+    xcb_connection_t* connection = x11->connection();
+    const auto handle = static_cast<xcb_window_t>(window.internalWinId());
+    xcb_size_hints_t hints{};
+    xcb_icccm_get_wm_normal_hints_reply(
+        connection, xcb_icccm_get_wm_normal_hints(connection, handle), &hints, nullptr);
+    const auto width = static_cast<std::int32_t>(std::lround(shape.width));
+    const auto height = static_cast<std::int32_t>(std::lround(shape.height));
+    if (width > 0 && height > 0) {
+        xcb_icccm_size_hints_set_aspect(&hints, width, height, width, height);
+    }
+    xcb_icccm_set_wm_normal_hints(connection, handle, &hints);
+}
+
+} // namespace zelvane

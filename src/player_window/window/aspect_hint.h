@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "foundation/geometry.h"
+
+class QWidget;
+
+namespace zelvane {
+
+/// Asks the window manager to keep the shape of a window while it is resized (WM_NORMAL_HINTS of
+/// ICCCM 4.1.2.3). Does nothing where there is no X server. The toolkit writes the same property
+/// when a size limit changes: call this after each such change, and after the window is first
+/// shown. Main thread.
+void setAspectHint(const QWidget& window, const CGSize& shape);
+
+} // namespace zelvane

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "player_window/window/shortcuts_window.h"
+
+#include <algorithm>
+
+#include <QCoreApplication>
+#include <QDialog>
+#include <QGridLayout>
+#include <QLabel>
+#include <QScreen>
+#include <QScrollArea>
+#include <QScrollBar>
+
+#include "player_window/controls/control_colors.h"
+#include "player_window/window/player_action.h"
+
+namespace zelvane {
+namespace {
+
+constexpr int kMargin = 20;
+constexpr int kRowGap = 5;
+constexpr int kKeyGap = 24;
+constexpr int kColumnGap = 32;
+constexpr int kSectionGap = 14;
+constexpr int kFontSize = 13;
+constexpr double kTitleOpacity = 0.60;
+
+class ShortcutsWindow {
+    Q_DECLARE_TR_FUNCTIONS(ShortcutsWindow)
+};
+
+QString keyTextOf(PlayerAction action) {
+    QStringList texts;
+    for (const QKeySequence& key : keysOf(action)) {
+        texts << key.toString(QKeySequence::NativeText);
+    }
+    return texts.join(QStringLiteral(", "));
+}
+
+void addLabel(QGridLayout& grid, int row, int column, const QString& text, bool isTitle) {
+    // The grid's widget owns it. NOLINTNEXTLINE(cppcoreguidelines-owning-memory)
+    auto* label = new QLabel(text);
+    label->setTextFormat(Qt::PlainText);
+    QFont font = label->font();
+    font.setPixelSize(isTitle ? kFontSize - 1 : kFontSize);
+    font.setWeight(isTitle ? QFont::DemiBold : QFont::Normal);
+    label->setFont(font);
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText,
+                     isTitle ? control_colors::white(kTitleOpacity) : control_colors::symbol());
+    label->setPalette(palette);
+    grid.addWidget(label, row, column, 1, isTitle ? 2 : 1);
+}
+
+/// One group of actions below its title, from the given row on; returns the row after it.
+int addGroup(QGridLayout& grid, int row, int column, PlayerActionGroup group) {
+    addLabel(grid, row++, column, titleOf(group), true);
+    for (const PlayerActionInfo& info : playerActions()) {
+        const QString keys = keyTextOf(info.action);
+        if (info.group == group && !keys.isEmpty()) {
+            addLabel(grid, row, column, titleOf(info.action), false);
+            addLabel(grid, row++, column + 1, keys, false);
+        }
+    }
+    grid.setRowMinimumHeight(row, kSectionGap);
+    return row + 1;
+}
+
+/// Two columns of groups.
+void fill(QGridLayout& grid) {
+    using Group = PlayerActionGroup;
+    int row = 0;
+    for (const Group group : {Group::playback, Group::speed}) {
+        row = addGroup(grid, row, 0, group);
+    }
+    grid.setColumnMinimumWidth(2, kColumnGap);
+    row = 0;
+    for (const Group group : {Group::sound, Group::subtitles, Group::window, Group::file}) {
+        row = addGroup(grid, row, 3, group);
+    }
+}
+
+} // namespace
+
+// The parent owns all of it. NOLINTBEGIN(cppcoreguidelines-owning-memory)
+QDialog* makeShortcutsWindow(QWidget* parent) {
+    auto* dialog = new QDialog(parent);
+    dialog->setWindowTitle(ShortcutsWindow::tr("Keyboard Shortcuts"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // The whole palette, so that scroll bars are dark too.
+    dialog->setPalette(QPalette(control_colors::kAudioWindow));
+
+    auto* list = new QWidget;
+    auto* grid = new QGridLayout(list);
+    grid->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    grid->setHorizontalSpacing(kKeyGap);
+    grid->setVerticalSpacing(kRowGap);
+    fill(*grid);
+
+    auto* area = new QScrollArea(dialog);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area->setWidget(list);
+    area->setWidgetResizable(true);
+    auto* layout = new QVBoxLayout(dialog);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(area);
+
+    const QSize wanted = list->sizeHint() + QSize(area->verticalScrollBar()->sizeHint().width(), 0);
+    const int available = dialog->screen()->availableGeometry().height();
+    constexpr double kMostOfScreen = 0.8;
+    dialog->resize(wanted.width(),
+                   std::min(wanted.height(), static_cast<int>(available * kMostOfScreen)));
+    return dialog;
+}
+// NOLINTEND(cppcoreguidelines-owning-memory)
+
+} // namespace zelvane

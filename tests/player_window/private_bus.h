@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <csignal>
+#include <cstdlib>
+
+#include <QDBusConnection>
+#include <QProcess>
+#include <unistd.h>
+
+#include "tests/player_window/window_test_support.h"
+
+namespace zelvane::test {
+
+/// A message bus of this test alone. It ends with all services that it has started.
+class PrivateBus {
+  public:
+    PrivateBus() {
+        daemon_.setChildProcessModifier([] { setpgid(0, 0); });
+        daemon_.start("dbus-daemon", {"--session", "--nofork", "--nopidfile", "--print-address"});
+        runUntil(
+            [this] { return daemon_.canReadLine() || daemon_.state() == QProcess::NotRunning; });
+        address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
+    }
+    ~PrivateBus() {
+        if (daemon_.processId() > 0) {
+            kill(-static_cast<pid_t>(daemon_.processId()), SIGTERM);
+        }
+        daemon_.waitForFinished();
+    }
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    const QString& address() const { return address_; }
+    /// Each connection of the process needs its own name.
+    QDBusConnection connection(const char* name) const {
+        return QDBusConnection::connectToBus(address_, name);
+    }
+
+  private:
+    QProcess daemon_;
+    QString address_;
+};
+
+} // namespace zelvane::test
