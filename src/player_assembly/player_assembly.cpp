@@ -6,7 +6,6 @@
 
 #include "media_player/decoders/subtitles/caption_appearance.h"
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
-#include "media_player/playback/external_subtitles_data_provider.h"
 #include "platform/pulse_audio/pulse_audio_output.h"
 #include "rendering/fallback_audio_output.h"
 #include "rendering/null_audio_output.h"
@@ -56,23 +55,9 @@ PlayerParts makePlayerParts(SoundOutput soundOutput) {
 }
 
 MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts) {
-    MediaPlayerEnvironment environment;
-    environment.makeDisplayLayer = [layer = parts.displayLayer] {
-        return ClockedRenderer<VideoRendering>(layer);
-    };
-    environment.makeAudioRenderer = [renderer = parts.audioRenderer] {
-        return ClockedRenderer<AudioRendering>(renderer);
-    };
-    environment.makeRenderSynchronizer = [synchronizer = parts.renderSynchronizer] {
-        return synchronizer;
-    };
-    environment.makeExternalSubtitlesDataProvider = [](const auto& source, const auto& renderer) {
-        return std::make_shared<ExternalSubtitlesDataProvider>(source, renderer);
-    };
-    environment.observeUserSpecifiedTextStyle = [](std::function<void()> observer) {
-        return SubtitleTextStyleUpdateNotifier::shared()->addMediaPlayerObserver(
-            std::move(observer));
-    };
+    MediaPlayerEnvironment environment{parts.displayLayer, parts.audioRenderer,
+                                       parts.renderSynchronizer};
+    environment.textStyleUpdateNotifier = SubtitleTextStyleUpdateNotifier::shared();
     return environment;
 }
 

@@ -13,14 +13,14 @@
 namespace zelvane {
 
 enum class SoundOutput {
-    /// The sound server, and silence on the monotonic clock for as long as there is none.
+    /// The sound server; while there is none, silence on the monotonic clock.
     soundServer,
     /// Silence.
     none,
 };
 
-/// The renderers and the clock of one player, for who has to reach behind the player's interfaces:
-/// to give the display layer a surface, or to read statistics.
+/// The renderers and the clock of one player, for code that needs the concrete classes: to set the
+/// presenter of the display layer, or to read statistics.
 struct PlayerParts {
     std::shared_ptr<SampleBufferDisplayLayer> displayLayer;
     std::shared_ptr<SampleBufferAudioRenderer> audioRenderer;
@@ -29,10 +29,10 @@ struct PlayerParts {
 
 PlayerParts makePlayerParts(SoundOutput soundOutput);
 
-/// An environment whose factories hand out these parts: good for one player.
+/// The environment of one player that consists of these parts.
 MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts);
 
-/// The tracks that this person would want, by what is set about captions.
+/// The default tracks of a source, from the user's settings of captions.
 TrackSelection defaultTracks(const MediaSource& source);
 
 } // namespace zelvane

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Whatever a person does with a player, and however fast, it settles, closes, and leaves nothing
-// behind. The sanitizers watch. A long run: ZELVANE_STRESS_OPERATIONS=10000.
+// Random operations on a player in quick succession: it settles, closes and releases everything.
+// Meant for the sanitizers. A long run: ZELVANE_STRESS_OPERATIONS=10000.
 
+#include <array>
 #include <cstdlib>
 #include <functional>
 #include <random>
@@ -26,7 +27,7 @@ int operationCount() {
     return count == nullptr ? 150 : std::atoi(count);
 }
 
-/// Ten seconds with two sounds.
+/// A clip of ten seconds with two audio tracks.
 std::filesystem::path film(const std::string& name, const std::vector<std::string>& codec) {
     std::vector<std::string> arguments{"-f",   "lavfi", "-i",       "testsrc2=s=160x96:r=25:d=10",
                                        "-f",   "lavfi", "-i",       "sine=f=440:d=10",
@@ -37,7 +38,7 @@ std::filesystem::path film(const std::string& name, const std::vector<std::strin
     return madeClip(name, arguments);
 }
 
-/// A player of its own for a while, and a hand that doesn't wait.
+/// A player and random operations on it.
 class Stress {
   public:
     Stress(const std::filesystem::path& path, unsigned seed)
@@ -57,12 +58,12 @@ class Stress {
             }
         }
     }
-    /// Every seek has called back.
+    /// Waits until every seek has completed.
     void settle() {
         waitUntil([this] { return pending_ == 0; });
         EXPECT_EQ(pending_, 0) << "seeks that never ended";
     }
-    /// While seeks work.
+    /// Releases the player during a seek.
     void close() {
         const std::weak_ptr<MediaPlayer> player = player_;
         const std::weak_ptr<MediaSource> source = source_;
@@ -98,34 +99,18 @@ class Stress {
         });
     }
     void doSomething() {
-        switch (number(0, 9)) {
-        case 0:
-        case 1:
-        case 2:
-            seek();
-            break;
-        case 3:
-            step();
-            break;
-        case 4:
-            drag();
-            break;
-        case 5:
-            onQueue([](MediaPlayer& player) { player.play(); });
-            break;
-        case 6:
-            onQueue([](MediaPlayer& player) { player.pause(); });
-            break;
-        case 7:
-            changeRate();
-            break;
-        case 8:
-            changeSound();
-            break;
-        default:
-            changePicture();
-            break;
-        }
+        const std::array<std::function<void()>, 10> operations{
+            [this] { seek(); },
+            [this] { seek(); },
+            [this] { seek(); },
+            [this] { step(); },
+            [this] { drag(); },
+            [this] { onQueue([](MediaPlayer& player) { player.play(); }); },
+            [this] { onQueue([](MediaPlayer& player) { player.pause(); }); },
+            [this] { changeRate(); },
+            [this] { changeSound(); },
+            [this] { changePicture(); }};
+        operations.at(static_cast<std::size_t>(number(0, 9)))();
     }
     void step() {
         const std::int64_t frames = number(-4, 4);

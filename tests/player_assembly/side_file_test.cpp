@@ -25,21 +25,21 @@ namespace {
 constexpr auto kPatience = std::chrono::seconds(30);
 constexpr int kLines = 200;
 constexpr int kHighMark = 10;
-/// What one packet may bring beyond the mark.
+/// How many lines one packet can add beyond the mark.
 constexpr int kBurst = 1;
 
-/// Holds lines until a test takes them, as a view does until they end. Main queue.
+/// Holds lines until a test takes them, as a view holds them until they end. Main queue.
 class Shelf final : public SubtitlesRenderer {
   public:
     void addSubtitlesFrame(SubtitlesFrameRef frame) override {
         held_.push_back(std::move(frame));
         mostHeld_ = std::max(mostHeld_, held_.size());
-        tellCount();
+        reportCount();
     }
     void removeAllSubtitles() override {
         dispatch::mainQueue()->async([this] {
             held_.clear();
-            tellCount();
+            reportCount();
         });
     }
     void setVideoDimensions(const VideoDimensions& /*dimensions*/) override {}
@@ -47,14 +47,16 @@ class Shelf final : public SubtitlesRenderer {
     SubtitlesFrameRef takeFirst() {
         SubtitlesFrameRef first = std::move(held_.front());
         held_.pop_front();
-        tellCount();
+        reportCount();
         return first;
     }
     const std::deque<SubtitlesFrameRef>& held() const { return held_; }
     std::size_t mostHeld() const { return mostHeld_; }
 
   private:
-    void tellCount() const { mediaDataRequester().setBufferCount(static_cast<int>(held_.size())); }
+    void reportCount() const {
+        mediaDataRequester()->setBufferCount(static_cast<int>(held_.size()));
+    }
 
     std::deque<SubtitlesFrameRef> held_;
     std::size_t mostHeld_ = 0;
@@ -84,7 +86,8 @@ class SideFile : public testing::Test {
         UserDefaults::shared().setStore(nullptr);
     }
 
-    /// A line each 50 ms of a film of ten seconds, each 40 ms long, chosen for the bottom.
+    /// Opens a clip of ten seconds with a side file of a line each 50 ms, 40 ms long, selected as
+    /// primary subtitles.
     void open() {
         const auto film = madeClip(
             "side-file.mkv", {"-f", "lavfi", "-i", "testsrc2=s=96x64:r=25:d=10", "-c:v", "mpeg4"});
@@ -96,14 +99,12 @@ class SideFile : public testing::Test {
                  << line(i) << "\n\n";
         }
         file.close();
-        // Its first style is told like any other, and players start over.
+        // A change of the style makes players reseek.
         SubtitleTextStyleManager::shared()->userSpecifiedStyle();
         ASSERT_TRUE(dispatch::waitForQuiescence(kPatience));
         parts_.displayLayer->setPresenter(std::make_shared<NullVideoPresenter>());
         auto environment = playerEnvironment(parts_);
-        environment.makeSubtitlesRenderer = [this](const auto&, const auto&, auto position) {
-            return position == SubtitlesPosition::primary ? shelf_ : std::make_shared<Shelf>();
-        };
+        environment.primarySubtitlesRenderer = shelf_;
         const auto source = MediaSource::open(URL::fromPath(film), std::nullopt, true);
         makeMediaPlayer(environment, source, defaultTracks(*source), std::nullopt,
                         dispatch::mainQueue(), [this](const auto& made) { player_ = made; });
@@ -117,7 +118,7 @@ class SideFile : public testing::Test {
             [](const auto& error) { ADD_FAILURE() << errorDescriptionText(error); });
         ASSERT_TRUE(waitUntil([&] { return !tracks.empty(); }));
         player_->setSelectedSubtitlesTrack(SubtitlesPosition::primary, tracks.at(0));
-        // The choice starts over where the clock stands; this comes behind that.
+        // The selection reseeks; this seek ends after it.
         ASSERT_NO_FATAL_FAILURE(seek(kCMTimeZero));
     }
 
@@ -143,7 +144,7 @@ class SideFile : public testing::Test {
     std::shared_ptr<MediaPlayer> player_;
 };
 
-TEST_F(SideFile, linesComeInOrderAndAFewAtATime) {
+TEST_F(SideFile, linesArriveInOrderAndAFewAtATime) {
     ASSERT_NO_FATAL_FAILURE(open());
     for (int i = 0; i < kLines; ++i) {
         ASSERT_TRUE(waitUntil([this] { return !shelf_->held().empty(); })) << i;
@@ -155,7 +156,7 @@ TEST_F(SideFile, linesComeInOrderAndAFewAtATime) {
     EXPECT_LE(shelf_->mostHeld(), kHighMark + kBurst);
 }
 
-TEST_F(SideFile, aSeekBringsTheLineOfItsTargetFirst) {
+TEST_F(SideFile, afterASeekTheLineOfItsTargetIsFirst) {
     ASSERT_NO_FATAL_FAILURE(open());
     for (const int number : {120, 7, 199, 60}) {
         ASSERT_NO_FATAL_FAILURE(seek(CMTime(number * 50 + 20, 1000)));
@@ -166,14 +167,14 @@ TEST_F(SideFile, aSeekBringsTheLineOfItsTargetFirst) {
     EXPECT_LE(shelf_->mostHeld(), kHighMark + kBurst);
 }
 
-/// A person moves a slider of the settings while the film plays.
-TEST_F(SideFile, aStyleThatChangesWhileItPlaysReachesWhatComesNext) {
+/// The user moves a slider of the settings during playback.
+TEST_F(SideFile, aStyleChangedDuringPlaybackAppliesToLaterLines) {
     ASSERT_NO_FATAL_FAILURE(open());
     player_->queue()->sync([this] { player_->play(); });
     UserDefaults& settings = UserDefaults::shared();
     settings.set(kUseUserSpecifiedSubtitleTextStyleKey, true);
     constexpr int kChanges = 20;
-    std::thread hand([&] {
+    std::thread user([&] {
         for (int i = 1; i <= kChanges; ++i) {
             settings.set("ZLVNCaptionRelativeCharacterSize", 1 + i / 10.0);
             CaptionAppearance::shared().settingsDidChange();
@@ -192,7 +193,7 @@ TEST_F(SideFile, aStyleThatChangesWhileItPlaysReachesWhatComesNext) {
         }
         return isReached;
     });
-    hand.join();
+    user.join();
     EXPECT_TRUE(isReached);
 }
 
