@@ -1,20 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "application/media_player_document.h"
 
+#include <cstdlib>
 #include <utility>
 
-#include <QString>
-
 #include "foundation/dispatch.h"
-#include "media_player/subtitles_view/subtitles_view.h"
+#include "foundation/log.h"
+#include "foundation/user_defaults.h"
 #include "player_window/error_alert.h"
 #include "player_window/picture_view.h"
-#include "player_window/subtitles_choice.h"
 
 namespace zelvane {
 namespace {
 
-/// Calls `method` of the document with the argument on the main queue, if it is still there.
+/// Calls `method` of the document with the argument on the main queue, if the document lives.
 template <class Argument, class Method>
 std::function<void(Argument)> onMain(const std::shared_ptr<MediaPlayerDocument>& document,
                                      Method method) {
@@ -27,33 +26,29 @@ std::function<void(Argument)> onMain(const std::shared_ptr<MediaPlayerDocument>&
     };
 }
 
-/// Few side files say their language, and a person knows them by their names.
-QString nameOfTrack(const SubtitlesTrackRef& track) {
-    const auto external = std::dynamic_pointer_cast<ExternalSubtitlesTrack>(track);
-    const auto file = external
-                          ? std::dynamic_pointer_cast<MediaSource>(external->externalMediaSource())
-                          : nullptr;
-    return file ? QString::fromStdString(file->url().lastPathComponent())
-                : subtitlesTrackName(*track);
-}
-
-QString noticeOfTrack(SubtitlesPosition position, const SubtitlesTrackRef& track) {
-    const auto place =
-        position == SubtitlesPosition::primary ? QStringLiteral("bottom") : QStringLiteral("top");
-    return QStringLiteral("Subtitles (%1): %2")
-        .arg(place, track ? nameOfTrack(track) : QStringLiteral("off"));
+/// For measurements: the player has no other report of frames that were not shown in time.
+void logStatisticsIfRequested(const PlayerParts& parts) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe)
+    if (parts.displayLayer == nullptr || std::getenv("ZELVANE_LOG_STATISTICS") == nullptr) {
+        return;
+    }
+    const auto frames = parts.displayLayer->statistics();
+    logMessage("Frames: {} shown, {} dropped, {} late; error {:.2f} ms mean, {:.2f} ms maximum",
+               frames.framesShown, frames.framesDropped, frames.framesLate, frames.meanFrameError,
+               frames.maxFrameError);
 }
 
 } // namespace
 
-std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::open(const URL& url,
-                                                               ClosedHandler onClosed) {
-    std::shared_ptr<MediaPlayerDocument> document(new MediaPlayerDocument(std::move(onClosed)));
+std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::open(const URL& url, Handlers handlers) {
+    std::shared_ptr<MediaPlayerDocument> document(new MediaPlayerDocument(std::move(handlers)));
     document->load(url);
     return document;
 }
 
-MediaPlayerDocument::~MediaPlayerDocument() = default;
+MediaPlayerDocument::~MediaPlayerDocument() {
+    logStatisticsIfRequested(parts_);
+}
 
 void MediaPlayerDocument::load(const URL& url) {
     const auto self = shared_from_this();
@@ -63,7 +58,7 @@ void MediaPlayerDocument::load(const URL& url) {
 }
 
 void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
-    showErrorAlert(error, nullptr, [self = shared_from_this()] { self->onClosed_(true); });
+    showErrorAlert(error, nullptr, [self = shared_from_this()] { self->handlers_.onClosed(true); });
 }
 
 void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {
@@ -71,10 +66,11 @@ void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {
         didFailToLoad(MediaSource::LoadError::noDecodableTracks({MediaType::video}));
         return;
     }
-    mediaSource_ = source;
     parts_ = makePlayerParts(SoundOutput::soundServer);
     auto environment = playerEnvironment(parts_);
-    environment.makeSubtitlesRenderer = makeSubtitlesView;
+    subtitlesViews_ = makeSubtitlesViews(parts_.renderSynchronizer);
+    environment.primarySubtitlesRenderer = subtitlesViews_.primary;
+    environment.secondarySubtitlesRenderer = subtitlesViews_.secondary;
     const auto start = [source, environment = std::move(environment),
                         completion = onMain<std::shared_ptr<MediaPlayer>>(
                             shared_from_this(), &MediaPlayerDocument::didMakePlayer)] {
@@ -86,90 +82,15 @@ void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {
 
 void MediaPlayerDocument::didMakePlayer(std::shared_ptr<MediaPlayer> player) {
     player_ = std::move(player);
-    showWindow();
-    player_->queue()->sync([this] { player_->play(); });
-}
-
-void MediaPlayerDocument::showWindow() {
-    std::optional<CGSize> pictureSize;
-    if (const auto track = player_->selectedVideoTrack()) {
-        pictureSize = track->dimensions().effectiveSize;
-    }
-    const auto name = QString::fromStdString(mediaSource_->url().lastPathComponent());
-    window_ = std::make_unique<PlainPlayerWindow>(name, pictureSize, windowCallbacks());
-    showPicture();
-    window_->show();
-}
-
-PlainPlayerWindow::Callbacks MediaPlayerDocument::windowCallbacks() {
-    PlainPlayerWindow::Callbacks callbacks;
-    callbacks.onTogglePlay = [player = std::weak_ptr(player_)] {
-        if (const auto playing = player.lock()) {
-            playing->queue()->sync([&] { playing->togglePlayPause(); });
-        }
-    };
-    callbacks.onClose = [this] { onClosed_(false); };
-    callbacks.onCycleSubtitles = [this](SubtitlesPosition position) { cycleSubtitles(position); };
-    callbacks.canAddSubtitles = [this] { return !isAddingSubtitles_; };
-    callbacks.onAddSubtitles = [this](const URL& url) { addSubtitles(url); };
-    return callbacks;
-}
-
-void MediaPlayerDocument::showPicture() const {
-    if (auto* pictureView = window_->pictureView()) {
+    window_ = std::make_unique<MediaPlayerWindowController>(
+        player_, subtitlesViews_, UserDefaults::shared(),
+        MediaPlayerWindowController::Callbacks{.onClose = [this] { handlers_.onClosed(false); },
+                                               .onOpen = handlers_.onOpen,
+                                               .onOpenMedia = handlers_.onOpenMedia});
+    if (const auto* pictureView = window_->pictureView()) {
         parts_.displayLayer->setPresenter(pictureView->presenter());
-        const auto subtitlesView = [this](SubtitlesPosition position) {
-            return std::dynamic_pointer_cast<SubtitlesView>(player_->subtitlesRenderer(position));
-        };
-        pictureView->addSubtitles(subtitlesView(SubtitlesPosition::primary),
-                                  subtitlesView(SubtitlesPosition::secondary));
     }
-}
-
-void MediaPlayerDocument::cycleSubtitles(SubtitlesPosition position) const {
-    if (window_->pictureView() == nullptr) {
-        return;
-    }
-    const auto other = position == SubtitlesPosition::primary ? SubtitlesPosition::secondary
-                                                              : SubtitlesPosition::primary;
-    const auto track = nextSubtitlesTrack(mediaSource_->subtitlesTracks(),
-                                          player_->selectedSubtitlesTrack(position),
-                                          player_->selectedSubtitlesTrack(other));
-    player_->setSelectedSubtitlesTrack(position, track);
-    window_->showNotice(noticeOfTrack(position, track));
-}
-
-void MediaPlayerDocument::addSubtitles(const URL& url) {
-    isAddingSubtitles_ = true;
-    window_->showNotice(
-        QStringLiteral("Opening “%1”…").arg(QString::fromStdString(url.lastPathComponent())));
-    mediaSource_->addExternalSubtitles(
-        url,
-        onMain<ExternalSubtitlesTracks>(shared_from_this(), &MediaPlayerDocument::didAddSubtitles),
-        onMain<MediaSource::LoadError>(shared_from_this(),
-                                       &MediaPlayerDocument::didFailToAddSubtitles));
-}
-
-void MediaPlayerDocument::didAddSubtitles(const ExternalSubtitlesTracks& tracks) {
-    isAddingSubtitles_ = false;
-    if (tracks.empty()) {
-        return;
-    }
-    const SubtitlesTrackRef track = tracks.front();
-    const auto position =
-        freePositionFor(track, player_->selectedSubtitlesTrack(SubtitlesPosition::primary),
-                        player_->selectedSubtitlesTrack(SubtitlesPosition::secondary));
-    if (position) {
-        player_->setSelectedSubtitlesTrack(*position, track);
-        window_->showNotice(noticeOfTrack(*position, track));
-    } else {
-        window_->showNotice(QStringLiteral("Added: %1").arg(nameOfTrack(track)));
-    }
-}
-
-void MediaPlayerDocument::didFailToAddSubtitles(const MediaSource::LoadError& error) {
-    isAddingSubtitles_ = false;
-    showErrorAlert(error, window_.get());
+    window_->show();
 }
 
 } // namespace zelvane

@@ -3,53 +3,50 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "foundation/url.h"
 #include "media_player/media_source/media_source.h"
 #include "media_player/playback/media_player.h"
 #include "player_assembly/player_assembly.h"
-#include "player_window/plain_player_window.h"
+#include "player_window/window/media_player_window_controller.h"
+#include "subtitles_view/subtitles_view.h"
 
 namespace zelvane {
 
-/// One opened file: its source, its player and its window, from the path to the picture. Main
-/// thread.
+/// One opened file: loads its source, and owns its player and its window. Main thread.
 ///
 ///   loading ──> starting the player ──> playing ──(window closed)──> closed
 ///      └──────(failure)──> alert ──(dismissed)──> closed
 class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlayerDocument> {
   public:
-    /// Called once when the document has nothing left to show; it may be let go then. The flag
-    /// tells whether it ended with an alert.
-    using ClosedHandler = std::function<void(bool didFail)>;
+    struct Handlers {
+        /// Called once when the document has closed; it may be destroyed after the call. The flag
+        /// says whether it closed with an alert.
+        std::function<void(bool didFail)> onClosed = {};
+        /// The user wants to choose another file.
+        std::function<void()> onOpen = {};
+        /// Other files to open, each as a document of its own.
+        std::function<void(const std::vector<URL>&)> onOpenMedia = {};
+    };
 
-    /// Begins to load; the rest happens by itself.
-    static std::shared_ptr<MediaPlayerDocument> open(const URL& url, ClosedHandler onClosed);
+    /// Starts to load; everything else follows from that.
+    static std::shared_ptr<MediaPlayerDocument> open(const URL& url, Handlers handlers);
     ~MediaPlayerDocument();
 
   private:
-    explicit MediaPlayerDocument(ClosedHandler onClosed) : onClosed_(std::move(onClosed)) {}
+    explicit MediaPlayerDocument(Handlers handlers) : handlers_(std::move(handlers)) {}
 
     void load(const URL& url);
     void didFailToLoad(const MediaSource::LoadError& error);
     void didLoad(const std::shared_ptr<MediaSource>& source);
     void didMakePlayer(std::shared_ptr<MediaPlayer> player);
-    void showWindow();
-    PlainPlayerWindow::Callbacks windowCallbacks();
-    void showPicture() const;
 
-    void cycleSubtitles(SubtitlesPosition position) const;
-    void addSubtitles(const URL& url);
-    void didAddSubtitles(const ExternalSubtitlesTracks& tracks);
-    void didFailToAddSubtitles(const MediaSource::LoadError& error);
-
-    ClosedHandler onClosed_;
-    std::shared_ptr<MediaSource> mediaSource_;
+    Handlers handlers_;
     PlayerParts parts_;
+    SubtitlesViews subtitlesViews_;
     std::shared_ptr<MediaPlayer> player_;
-    std::unique_ptr<PlainPlayerWindow> window_;
-    /// One file at a time.
-    bool isAddingSubtitles_ = false;
+    std::unique_ptr<MediaPlayerWindowController> window_;
 };
 
 } // namespace zelvane

@@ -12,7 +12,7 @@ namespace zelvane {
 
 QtMainQueue::QtMainQueue() {
     if (QCoreApplication::instance() == nullptr) {
-        fatalError("The main queue was made before the application object.");
+        fatalError("The main queue requires an application object.");
     }
 }
 

@@ -9,21 +9,19 @@
 
 namespace zelvane {
 
-/// The main queue as the event loop of the application object, which must exist before it and whose
-/// thread is the queue's. Tasks posted after the loop has ended do not run.
+/// The main queue on the event loop of the application object, which must exist first and whose
+/// thread runs the tasks. Tasks posted after the end of the loop do not run.
 class QtMainQueue final : public dispatch::Queue {
   public:
     QtMainQueue();
     ~QtMainQueue() override;
 
     void async(dispatch::Task task) override;
-    /// Stops the process with a message when it is called on the main thread itself.
+    /// Called on the main thread itself, it stops the process with a message.
     void syncTask(const dispatch::Task& task) override;
     bool isCurrent() const override;
-    const std::string& label() const override { return label_; }
 
   private:
-    std::string label_ = "main";
     QObject receiver_;
 };
 

@@ -14,7 +14,7 @@ namespace zelvane {
 SettingsFileWatcher::SettingsFileWatcher(Handlers handlers)
     : handlers_(std::move(handlers)), settings_(SettingsStore::fileName(), QSettings::IniFormat),
       captions_(captionSettings()), usesOwnStyle_(usesOwnStyle()) {
-    // A file is replaced rather than written to, which its folder tells.
+    // Most programs replace the file, which changes its folder.
     QDir().mkpath(QFileInfo(settings_.fileName()).path());
     QObject::connect(&watcher_, &QFileSystemWatcher::directoryChanged, [this] { look(); });
     QObject::connect(&watcher_, &QFileSystemWatcher::fileChanged, [this] { look(); });
@@ -24,7 +24,7 @@ SettingsFileWatcher::SettingsFileWatcher(Handlers handlers)
 void SettingsFileWatcher::watch() {
     watcher_.addPath(QFileInfo(settings_.fileName()).path());
     if (QFileInfo::exists(settings_.fileName())) {
-        // One that was replaced is no longer watched.
+        // A replaced file is no longer watched.
         watcher_.addPath(settings_.fileName());
     }
 }

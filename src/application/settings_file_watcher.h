@@ -9,15 +9,14 @@
 
 namespace zelvane {
 
-/// Notices that somebody else has written the settings file, an editor or another player, and tells
-/// of what has changed about captions: from then on the settings read as the file has them. What
-/// this process writes itself is told in the same way. Main thread.
+/// Watches the settings file for changes by other programs (an editor, another player) and by this
+/// one, reads the file again, and reports which caption settings changed. Main thread.
 class SettingsFileWatcher {
   public:
     struct Handlers {
         /// Some caption or audible setting has another value.
         std::function<void()> captionAppearanceDidChange;
-        /// The person's style has begun to replace that of files, or has ceased to.
+        /// The setting that the user's style replaces that of files changed.
         std::function<void()> useOfUserSpecifiedStyleDidChange;
     };
     /// Watches the file of SettingsStore.
@@ -30,7 +29,7 @@ class SettingsFileWatcher {
     QVariant usesOwnStyle() const;
 
     Handlers handlers_;
-    /// The store's twin: all objects of one file share its contents.
+    /// A second QSettings on the file of the store: Qt shares the contents between them.
     QSettings settings_;
     QFileSystemWatcher watcher_;
     QVariantMap captions_;

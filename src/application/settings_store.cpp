@@ -26,7 +26,8 @@ QVariant variantOf(const DefaultsValue& value) {
                 for (const auto& entry : held) {
                     list << qString(entry);
                 }
-                return list;
+                // The file format has no empty list: it would read as no value at all.
+                return list.isEmpty() ? QVariant(QString()) : QVariant(list);
             } else if constexpr (std::is_same_v<Held, std::int64_t>) {
                 return QVariant::fromValue<qlonglong>(held);
             } else {
@@ -36,7 +37,7 @@ QVariant variantOf(const DefaultsValue& value) {
         value);
 }
 
-/// An ini file keeps text only; the reader of a setting converts it to the type that it asks for.
+/// An ini file stores text only: UserDefaults converts it to the type that is asked for.
 DefaultsValue valueOf(const QVariant& variant) {
     if (variant.typeId() == QMetaType::QStringList) {
         std::vector<std::string> list;

@@ -18,7 +18,7 @@ class SettingsStore final : public UserDefaultsStore {
   public:
     SettingsStore();
 
-    /// Where the settings of this user lie, whether or not there are any.
+    /// The path of this user's settings file, which need not exist.
     static QString fileName();
 
     std::optional<DefaultsValue> read(std::string_view key) const override;
