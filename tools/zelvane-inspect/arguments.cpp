@@ -14,12 +14,12 @@ double numberFromText(const std::string& option, const std::string& value) {
             return number;
         }
     } catch (const std::logic_error&) {
-        // Told below, as for a number with something behind it.
+        // Reported below, as for a number followed by other characters.
     }
     throw UsageError("not a number: --" + option + " " + value);
 }
 
-/// Options without a value.
+/// Whether the option has no value.
 bool isFlag(const std::string& option) {
     return option == "--user-style";
 }

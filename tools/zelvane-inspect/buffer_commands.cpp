@@ -6,7 +6,7 @@
 
 #include "buffer_json.h"
 #include "commands.h"
-#include "foundation/checked_call.h"
+#include "foundation/status_error.h"
 #include "json_text.h"
 #include "opened_media.h"
 #include "track_reader.h"
@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::int32_t kMicroseconds = 1'000'000;
 
-/// Where to begin and how many buffers to show.
+/// The first time and the number of buffers to print.
 struct Range {
     std::optional<CMTime> from;
     double count;
@@ -76,7 +76,7 @@ int runFrames(const Arguments& arguments) {
     const auto source = openMedia(arguments.file());
     const auto track = chosenVideoTrack(*source, arguments);
     if (track == nullptr) {
-        throw UsageError("the file has no video track");
+        throw CommandError("the file has no video track");
     }
     TrackReader reader(source, track);
     forEachBuffer(reader, rangeOf(*source, arguments), [&](const CMSampleBuffer& buffer) {
@@ -90,7 +90,7 @@ int runAudio(const Arguments& arguments) {
     const auto source = openMedia(arguments.file());
     const auto track = chosenAudioTrack(*source, arguments);
     if (track == nullptr) {
-        throw UsageError("the file has no audio track");
+        throw CommandError("the file has no audio track");
     }
     const auto path = arguments.text("pcm");
     const File pcm = path ? createdFile(*path) : nullptr;

@@ -6,9 +6,10 @@
 
 namespace zelvane::inspect {
 
-/// All of a picture: its times as seconds from `start`, its format, and a digest of its pixels.
+/// A picture: its times in seconds from `start`, its format, attachments and a digest of its
+/// pixels.
 Json frameJson(const CMSampleBuffer& buffer, const CMTime& start);
-/// The same of a run of audio frames.
+/// The same for audio frames.
 Json audioJson(const CMSampleBuffer& buffer, const CMTime& start);
 
 } // namespace zelvane::inspect

@@ -3,14 +3,9 @@
 
 #include <array>
 
-extern "C" {
-#include <libavutil/mem.h>
-}
-
 #include <fmt/format.h>
 
 #include "core_media/ffmpeg_error.h"
-#include "foundation/checked_call.h"
 
 namespace zelvane::inspect {
 
@@ -85,9 +80,7 @@ std::string pictureDigest(const CVPixelBuffer& pixelBuffer) {
     if (const AVFrame* deviceFrame = pixelBuffer.deviceFrame()) {
         addPlanes(digest, *downloaded(*deviceFrame));
     } else {
-        checkedCoreVideoCall([&] { return pixelBuffer.lockBaseAddress(); });
         addPlanes(digest, pixelBuffer);
-        checkedCoreVideoCall([&] { return pixelBuffer.unlockBaseAddress(); });
     }
     return digest.finish();
 }

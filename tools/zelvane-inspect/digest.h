@@ -7,19 +7,16 @@
 #include <string>
 
 #include "core_media/cm_sample_buffer.h"
-
-extern "C" {
-#include <libavutil/sha.h>
-}
+#include "core_media/ffmpeg.h"
 
 namespace zelvane::inspect {
 
-/// SHA-256 (FIPS 180-4) of bytes given in pieces.
+/// SHA-256 (FIPS 180-4) of bytes that are added in parts.
 class Digest {
   public:
     Digest();
     void add(std::span<const std::uint8_t> bytes);
-    /// In lower-case hex. Once.
+    /// The digest in lower-case hex. May be called once.
     std::string finish();
 
   private:
@@ -31,11 +28,11 @@ class Digest {
 
 std::string hexText(std::span<const std::uint8_t> bytes);
 
-/// Of the visible bytes of each plane, row by row, without the padding of rows. A picture on a
-/// device is brought to memory first. Throws FFmpegError or SystemError.
+/// The digest of the visible bytes of each plane, row by row, without row padding. A picture on a
+/// device is downloaded first. Throws FFmpegError or SystemError.
 std::string pictureDigest(const CVPixelBuffer& pixelBuffer);
 
-/// Of all bytes of a chain.
+/// The digest of all blocks.
 std::string dataDigest(const CMBlockBuffer& data);
 
 } // namespace zelvane::inspect

@@ -11,7 +11,7 @@
 
 namespace zelvane::inspect {
 
-/// Remembers the first buffer that a renderer was given after its last flush. Any thread.
+/// Keeps the first buffer that a renderer received after its last flush. Any thread.
 class FirstBuffer {
   public:
     void clear() {
@@ -34,7 +34,7 @@ class FirstBuffer {
     CMSampleBufferRef buffer_;
 };
 
-/// Stands between a provider and a renderer, and tells what passes.
+/// Forwards to a renderer and keeps the first buffer after each flush.
 template <class Rendering>
 class WatchedRenderer : public Rendering {
   public:
@@ -95,6 +95,10 @@ class WatchedAudioRenderer final : public WatchedRenderer<AudioRendering> {
     void setAudioOutputDeviceUniqueID(std::optional<std::string> uniqueID) override {
         renderer().setAudioOutputDeviceUniqueID(std::move(uniqueID));
     }
+    float volume() const override { return renderer().volume(); }
+    void setVolume(float volume) override { renderer().setVolume(volume); }
+    bool isMuted() const override { return renderer().isMuted(); }
+    void setMuted(bool isMuted) override { renderer().setMuted(isMuted); }
 };
 
 } // namespace zelvane::inspect

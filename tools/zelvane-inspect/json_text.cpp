@@ -174,7 +174,7 @@ Json loadErrorJson(const MediaSource::LoadError& error) {
 }
 
 void printLine(const Json& json) {
-    // Titles of broken files may be no UTF-8.
+    // Titles of broken files may be invalid UTF-8.
     const auto text = json.dump(-1, ' ', false, Json::error_handler_t::replace);
     std::fputs((text + "\n").c_str(), stdout);
 }

@@ -9,25 +9,25 @@
 
 namespace zelvane::inspect {
 
-/// Keys stay in the order in which they are set, so that people can read the output.
+/// Keeps keys in the order in which they are set, for readable output.
 using Json = nlohmann::ordered_json;
 
-/// {"value", "timescale"}; null for a time that is no number.
+/// {"value", "timescale"}; null for a time that is not numeric.
 Json timeJson(const CMTime& time);
-/// Seconds from the media's start; null for a time that is no number.
+/// Seconds from the media's start; null for a time that is not numeric.
 Json secondsJson(const CMTime& time, const CMTime& start);
-/// Seconds of a span; null when it is unknown.
+/// A duration in seconds; null when it is unknown.
 Json secondsJson(const CMTime& span);
 
 Json trackJson(const VideoTrack& track);
 Json trackJson(const AudioTrack& track);
 Json trackJson(const SubtitlesTrack& track);
-/// With the artwork as its size, what it was encoded as, and a digest of its pixels.
+/// Artwork is given by its size, its coded format and a digest of its pixels.
 Json metadataJson(const MediaSource::OptionalMetadata& metadata);
 Json attachmentsJson(const CVAttachments& attachments);
 Json loadErrorJson(const MediaSource::LoadError& error);
 
-/// One line on standard output.
+/// Prints one line on standard output.
 void printLine(const Json& json);
 
 } // namespace zelvane::inspect

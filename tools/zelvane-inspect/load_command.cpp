@@ -10,18 +10,6 @@
 namespace zelvane::inspect {
 namespace {
 
-const char* name(MediaType mediaType) {
-    switch (mediaType) {
-    case MediaType::video:
-        return "video";
-    case MediaType::audio:
-        return "audio";
-    case MediaType::subtitles:
-        return "subtitles";
-    }
-    return "";
-}
-
 template <class Tracks>
 Json tracksJson(const Tracks& tracks) {
     Json json = Json::array();
@@ -43,7 +31,7 @@ int runLoad(const Arguments& arguments) {
     }
     const std::chrono::duration<double> attaching = std::chrono::steady_clock::now() - begin;
     Json json;
-    json["mediaType"] = name(source->mediaType());
+    json["mediaType"] = nameOf(source->mediaType());
     json["startTime"] = timeJson(source->startTime());
     json["duration"] = timeJson(source->duration());
     json["optionalMetadata"] = metadataJson(source->optionalMetadata());

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The engine on a terminal, for people who report bugs and for tests: JSON of what was loaded,
+// Runs the engine on a terminal, for bug reports and tests, and prints JSON about what was loaded,
 // decoded and played.
 
 #include <cstdio>
@@ -31,10 +31,10 @@ constexpr const char* kUsage =
     "  seek FILE --to S [--to S]...\n"
     "  picture FILE --at S --size WxH [--primary N] [--secondary N] [--external SIDE]... -o "
     "OUT.png\n"
-    "A track is named by its stream index; times are seconds from the media's start. picture "
-    "shows\n"
-    "subtitles only where tracks are named: one at the bottom, one at the top. The tracks of side\n"
-    "files count on from the file's last, in the order in which they are given.\n";
+    "N is a stream index; times are seconds from the media's start. --primary and --secondary "
+    "show\n"
+    "subtitles at the bottom and at the top. Tracks of side files are numbered after the file's\n"
+    "last stream, in the order of the options.\n";
 
 constexpr int kFailed = 1;
 constexpr int kMisused = 2;
@@ -55,6 +55,9 @@ int run(int argc, char** argv) {
     } catch (const UsageError& error) {
         fmt::print(stderr, "zelvane-inspect: {}\n{}", error.what(), kUsage);
         return kMisused;
+    } catch (const CommandError& error) {
+        fmt::print(stderr, "zelvane-inspect: {}\n", error.what());
+        return kFailed;
     } catch (const MediaSource::LoadError& error) {
         printLine(loadErrorJson(error));
         return kFailed;

@@ -25,7 +25,7 @@ class PlainMainLoop final : public MainLoop {
         }
     }
     std::shared_ptr<VideoPresenter> openWindow(const CGSize& /*pictureSize*/) override {
-        fatalError("A window was asked for on a loop without windows.");
+        fatalError("This main loop cannot open a window.");
     }
     bool isClosed() const override { return false; }
 
@@ -42,7 +42,7 @@ std::unique_ptr<MainLoop> MainLoop::make(bool withWindow) {
 #ifdef ZELVANE_DESKTOP
     return makeDesktopMainLoop();
 #else
-    throw UsageError("this build has no windows");
+    throw CommandError("this build has no windows");
 #endif
 }
 

@@ -10,27 +10,27 @@
 
 namespace zelvane::inspect {
 
-/// The main queue of this program and what runs it: the toolkit's event loop where a window is
-/// wanted, a plain one elsewhere. Main thread.
+/// The main queue of the program and the loop that runs it: Qt's event loop with a window,
+/// otherwise a simple loop. Main thread.
 class MainLoop {
   public:
     using Deadline = std::chrono::steady_clock::time_point;
 
-    /// Throws UsageError when a window is wanted and this build has no desktop.
+    /// Throws CommandError when `withWindow` is set in a build without the desktop.
     static std::unique_ptr<MainLoop> make(bool withWindow);
     virtual ~MainLoop() = default;
 
-    /// Runs what comes until `done` says so or the time is out.
+    /// Runs tasks and events until `done` returns true or the deadline passes.
     virtual void runUntil(const std::function<bool()>& done, Deadline deadline) = 0;
-    /// A window for a picture of that size, and what draws in it. Once.
+    /// Opens a window for a picture of that size and returns its presenter. May be called once.
     virtual std::shared_ptr<VideoPresenter> openWindow(const CGSize& pictureSize) = 0;
-    /// Whether the person has closed the window.
+    /// Whether the user has closed the window.
     virtual bool isClosed() const = 0;
-    /// Lets work that is under way come to its end.
+    /// Runs until pending work has finished, for at most 3 s.
     void drain();
 };
 
-/// Only in a build with the desktop.
+/// Exists only in builds with the desktop.
 std::unique_ptr<MainLoop> makeDesktopMainLoop();
 
 } // namespace zelvane::inspect

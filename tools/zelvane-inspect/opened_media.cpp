@@ -17,7 +17,7 @@ std::shared_ptr<Track> trackOfStream(const std::vector<std::shared_ptr<Track>>& 
         return track->streamIndex() == streamIndex;
     });
     if (found == tracks.end()) {
-        throw UsageError(fmt::format("stream {} is no {} track", streamIndex, kind));
+        throw CommandError(fmt::format("stream {} is not a track of type {}", streamIndex, kind));
     }
     return *found;
 }

@@ -9,16 +9,15 @@
 
 namespace zelvane::inspect {
 
-/// Opens a file by its path, or a URL with a scheme. Throws MediaSource::LoadError.
+/// Opens a path, or a URL with a scheme. Throws MediaSource::LoadError.
 std::shared_ptr<MediaSource> openMedia(const std::string& file);
 
-/// Where to seek for what a command line calls `seconds`. Times are written down with six places,
-/// and then the start of a frame may lie before the frame by half of the last: a target means the
-/// frame that begins no more than this after it.
+/// The seek target for a time on the command line. A frame's start written with six decimal places
+/// can be up to half a microsecond before the frame, so the target is one microsecond later.
 CMTime targetFromSeconds(double seconds);
 
-/// The track that --track names, or the one that would be played. Null when there is none at all;
-/// throws UsageError when the named stream is no such track.
+/// The track of the stream in --track, or the default track; null if the file has none. Throws
+/// CommandError when that stream is not such a track.
 std::shared_ptr<VideoTrack> chosenVideoTrack(const MediaSource& source, const Arguments& arguments);
 std::shared_ptr<AudioTrack> chosenAudioTrack(const MediaSource& source, const Arguments& arguments);
 

@@ -16,11 +16,11 @@
 #include "json_text.h"
 #include "main_loop.h"
 #include "media_player/playback/media_player.h"
-#include "media_player/subtitles_view/subtitles_view.h"
 #include "opened_media.h"
 #include "player_assembly/player_assembly.h"
 #include "player_window/picture_view.h"
 #include "side_file.h"
+#include "subtitles_view/subtitles_view.h"
 
 namespace zelvane::inspect {
 namespace {
@@ -69,7 +69,7 @@ PictureOptions pictureOptions(const Arguments& arguments) {
             arguments.texts("external")};
 }
 
-/// The stream index behind the last track of the file itself.
+/// The index after the last stream of the file.
 std::uint32_t firstFreeIndex(const MediaSource& source) {
     std::uint32_t next = 0;
     const auto count = [&](const auto& tracks) {
@@ -100,11 +100,10 @@ std::shared_ptr<SubtitlesTrack> subtitlesTrack(const MediaSource& source,
             return track;
         }
     }
-    throw UsageError(fmt::format("stream {} is no subtitles track", *index));
+    throw CommandError(fmt::format("stream {} is not a track of type subtitles", *index));
 }
 
-/// Draws nothing on a screen, and in memory with the processor alone, so that every machine draws
-/// the same.
+/// Draws in memory on the CPU, without a screen, so that every machine draws the same picture.
 std::unique_ptr<MainLoop> makeOffscreenLoop() {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qunsetenv("DISPLAY");
@@ -112,35 +111,35 @@ std::unique_ptr<MainLoop> makeOffscreenLoop() {
     return MainLoop::make(true);
 }
 
-/// Does not wait for the next frame's time: the clock stands, and the one that is due is drawn when
-/// it is asked for.
-PlayerParts makeStandingParts() {
+/// The display layer draws the due frame on request instead of waiting for its time: the clock is
+/// paused.
+PlayerParts makePausedParts() {
     PlayerParts parts = makePlayerParts(SoundOutput::none);
     parts.displayLayer = std::make_shared<SampleBufferDisplayLayer>(
         HostClock::system(), SampleBufferDisplayLayer::Drive::byHand);
     return parts;
 }
 
-/// A paused player and the picture that its window would have.
+/// A paused player and the picture view of its window.
 class PicturePlayer {
   public:
     explicit PicturePlayer(const std::string& file)
-        : loop_(makeOffscreenLoop()), source_(openMedia(file)), parts_(makeStandingParts()),
+        : loop_(makeOffscreenLoop()), source_(openMedia(file)), parts_(makePausedParts()),
           pictureView_(std::make_unique<PictureView>(nullptr)) {
         const auto video = defaultTracks(*source_).video;
         if (!video) {
-            throw UsageError("the file has no picture");
+            throw CommandError("the file has no video track");
         }
         auto environment = playerEnvironment(parts_);
-        environment.makeSubtitlesRenderer = makeSubtitlesView;
+        environment.primarySubtitlesRenderer = subtitlesViews_.primary;
+        environment.secondarySubtitlesRenderer = subtitlesViews_.secondary;
         TrackSelection tracks;
         tracks.video = video;
         makeMediaPlayer(environment, source_, tracks, std::nullopt, dispatch::mainQueue(),
                         [this](const std::shared_ptr<MediaPlayer>& made) { player_ = made; });
         runUntil([this] { return player_ != nullptr; });
         parts_.displayLayer->setPresenter(pictureView_->presenter());
-        pictureView_->addSubtitles(subtitlesView(SubtitlesPosition::primary),
-                                   subtitlesView(SubtitlesPosition::secondary));
+        pictureView_->addSubtitles(subtitlesViews_.primary, subtitlesViews_.secondary);
     }
     ~PicturePlayer() {
         pictureView_ = nullptr;
@@ -171,9 +170,7 @@ class PicturePlayer {
         return pictureView_->grab().toImage();
     }
 
-    std::size_t shownSubtitles(SubtitlesPosition position) const {
-        return subtitlesView(position)->subtitleViews().size();
-    }
+    const SubtitlesViews& subtitlesViews() const { return subtitlesViews_; }
 
   private:
     void seek(double seconds) {
@@ -182,17 +179,16 @@ class PicturePlayer {
                                      [&] { isThere = true; });
         runUntil([&] { return isThere; });
     }
-    /// Shows all that is due. A subtitle that begins with the picture is read right behind it, and
-    /// the person's text style, which becomes known about now, has all sought once more.
+    /// Shows everything that is due. Subtitles that begin with the picture are read after it.
     void settle() {
         constexpr int kRounds = 3;
         for (int i = 0; i < kRounds; ++i) {
             parts_.displayLayer->service();
             loop_->drain();
-            letPassWhatWaits();
+            waitForMainQueue();
         }
     }
-    void letPassWhatWaits() {
+    void waitForMainQueue() {
         bool hasPassed = false;
         dispatch::mainQueue()->async([&] { hasPassed = true; });
         runUntil([&] { return hasPassed; });
@@ -200,13 +196,11 @@ class PicturePlayer {
     void runUntil(const std::function<bool()>& done) {
         loop_->runUntil(done, MainLoop::Deadline::max());
     }
-    std::shared_ptr<SubtitlesView> subtitlesView(SubtitlesPosition position) const {
-        return std::dynamic_pointer_cast<SubtitlesView>(player_->subtitlesRenderer(position));
-    }
 
     std::unique_ptr<MainLoop> loop_;
     std::shared_ptr<MediaSource> source_;
     PlayerParts parts_;
+    SubtitlesViews subtitlesViews_ = makeSubtitlesViews(parts_.renderSynchronizer);
     std::unique_ptr<PictureView> pictureView_;
     std::shared_ptr<MediaPlayer> player_;
     ExternalSubtitlesTracks external_;
@@ -220,14 +214,14 @@ int runPicture(const Arguments& arguments) {
     player.selectSubtitles(options);
     const QImage picture = player.pictureAt(options.seconds, options.size);
     if (!picture.save(QString::fromStdString(options.out), "PNG")) {
-        throw UsageError("cannot write " + options.out);
+        throw CommandError("cannot write " + options.out);
     }
     printLine({{"picture", options.out},
                {"width", picture.width()},
                {"height", picture.height()},
                {"subtitles",
-                {{"primary", player.shownSubtitles(SubtitlesPosition::primary)},
-                 {"secondary", player.shownSubtitles(SubtitlesPosition::secondary)}}}});
+                {{"primary", player.subtitlesViews().primary->subtitleViews().size()},
+                 {"secondary", player.subtitlesViews().secondary->subtitleViews().size()}}}});
     return 0;
 }
 
@@ -238,7 +232,7 @@ int runPicture(const Arguments& arguments) {
 namespace zelvane::inspect {
 
 int runPicture(const Arguments& /*arguments*/) {
-    throw UsageError("this build has no windows");
+    throw CommandError("this build has no windows");
 }
 
 } // namespace zelvane::inspect

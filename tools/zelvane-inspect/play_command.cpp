@@ -23,7 +23,7 @@ struct PlayOptions {
     SoundOutput sound = SoundOutput::none;
     bool showsWindow = false;
     float rate = 1;
-    /// Of wall time; none plays to the end.
+    /// Wall time to play; none plays to the end.
     std::optional<double> seconds;
 };
 
@@ -48,7 +48,7 @@ PlayOptions playOptions(const Arguments& arguments) {
         choice<bool>(arguments, "video", "null", {{"null", false}, {"window", true}});
     options.rate = static_cast<float>(arguments.number("rate").value_or(1));
     if (!(options.rate > 0)) {
-        throw UsageError("a rate is above 0");
+        throw UsageError("--rate must be above 0");
     }
     options.seconds = arguments.number("for");
     return options;
@@ -58,7 +58,7 @@ Json finiteOrNull(double value) {
     return std::isfinite(value) ? Json(value) : Json(nullptr);
 }
 
-/// A player over the file, driven by the loop of this program.
+/// A player of the file, run by the main loop of this program.
 class Playback {
   public:
     Playback(const Arguments& arguments, const PlayOptions& options)

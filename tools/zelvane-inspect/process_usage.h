@@ -5,9 +5,9 @@
 
 namespace zelvane::inspect {
 
-/// What this process has taken of the machine so far.
+/// The resources that this process has used so far.
 struct ProcessUsage {
-    /// Of all threads, in user and system mode.
+    /// User and system time of all threads.
     double cpuSeconds = 0;
     /// The largest resident set, in bytes.
     std::int64_t peakMemory = 0;

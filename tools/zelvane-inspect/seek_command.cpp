@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// A paused player whose renderers are watched.
+/// A paused player with watched renderers.
 class SeekingPlayer {
   public:
     explicit SeekingPlayer(const std::string& file)
@@ -64,16 +64,8 @@ class SeekingPlayer {
   private:
     MediaPlayerEnvironment environment() const {
         auto environment = playerEnvironment(parts_);
-        environment.makeDisplayLayer = [this] {
-            ClockedRenderer<VideoRendering> renderer(parts_.displayLayer);
-            renderer.rendering = picture_;
-            return renderer;
-        };
-        environment.makeAudioRenderer = [this] {
-            ClockedRenderer<AudioRendering> renderer(parts_.audioRenderer);
-            renderer.rendering = sound_;
-            return renderer;
-        };
+        environment.displayLayer.rendering = picture_;
+        environment.audioRenderer.rendering = sound_;
         return environment;
     }
 

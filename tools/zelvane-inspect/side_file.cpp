@@ -21,7 +21,7 @@ std::shared_ptr<ExternalSubtitlesTrack> chosenTrack(const ExternalSubtitlesTrack
         return !index || track->streamIndex() == *index;
     });
     if (found == tracks.end()) {
-        throw UsageError(fmt::format("stream {} is no subtitles track", *index));
+        throw CommandError(fmt::format("stream {} is not a track of type subtitles", *index));
     }
     return *found;
 }

@@ -12,25 +12,26 @@
 
 namespace zelvane::inspect {
 
-/// Attaches a side file as the player does, and waits for it. Throws MediaSource::LoadError.
+/// Attaches a side file as the player does, and waits for the result. Throws
+/// MediaSource::LoadError.
 ExternalSubtitlesTracks attachSideFile(const std::shared_ptr<MediaSource>& source,
                                        const std::string& side);
 
-/// The facts of a track of a side file, and "encoding": what its text is written in.
+/// The values of a side file's track, and "encoding": the character encoding of its text.
 Json externalTrackJson(const ExternalSubtitlesTrack& track);
 
-/// What becomes of the packets of a side file.
+/// Receives the decoded packets of a side file.
 struct SideFileReceiver {
     std::function<void(const SubtitlesFrame& frame)> frame;
-    /// A packet whose frame cannot be shown, and where it would have begun, in seconds.
+    /// A packet whose frame cannot be shown, and its start in seconds.
     std::function<void(const std::exception& error, std::optional<double> start)> lost;
 };
 
-/// Opens the file, attaches the side file that --external names, and decodes to its end the track
-/// that --track names, or the first. Throws MediaSource::LoadError, UsageError, FFmpegError.
+/// Opens the file, attaches the side file in --external, and decodes the track in --track, or the
+/// first one, to its end. Throws MediaSource::LoadError, CommandError, FFmpegError.
 void readExternalSubtitles(const Arguments& arguments, const SideFileReceiver& receiver);
 
-/// With --user-style, puts the person's style in the place of what files ask for.
+/// With --user-style, uses the user's style instead of the styles in files.
 void applyUserStyle(const Arguments& arguments);
 
 } // namespace zelvane::inspect

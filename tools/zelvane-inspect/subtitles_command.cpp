@@ -33,8 +33,8 @@ AVStream& chosenStream(const AVFormatContext& context, const Arguments& argument
         return isSubtitles(stream) && (!index || stream->index == *index);
     });
     if (found == streams.end()) {
-        throw UsageError(index ? fmt::format("stream {} is no subtitles track", *index)
-                               : std::string("the file has no subtitles track"));
+        throw CommandError(index ? fmt::format("stream {} is not a track of type subtitles", *index)
+                                 : std::string("the file has no subtitles track"));
     }
     return **found;
 }
@@ -45,7 +45,7 @@ void discardOthers(const AVFormatContext& context, const AVStream& wanted) {
     }
 }
 
-/// Read from its first packet on, which a seek does not find in every format.
+/// Opened separately and read from the first packet: not every format can seek to it.
 ffmpeg::InputContext openedFile(const std::string& file) {
     AVFormatContext* opened = nullptr;
     checkedFFmpegCall([&] { return avformat_open_input(&opened, file.c_str(), nullptr, nullptr); });
@@ -54,13 +54,13 @@ ffmpeg::InputContext openedFile(const std::string& file) {
     return context;
 }
 
-/// A subtitle, or a whole track, that is not shown: why, and where it would have begun.
+/// Reports a subtitle or a track that cannot be shown, with the reason and its start.
 void printLost(const std::exception& error, const Json& start) {
     const Json json{{"lost", errorDescriptionText(error)}, {"start", start}};
     fmt::print(stderr, "{}\n", json.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 
-/// Null at the end of the file. A file that is cut short ends there.
+/// Null at the end of the file, also of a truncated one.
 std::unique_ptr<Packet> readPacket(AVFormatContext& context) {
     ffmpeg::AVPacketHandle packet(checkedFFmpegAllocation(av_packet_alloc()));
     const int status = av_read_frame(&context, packet.get());

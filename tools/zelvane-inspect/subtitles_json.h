@@ -6,8 +6,8 @@
 
 namespace zelvane::inspect {
 
-/// {"start", "end", "kind"}, and "text", "items" or "images" as the kind has it. Times are on the
-/// file's own time line.
+/// {"start", "end", "kind"} and, depending on the kind, "text", "items" or "images". Times are on
+/// the file's timeline.
 Json subtitlesFrameJson(const SubtitlesFrame& frame);
 
 } // namespace zelvane::inspect

@@ -11,17 +11,17 @@
 
 namespace zelvane::inspect {
 
-/// Reads one video or audio track through source, session and packaging, a buffer at a time, as the
-/// player's providers do. A damaged packet costs a gap, as there. One thread.
+/// Reads and decodes one video or audio track, one buffer at a time, as the player's providers do.
+/// A damaged packet leaves a gap. One thread.
 class TrackReader {
   public:
     TrackReader(std::shared_ptr<PacketSource> source, std::shared_ptr<VideoTrack> track);
     TrackReader(std::shared_ptr<PacketSource> source, std::shared_ptr<AudioTrack> track);
 
-    /// The next buffers begin with the one that covers `target`, on the file's own time line.
-    /// Throws FFmpegError.
+    /// Continues with the buffer that covers `target`, a time on the file's timeline. Throws
+    /// FFmpegError.
     void seek(const CMTime& target);
-    /// Null at the end. Throws FFmpegError when the file cannot be read on.
+    /// Null at the end. Throws FFmpegError when reading fails.
     CMSampleBufferRef next();
 
   private:
