@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Bytes as a script: its header, and each of its lines both as a dialogue and as an event.
+// Decodes bytes as an ASS script: the header, and each line both as a dialogue and as an event.
 // seeds: ass-scripts
 
 #include <algorithm>
@@ -21,7 +21,7 @@ void decodeDialogs(ASSDecoder& decoder, std::string_view text) {
         try {
             decoder.formattedTextSubtitle(dialog);
         } catch (const Error&) {
-            // A malformed block loses its line.
+            // A malformed block loses only its line.
             continue;
         }
     }
@@ -43,7 +43,7 @@ void decode(const std::string& header, ASSHeaderOrigin origin, std::string_view 
         ASSDecoder decoder(header, origin, sharedSubtitleTextStyling());
         decodeLines(decoder, text);
     } catch (const Error&) {
-        // A header that cannot be used.
+        // The header is unusable.
         return;
     }
 }

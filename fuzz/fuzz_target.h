@@ -10,11 +10,11 @@
 namespace zelvane::fuzz {
 
 using Bytes = std::span<const std::uint8_t>;
-/// Must end for any bytes, within seconds and some hundred megabytes, without a report.
+/// Must return for any bytes within seconds, with less than 512 MB, without a sanitizer report.
 using Target = void (*)(Bytes);
 
-/// The targets of the program by name. Those of all files in the program that replays what was
-/// found, none in the programs of libFuzzer.
+/// The targets of the program by name: all of them in the program that replays findings, none in
+/// the libFuzzer programs.
 inline std::map<std::string, Target>& targets() {
     static std::map<std::string, Target> byName;
     return byName;
@@ -24,7 +24,8 @@ struct TargetRegistration {
     TargetRegistration(const char* name, Target target) { targets().emplace(name, target); }
 };
 
-/// Does what a program does first, once, and silences the logs: hostile input fills them.
+/// Initialises the process once, as main() does, and disables the log, which hostile input would
+/// fill.
 void prepare();
 
 } // namespace zelvane::fuzz

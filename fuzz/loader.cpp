@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// A media file of any bytes: loaded, some of each track decoded, and sought in.
+// Loads any bytes as a media file, decodes the start of each track, and seeks.
 //
 // seeds: codecs containers metadata seeking broken hdr rotated
 
@@ -20,12 +20,12 @@ using namespace zelvane;
 
 constexpr int kPacketCount = 50;
 
-/// Damage costs what it hits: this is where a player goes on.
+/// Ignores errors where a player continues after them.
 template <class Work>
 void survive(Work&& work) {
     try {
         work();
-    } catch (const Error&) { // Told in the log, and no more.
+    } catch (const Error&) { // The player logs it and continues.
     }
 }
 

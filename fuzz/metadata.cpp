@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Bytes as a picture that a file brings, and as tags: "key=value" in each line.
+// Decodes bytes as embedded artwork, and as tags with one "key=value" in each line.
 
 #include <algorithm>
 #include <string>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Bytes of any kind as the text of a subtitles file: what comes out is UTF-8.
+// Reads any bytes as the text of a subtitle file. The result must be UTF-8.
 // seeds: subtitles/encodings
 
 #include <cstdlib>
@@ -21,7 +21,7 @@ void require(bool holds) {
     }
 }
 
-/// As the packets of a container: in two pieces, whatever format the bytes are in.
+/// Adds the bytes in two parts, as the packets of a container.
 void detectInPieces(std::string_view bytes) {
     zelvane::TextEncodingEvidence evidence;
     evidence.add(bytes.substr(0, bytes.size() / 2));

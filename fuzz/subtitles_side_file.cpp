@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Bytes of any kind as a side file, on the whole road from the disk to frames, with seeks on the
-// way. What cannot be attached or decoded is told by typed errors, and nothing else happens.
-// seeds: subtitles/sides
+// Attaches any bytes as a side file, decodes its frames, and seeks. Input that cannot be attached
+// or decoded must only throw typed errors. seeds: subtitles/sides
 
 #include <cstdlib>
 #include <string>
@@ -22,7 +21,7 @@ void decode(const ExternalSubtitlesTrack& track, const Packet& packet) {
                 std::abort();
             }
         }
-    } catch (const Error&) { // A lost frame, told by its reason.
+    } catch (const Error&) { // The frame is lost.
     }
 }
 
@@ -49,7 +48,7 @@ void seek(const ExternalSubtitlesTrack& track, const CMTime& time) {
 }
 
 void readWithSeeks(const ExternalSubtitlesTrack& track) {
-    constexpr int kEverything = 10'000;
+    constexpr int kAllPackets = 10'000;
     track.externalMediaSource()->visualTracksQueue()->sync([&] {
         readSome(track, 3);
         for (const CMTime& time : {CMTime(5, 1), kCMTimeZero, CMTime(100'000, 1)}) {
@@ -57,7 +56,7 @@ void readWithSeeks(const ExternalSubtitlesTrack& track) {
             readSome(track, 2);
         }
         seek(track, kCMTimeZero);
-        readSome(track, kEverything);
+        readSome(track, kAllPackets);
     });
 }
 
@@ -71,6 +70,6 @@ ZELVANE_FUZZ_TARGET(subtitles_side_file, bytes) {
         for (const auto& track : external.externalSubtitlesTracks) {
             readWithSeeks(*track);
         }
-    } catch (const Error&) { // Not attached, or not read on.
+    } catch (const Error&) { // Attaching or reading failed.
     }
 }

@@ -11,8 +11,8 @@
 
 namespace zelvane::fuzz {
 
-/// A file of these bytes in memory, so that a million runs do not wear out a disk. Demuxers may
-/// open its path as often as they like while it lives.
+/// A file in memory, so that a million runs do not write to a disk. Demuxers may open its path any
+/// number of times during its lifetime.
 class MemoryFile {
   public:
     explicit MemoryFile(Bytes bytes) : descriptor_(memfd_create("fuzz", MFD_CLOEXEC)) {

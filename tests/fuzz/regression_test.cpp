@@ -1,33 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What the fuzzers once found, through the same functions in which they found it.
+// Replays findings of the fuzzers through the targets that found them.
 
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include "fuzz/fuzz_target.h"
+#include "tests/support/clips.h"
 
 namespace zelvane {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string bytesOf(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kMemoryTells = false;
+constexpr bool kMeasuresMemory = false;
 #else
-constexpr bool kMemoryTells = true;
+constexpr bool kMeasuresMemory = true;
 #endif
 
-/// The most that the process ever had, in kilobytes.
+/// The largest resident set of the process, in KiB.
 long peakMemory() {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
@@ -35,30 +30,30 @@ long peakMemory() {
 }
 
 void replay(fuzz::Target target, const fs::path& file) {
-    // As much as the fuzzers give, and more for sanitizers on a busy machine.
+    // The limit of the fuzzers is 5 s; sanitizers on a busy machine need more.
     constexpr std::chrono::seconds kLimit{20};
     SCOPED_TRACE(file);
-    const std::string bytes = bytesOf(file);
+    const std::string bytes = test::bytesOf(file);
     const auto start = std::chrono::steady_clock::now();
     target({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
     EXPECT_LT(std::chrono::steady_clock::now() - start, kLimit);
-    if (kMemoryTells) {
+    if (kMeasuresMemory) {
         EXPECT_LT(peakMemory(), 512 * 1024);
     }
 }
 
-TEST(Regression, whatWasFoundOnceIsHarmless) {
+TEST(Regression, replaysEachFindingWithinItsLimits) {
     fuzz::prepare();
     for (const auto& folder : fs::directory_iterator(ZELVANE_REGRESSION_FOLDER)) {
         const auto target = fuzz::targets().find(folder.path().filename());
-        ASSERT_NE(target, fuzz::targets().end()) << folder.path() << " is of no target";
+        ASSERT_NE(target, fuzz::targets().end()) << folder.path() << " has no target";
         for (const auto& file : fs::directory_iterator(folder)) {
             replay(target->second, file.path());
         }
     }
 }
 
-TEST(Regression, eachTargetTakesNothing) {
+TEST(Regression, eachTargetAcceptsEmptyInput) {
     fuzz::prepare();
     EXPECT_FALSE(fuzz::targets().empty());
     for (const auto& [name, target] : fuzz::targets()) {
