@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// How long the raster presenter takes for one picture of 1920x1080, for each kind of picture and
-// screen: processor time when one thread does it, wall time when all processors share it. All kinds
-// take turns in one run, so that a busy moment hits them alike.
+// Measures the raster presenter on one picture of 1920x1080, for each kind of picture and screen:
+// processor time on one thread, and wall time on all processors. All kinds take turns in one run,
+// so that load by other programs affects them equally.
 //
 //   color-conversion [ROUNDS]
 
@@ -72,7 +72,7 @@ const Kind kKinds[] = {
     {"HDR HLG, 10 bit, on a P3 screen", k10Bit, k2020, kHLG, kBy2020, kHDRBar, true},
 };
 
-/// A slope across the picture with grain on it: neighbours differ, as in a film, but not wildly.
+/// A gradient with grain: neighbouring pixels differ a little, as in a film.
 void fill(const CVPixelBuffer& picture) {
     std::mt19937 random(11);
     for (int plane = 0; plane < picture.planeCount(); ++plane) {
@@ -102,7 +102,7 @@ CVPixelBufferRef makePicture(const Kind& kind) {
     fill(*picture);
     const auto attach = [&](std::string_view key, std::string_view value) {
         if (!value.empty()) {
-            picture->setAttachment(key, std::string(value), CVAttachmentMode::shouldPropagate);
+            picture->setAttachment(key, std::string(value));
         }
     };
     attach(kCVImageBufferColorPrimariesKey, kind.primaries);
@@ -111,7 +111,7 @@ CVPixelBufferRef makePicture(const Kind& kind) {
     return picture;
 }
 
-/// The profile of a screen with the primaries of P3 and a gamma of 2.2.
+/// The ICC profile of a screen with P3 primaries and gamma 2.2.
 DisplayColor wideScreen() {
     const cmsCIExyY white{0.3127, 0.3290, 1};
     const cmsCIExyYTRIPLE primaries{{0.680, 0.320, 1}, {0.265, 0.690, 1}, {0.150, 0.060, 1}};
@@ -133,7 +133,7 @@ class Contest {
     explicit Contest(const Kind& kind)
         : kind_(kind), picture_(makePicture(kind)), alone_(displayOf(kind), 1),
           together_(displayOf(kind)), target_(kBytesPerRow * kHeight) {
-        // Tables are made at the first picture.
+        // The first picture creates the tables.
         convert(alone_);
         convert(together_);
     }
@@ -155,7 +155,7 @@ class Contest {
     static DisplayColor displayOf(const Kind& kind) {
         return kind.hasWideScreen ? wideScreen() : DisplayColor{};
     }
-    /// Milliseconds of the clock.
+    /// Wall time in milliseconds.
     double convert(RasterConverter& converter, clockid_t clock = CLOCK_MONOTONIC) {
         const double begin = now(clock);
         converter.convert(*picture_, target_, kBytesPerRow);
@@ -186,7 +186,7 @@ void runContests(int rounds) {
         contests.push_back(std::make_unique<Contest>(kind));
     }
     for (int round = 0; round < rounds; ++round) {
-        // Other work comes between a film's pictures too.
+        // Other work evicts the caches between the pictures of a film, too.
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
         for (const auto& contest : contests) {
             contest->run();

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Measures the player against ffmpeg and mpv on clips that it makes itself.
+"""Measures the player against ffmpeg and mpv on generated clips, and prints tables.
 
-Machines are noisy, so each figure is the median of pairs: ours and theirs run one after the other, in
-turns, in one go, and the ratio of each pair is taken.
+Each figure is the median of pairs: our program and the public tool run alternately, and each pair gives
+a ratio. Clips and raw results are stored in build/benchmark.
 """
 import argparse
 import json
@@ -15,7 +15,9 @@ import subprocess
 import sys
 import time
 
+import marked_film
 import seeking
+import window
 from seek_players import Mpv
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -23,7 +25,7 @@ WORK = ROOT / "build" / "benchmark"
 INSPECT = ROOT / "build" / "release" / "tools" / "zelvane-inspect"
 XVFB = ["xvfb-run", "-a", "-s", "-screen 0 1920x1200x24 +extension GLX"]
 
-# Moving detail and grain, so that decoders have real work; a tone for the sound.
+# Moving detail and grain give decoders realistic work.
 PICTURE = "testsrc2=s={size}:r=30:d={seconds},noise=alls=12:allf=t"
 TONE = "sine=f=440:r=48000:d={seconds}"
 CLIPS = {
@@ -68,7 +70,7 @@ Format: Layer, Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text
 
 
 def made(name, inputs, codec):
-    """The clip, made by ffmpeg when it is first asked for."""
+    """The path of a clip, which ffmpeg generates on first use."""
     path = WORK / name
     if not path.exists():
         WORK.mkdir(parents=True, exist_ok=True)
@@ -85,8 +87,17 @@ def clip(name):
     return made(name, [PICTURE.format(**recipe), TONE.format(**recipe)], recipe["codec"])
 
 
+def marked(size, seconds, rate):
+    """A film whose pictures state their number."""
+    width, height = size.split("x")
+    codec = (f"-pix_fmt yuv420p -c:v libx264 -preset veryfast -b:v {rate} -g 60"
+             " -c:a aac -b:a 160k")
+    return made(f"marked-{height}p.mp4",
+                [marked_film.recipe(size, seconds), TONE.format(seconds=seconds)], codec)
+
+
 def transport_stream():
-    """The first clip once more, in a container without an index."""
+    """The first clip in a container without an index."""
     path = WORK / "h264-1080p.ts"
     if not path.exists():
         unfinished = WORK / "unfinished-h264-1080p.ts"
@@ -97,7 +108,7 @@ def transport_stream():
 
 
 def timed(command):
-    """Runs under GNU-time-like accounting: wall and CPU seconds and the peak memory of the command."""
+    """Runs a command. Returns its wall and CPU seconds, peak memory in bytes and output."""
     begin = time.monotonic()
     process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                stderr=subprocess.DEVNULL)
@@ -110,7 +121,7 @@ def timed(command):
 
 
 def pairs(count, ours, theirs):
-    """Results of both commands, in turns; who begins alternates too."""
+    """Results of both commands, run alternately; the order within a pair alternates too."""
     results = []
     for i in range(count):
         if i % 2:
@@ -131,11 +142,12 @@ def median(results, side, key):
 
 
 def threads():
-    """The decoder threads that the player takes here."""
+    """The number of decoder threads that the player uses on this machine."""
     return max(1, (os.cpu_count() or 1) - 2)
 
 
 def bench_decode(count):
+    """decoding whole files, against ffmpeg"""
     print(f"\nWhole-file decode, {threads()} decoder thread(s), {count} pairs\n")
     print("| Clip | ours s | ffmpeg s | wall ratio | ours CPU s | ffmpeg CPU s |")
     print("|---|---|---|---|---|---|")
@@ -160,8 +172,8 @@ def play_commands(path, seconds):
 
 
 def under_xvfb(section, count):
-    """Runs a section of this program again on a virtual display; whether it did. Inside that run it
-    does nothing. So the display's own work is in nobody's account."""
+    """Runs a section of this program again in a child on a virtual display, so that the display's work
+    is not measured. Returns False in that child."""
     if os.environ.get("ZELVANE_BENCHMARK_DISPLAY"):
         return False
     environment = dict(os.environ, ZELVANE_BENCHMARK_DISPLAY="1")
@@ -171,6 +183,7 @@ def under_xvfb(section, count):
 
 
 def bench_play(count):
+    """playing in a window, against mpv"""
     if under_xvfb("play", count):
         return
     path = str(clip("h264-720p.mp4"))
@@ -200,7 +213,7 @@ def resident(pid):
 
 
 def memory_over_time(command, moments):
-    """The resident memory at each of the moments, in seconds from the start."""
+    """The resident memory in bytes at each moment, in seconds from the start, and its peak."""
     begin = time.monotonic()
     process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                                stderr=subprocess.DEVNULL)
@@ -213,6 +226,7 @@ def memory_over_time(command, moments):
 
 
 def bench_memory(count):
+    """resident memory while playing for a minute, against mpv"""
     if under_xvfb("memory", count):
         return
     path = str(clip("h264-720p.mp4"))
@@ -227,6 +241,7 @@ def bench_memory(count):
 
 
 def bench_open(count):
+    """opening files, against ffprobe"""
     print(f"\nOpening, {max(count, 9)} pairs\n")
     print("| Clip | ours s | ffprobe s | ratio |")
     print("|---|---|---|---|")
@@ -239,14 +254,15 @@ def bench_open(count):
 
 
 def bench_sound(count):
+    """distance of sound and picture from the clock"""
     if under_xvfb("sound", count):
         return
     meter = built("sound-in-step")
     clicks = str(made("clicks.mkv", [FLASHES, CLICKS], EXACT))
     tone = str(made("tone.mkv", ["color=black:s=320x180:r=30:d=30", TONE.format(seconds=30)],
                     EXACT))
-    print("\nClicks as a null sink's monitor hears them, flashes as the window shows them;"
-          " the worst, in ms\n")
+    print("\nClicks recorded from a null sink's monitor, flashes as the window shows them;"
+          " largest distances in ms\n")
     print("| Rate | what | found | missing | first 5 s | last 5 s | all |")
     print("|---|---|---|---|---|---|---|", flush=True)
     for rate in ("1", "0.5", "2"):
@@ -263,26 +279,28 @@ def duration_of(path):
 
 
 def built(target):
-    """The program of one of the project's own benchmarks."""
+    """Builds one of the project's benchmark programs and returns its path."""
     subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target", target],
                    check=True, stdout=subprocess.DEVNULL)
     return str(ROOT / "build" / "release" / "benchmarks" / target)
 
 
 def bench_color(_):
+    """colour conversion on the CPU"""
     program = built("color-conversion")
-    print("\nA picture of 1920x1080 to the screen's numbers\n", flush=True)
+    print("\nColour conversion of a picture of 1920x1080\n", flush=True)
     subprocess.run([program], check=True)
 
 
 def bench_subtitles(_):
+    """drawing a subtitle of two lines"""
     program = built("subtitle-drawing")
     print("\nA subtitle of two lines\n", flush=True)
     subprocess.run([program], check=True)
 
 
 def large_script():
-    """A hundred thousand events of ten words in twelve megabytes."""
+    """The path of an ASS file of 100 000 events with ten words each."""
     path = WORK / "large.ass"
     if not path.exists():
         WORK.mkdir(parents=True, exist_ok=True)
@@ -302,6 +320,7 @@ def stamp(tenths):
 
 
 def bench_script(count):
+    """attaching a large subtitle script, against mpv"""
     program = built("script-events")
     film, script = clip("h264-720p.mp4"), large_script()
     results = []
@@ -320,17 +339,29 @@ def bench_script(count):
     each = median(results, 0, "microsecondsEach")
     ours_bytes, their_bytes = median(results, 0, "bytes"), median(results, 1, "bytes")
     print(f"\nA script of 100 000 events in {size / 1e6:.1f} MB, {count} pairs\n")
-    print("| | ours | mpv | ratio | bar |\n|---|---|---|---|---|")
+    print("| | ours | mpv | ratio | limit |\n|---|---|---|---|---|")
     print(f"| from attaching to the first frame, ms | {first:.0f} | {loaded:.0f} |"
           f" **{ratio(results, 'firstFrameMs'):.2f}** | ≤ 1, ≤ 2000 ms |")
-    print(f"| an event's decoding, CPU µs | {each:.1f} | | | ≤ 20 |")
-    print(f"| memory, of the script's size | {ours_bytes / size:.1f} | {their_bytes / size:.1f} |"
+    print(f"| decoding one event, CPU µs | {each:.1f} | | | ≤ 20 |")
+    print(f"| memory, multiples of the file size | {ours_bytes / size:.1f} | {their_bytes / size:.1f} |"
           f" **{ratio(results, 'bytes'):.2f}** | ≤ 3 |", flush=True)
 
 
+def bench_start(_):
+    """how long the first picture stays before the film moves"""
+    program = built("playing-start")
+    print("\nFrom the first picture to the next one, ms, over a null sink\n", flush=True)
+    for path in (clip("h264-720p.mp4"), clip("h264-1080p.mp4")):
+        for sink in ("asleep", "awake"):
+            print(f"| {path.name}, sink {sink} | order to first picture | first to second |"
+                  " second to third | longest |\n|---|---|---|---|---|", flush=True)
+            subprocess.run([program, str(path), "5", sink], check=True, stderr=subprocess.DEVNULL)
+
+
 def bench_seek(_):
+    """openings, exact seeks, steps back and drags, against mpv"""
     program = built("seek-bench")
-    # By itself mpv doesn't look far enough back for the key frame of a transport stream.
+    # By default mpv does not search far enough back for the key frame of a transport stream.
     for path, options in ((clip("h264-1080p.mp4"), []), (transport_stream(), []),
                           (transport_stream(), ["--hr-seek-demuxer-offset=3.1"]),
                           (clip("vp9-1080p.webm"), []), (clip("hevc10-2160p.mkv"), [])):
@@ -338,18 +369,37 @@ def bench_seek(_):
         print(seeking.table(" ".join([path.name, *options]), results), flush=True)
 
 
+def bench_window(count, is_short=False, parts=()):
+    """the desktop player's window, controls and keys, against mpv"""
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
+                    "zelvane-player"], check=True, stdout=subprocess.DEVNULL)
+    films = {"720p": marked("1280x720", 62, "5M"), "1080p": marked("1920x1080", 20, "12M")}
+    window.measure(films, built("seek-bench"), WORK, count, is_short, parts)
+
+
 SECTIONS = dict(color=bench_color, decode=bench_decode, memory=bench_memory, open=bench_open,
                 play=bench_play, script=bench_script, seek=bench_seek, sound=bench_sound,
-                subtitles=bench_subtitles)
+                start=bench_start, subtitles=bench_subtitles, window=bench_window)
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("sections", nargs="*", choices=[*SECTIONS, []], default=[])
-    parser.add_argument("--pairs", type=int, default=5)
+    parser = argparse.ArgumentParser(
+        prog="script/benchmark", description=__doc__,
+        formatter_class=argparse.RawDescriptionHelpFormatter,
+        epilog="sections:\n" + "\n".join(
+            f"  {name:<10} {section.__doc__}" for name, section in SECTIONS.items()))
+    parser.add_argument("sections", nargs="*", choices=[*SECTIONS, []], default=[], metavar="section",
+                        help="what to measure; all sections by default")
+    parser.add_argument("--pairs", type=int, default=5, metavar="N",
+                        help="number of pairs in sections that compare runs (5)")
+    parser.add_argument("--part", action="append", choices=window.PARTS, default=[],
+                        help="in section window: measure only this part; may be repeated")
+    parser.add_argument("--short", action="store_true",
+                        help="in section window: short runs, to check that they work")
     arguments = parser.parse_args()
     for section in arguments.sections or SECTIONS:
-        SECTIONS[section](arguments.pairs)
+        options = (arguments.short, arguments.part) if section == "window" else ()
+        SECTIONS[section](arguments.pairs, *options)
 
 
 if __name__ == "__main__":

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// What a large subtitles script costs: script-events FILM SCRIPT attaches it to the film, decodes
-// the first frame and then all others, and prints one line of JSON:
+// Measures the cost of a large subtitle script: script-events FILM SCRIPT attaches the script to
+// the film, decodes its first frame and then all others, and prints one line of JSON:
 //
-//   attachMs, firstFrameMs    from the order, the frame included in the second
-//   frames, microsecondsEach  processor time of a frame's decoding
-//   bytes                     by which the process grew at its largest
+//   attachMs, firstFrameMs    time from the request until it is attached, and until the first frame
+//   frames, microsecondsEach  number of frames, and processor time to decode one
+//   bytes                     growth of the process's peak memory
 
 #include <condition_variable>
 #include <ctime>
@@ -35,24 +35,24 @@ double threadSeconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-/// Waits for what the source answers on a queue of its own.
+/// Attaches the script and waits for the answer, which arrives on a queue of the source.
 std::shared_ptr<ExternalSubtitlesTrack> attach(const std::shared_ptr<MediaSource>& film,
                                                const std::string& script) {
     std::mutex mutex;
-    std::condition_variable came;
+    std::condition_variable attached;
     bool isOver = false;
     std::shared_ptr<ExternalSubtitlesTrack> track;
     const auto finish = [&](std::shared_ptr<ExternalSubtitlesTrack> first) {
         const std::lock_guard lock(mutex);
         track = std::move(first);
         isOver = true;
-        came.notify_one();
+        attached.notify_one();
     };
     film->addExternalSubtitles(
         URL::fromPath(script), [&](const ExternalSubtitlesTracks& tracks) { finish(tracks.at(0)); },
         [&](const MediaSource::LoadError&) { finish(nullptr); });
     std::unique_lock lock(mutex);
-    came.wait(lock, [&] { return isOver; });
+    attached.wait(lock, [&] { return isOver; });
     if (!track) {
         throw std::runtime_error("the script cannot be attached");
     }
@@ -64,7 +64,7 @@ class Frames {
     explicit Frames(const ExternalSubtitlesTrack& track)
         : track_(track), source_(*track.externalMediaSource()) {}
 
-    /// How many the next packet holds; none at the end.
+    /// The number of frames in the next packet; none at the end.
     std::optional<std::size_t> next() {
         const auto packet = source_.visualTracksQueue()->sync([this] {
             return source_.readVisualPacket(nullptr, {track_.externalMediaSourceTrack()});
@@ -90,14 +90,14 @@ nlohmann::ordered_json measure(const std::string& filmPath, const std::string& s
     const auto bytesBefore = inspect::ProcessUsage::now().peakMemory;
     const auto begin = Clock::now();
     const auto track = attach(film, script);
-    const double attached = millisecondsSince(begin);
+    const double attachedMs = millisecondsSince(begin);
     Frames frames(*track);
     std::size_t count = frames.next().value_or(0);
     const double first = millisecondsSince(begin);
     while (const auto more = frames.next()) {
         count += *more;
     }
-    return {{"attachMs", attached},
+    return {{"attachMs", attachedMs},
             {"firstFrameMs", first},
             {"frames", count},
             {"microsecondsEach", frames.seconds() * 1e6 / static_cast<double>(count)},

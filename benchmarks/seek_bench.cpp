@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// A player without window and sound that does what lines on its standard input say, and answers
-// each with a line of JSON once the picture has reached the surface. What is measured is what a
-// person waits for; the same lines can be put to another player.
+// A player without window and sound for benchmarks. It performs the commands on its standard input
+// and answers each with a line of JSON when the picture has reached the surface: the time that the
+// user waits for.
 //
-//   open FILE           a paused player at the start        {"ms"}
-//   seek SECONDS        exactly there                       {"ms", "completedMs"}
-//   back                one frame back                      {"ms", "completedMs"}
-//   drag MS SECONDS...  a target each so many ms            {"shown", "seconds"}: how many of the
-//                                                           targets brought another picture
-//   close               the player ends                     {}
+//   open FILE           opens a paused player at the start  {"ms"}
+//   seek SECONDS        seeks exactly                       {"ms", "completedMs"}
+//   back                steps one frame back                {"ms", "completedMs"}
+//   drag MS SECONDS...  seeks to a target every MS          {"shown", "seconds"}: the number of
+//   targets
+//                                                           that showed another picture
+//   close               closes the player                   {}
 //   usage                                                   {"cpuSeconds", "peakMemory"}
 
 #include <atomic>
@@ -37,7 +38,7 @@ double millisecondsSince(Clock::time_point begin) {
     return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
 }
 
-/// Draws nowhere, counts the different frames that it was given and tells the main queue of each.
+/// Draws nothing, counts the different frames and wakes the main queue for each.
 class FrameCounter final : public VideoPresenter {
   public:
     void prepare(const PresentedFrame& /*frame*/) override {}
@@ -55,7 +56,7 @@ class FrameCounter final : public VideoPresenter {
     int count() const { return count_; }
 
   private:
-    /// Kept, so that no other frame comes to lie where it lay.
+    /// Kept alive, so that no other frame gets its address.
     CVPixelBufferRef last_;
     std::atomic<int> count_{0};
 };
@@ -79,9 +80,9 @@ class Session {
         });
     }
 
-    /// There is no completion for it, but no other seek is under way.
+    /// A step has no completion; the notification serves, since no other seek runs.
     Json stepBack() {
-        // The last seek's completion may run before its notification.
+        // Waits for the notification of the last seek, which may follow its completion.
         onQueue([] {});
         const auto observer = NotificationCenter::shared().addObserver(
             std::string(MediaPlayer::kDidSeekNotification), player_.get(), dispatch::mainQueue(),
@@ -95,7 +96,7 @@ class Session {
         auto next = begin;
         int shown = 0;
         for (const double target : targets) {
-            // What was read ahead may be shown before the same picture comes from the seek.
+            // A picture that was read ahead may be shown before the seek gives the same one.
             const int before = frames_->count();
             onQueue([&] { player_->seekTo(CMTime::fromSeconds(target, 90000)); });
             next += interval;
@@ -114,7 +115,7 @@ class Session {
         player_->queue()->sync(call);
     }
 
-    /// A seek may land on the frame that is shown already; nothing is drawn anew then, perhaps.
+    /// Gives up after 20 s: a seek to the frame that is already shown may draw nothing.
     void waitUntil(const std::function<bool()>& done) {
         loop_.runUntil(done, Clock::now() + std::chrono::seconds(20));
     }

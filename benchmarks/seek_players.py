@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
-"""Two players that obey the same orders: ours, driven by lines, and mpv, driven over its JSON IPC. Each
-answers with the milliseconds until the picture was there, by this program's clock."""
+"""Two players with the same commands: ours, controlled by lines of text, and mpv, controlled through its
+JSON IPC. A command returns the milliseconds until the picture is there, by the clock of this program."""
 import json
 import os
 import pathlib
@@ -9,7 +9,7 @@ import subprocess
 import threading
 import time
 
-PATIENCE = 60
+TIMEOUT = 60
 
 
 def peak_memory(pid):
@@ -74,11 +74,12 @@ class Ours(Player):
 
 
 class Mpv(Player):
-    """With the options that make it exact and alone: no output, no settings, no hardware."""
-    name = "mpv"
+    """mpv with exact seeks, without output, settings and hardware decoding."""
 
-    def __init__(self, folder, threads, options=()):
-        path = str(pathlib.Path(folder) / f"mpv-{os.getpid()}.sock")
+    def __init__(self, folder, threads, options=(), name="mpv"):
+        """With 0 threads mpv decodes with as many as it chooses by itself."""
+        self.name = name
+        path = str(pathlib.Path(folder) / f"{name}-{os.getpid()}.sock")
         self.process = subprocess.Popen(
             ["mpv", "--no-config", "--idle=yes", "--really-quiet", "--vo=null", "--ao=null",
              "--hr-seek=yes", "--hwdec=no", f"--vd-lavc-threads={threads}", "--pause",
@@ -124,7 +125,7 @@ class Mpv(Player):
         begin = time.monotonic()
         self.send(*command)
         with self.changed:
-            if not self.changed.wait_for(lambda: until in self.events, PATIENCE):
+            if not self.changed.wait_for(lambda: until in self.events, TIMEOUT):
                 return None
         return (time.monotonic() - begin) * 1000
 
@@ -142,18 +143,18 @@ class Mpv(Player):
     def ask(self, *command):
         with self.changed:
             self.answers.clear()
-        order = {"command": list(command), "request_id": 1}
-        self.socket.sendall((json.dumps(order) + "\n").encode())
+        request = {"command": list(command), "request_id": 1}
+        self.socket.sendall((json.dumps(request) + "\n").encode())
         with self.changed:
-            self.changed.wait_for(lambda: self.answers, PATIENCE)
+            self.changed.wait_for(lambda: self.answers, TIMEOUT)
             return self.answers[0]
 
     def position(self):
-        """Where the picture stands that is shown."""
+        """The time of the picture that is shown, in seconds."""
         return self.ask("get_property", "time-pos").get("data")
 
     def add_subtitles(self, path):
-        """Milliseconds until it has read them."""
+        """Returns the milliseconds until mpv has read the file."""
         begin = time.monotonic()
         answer = self.ask("sub-add", str(path))
         if answer["error"] != "success":
@@ -171,7 +172,7 @@ class Mpv(Player):
             self.send("seek", target, "absolute+exact")
             time.sleep(max(0.0, begin + number * interval - time.monotonic()))
         shown = self.count("playback-restart") / (time.monotonic() - begin)
-        # The rest of what was asked for, so that it is in nobody's account.
+        # Waits for the last request, to keep it out of the next measurement.
         self.waited("seek", targets[-1], "absolute+exact")
         return shown
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// Plays a clip with a click and a flash each second in a window, over a private sound server whose
-// null sink is recorded, and prints how far clicks and flashes lie from their times on the clock.
+// Plays a clip with a click and a flash each second in a window, records a null sink of a private
+// sound server, and prints the distances of clicks and flashes from their times on the clock.
 //
 //   sound-in-step CLICKS RATE SECONDS      clicks and flashes
 //   sound-in-step TONE RATE SECONDS tone   the pitch of a tone
@@ -31,7 +31,7 @@ double milliseconds(HostDuration duration) {
     return std::chrono::duration<double, std::milli>(duration).count();
 }
 
-/// Passes frames on to the window and notes when a bright one after a dark one was shown.
+/// Forwards frames to the window and records when a bright frame after a dark one was shown.
 class FlashLog final : public VideoPresenter {
   public:
     explicit FlashLog(std::shared_ptr<VideoPresenter> surface) : surface_(std::move(surface)) {}
@@ -140,7 +140,7 @@ class Session {
             player_->setDesiredPlaybackRate(rate_);
             player_->play();
         });
-        // The recorder begins before the sound and needs its end to be heard.
+        // The recorder starts before the sound and must record its end.
         const auto deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                                  std::chrono::duration<double>(seconds + 2.5));
         loop_->runUntil([] { return false; }, deadline);
@@ -154,7 +154,7 @@ class Session {
         std::vector<std::optional<double>> sound;
         std::vector<std::optional<double>> picture;
         std::vector<std::optional<double>> between;
-        // The sound that is heard last may still be on its way.
+        // The last sound may not have been recorded yet.
         const int last = static_cast<int>(end_.seconds() - 0.5);
         for (int second = 1; second <= last; ++second) {
             const auto due = anchors_->dueTime(source_->startTime() + CMTime(second, 1));

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// How long the window's queue is busy with a subtitle of two lines: when it comes, and each time
-// that it is painted after that. Processor time of that one thread, so that other programs count
-// for less. No two subtitles are alike.
+// Measures how long the window's thread is busy with a new subtitle of two lines, and with each
+// later paint of it. It measures processor time of that thread, which other programs influence
+// less. All subtitles differ.
 //
 //   subtitle-drawing [SUBTITLES]
 
@@ -23,7 +23,7 @@
 #include "foundation/user_defaults.h"
 #include "media_player/decoders/subtitles/caption_appearance.h"
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
-#include "media_player/subtitles_view/formatted_text_subtitle_view.h"
+#include "subtitles_view/formatted_text_subtitle_view.h"
 #include "text/font_catalog.h"
 
 namespace zelvane {
@@ -109,7 +109,7 @@ void run(int count) {
             draw(kind, number, screen);
         }
     }
-    fmt::print("| Two lines | the very first ms | first paint ms | of 100 the 95th ms |"
+    fmt::print("| Two lines | very first ms | first paint, p50 ms | first paint, p95 ms |"
                " later paints ms |\n|---|---|---|---|---|\n");
     for (const Kind& kind : kinds) {
         fmt::print("| {} | {:.1f} | **{:.1f}** | {:.1f} | **{:.2f}** |\n", kind.name,
