@@ -9,7 +9,7 @@
 
 namespace zelvane::test {
 
-/// Keeps every line that the clock moved on.
+/// Records each anchor of the clock.
 class AnchorLog final : public SynchronizedRenderer {
   public:
     void timelineDidChange(const TimelineAnchor& anchor, Change /*change*/) override {
@@ -17,7 +17,7 @@ class AnchorLog final : public SynchronizedRenderer {
         anchors_.push_back(anchor);
     }
 
-    /// When the clock showed `time`; none when it never did.
+    /// The host time at which the clock showed `time`; none if it never did.
     std::optional<HostTime> dueTime(const CMTime& time) const {
         const std::lock_guard lock(mutex_);
         for (std::size_t i = 0; i < anchors_.size(); ++i) {

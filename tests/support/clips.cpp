@@ -3,9 +3,10 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -20,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Holds a lock between processes for as long as it lives.
+/// A lock between processes, held during its lifetime.
 class FileLock {
   public:
     explicit FileLock(const fs::path& path)
@@ -60,9 +61,26 @@ int runFFmpeg(const std::vector<std::string>& arguments, const fs::path& log) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-std::string contents(const fs::path& path) {
-    std::ifstream stream(path);
-    return {std::istreambuf_iterator<char>(stream), {}};
+std::vector<std::string> wordsOf(const std::string& line) {
+    std::vector<std::string> words;
+    bool isInWord = false;
+    char quote = 0;
+    for (const char c : line) {
+        const bool isQuote = quote == 0 ? c == '"' || c == '\'' : c == quote;
+        if (quote == 0 && c == ' ') {
+            isInWord = false;
+            continue;
+        }
+        if (!std::exchange(isInWord, true)) {
+            words.emplace_back();
+        }
+        if (isQuote) {
+            quote = quote == 0 ? c : '\0';
+        } else {
+            words.back() += c;
+        }
+    }
+    return words;
 }
 
 } // namespace
@@ -80,7 +98,7 @@ std::optional<fs::path> sharedMediaFolder() {
 fs::path madeClip(const std::string& name, const std::vector<std::string>& arguments) {
     const fs::path folder = ZELVANE_CLIP_FOLDER;
     fs::create_directories(folder);
-    // The command is part of the identity: a changed recipe makes the clip anew.
+    // The command is part of the identity: a changed command makes the clip again.
     std::string recipe;
     for (const auto& argument : arguments) {
         recipe += argument + '\n';
@@ -88,7 +106,7 @@ fs::path madeClip(const std::string& name, const std::vector<std::string>& argum
     fs::path clip = folder / name;
     const fs::path recipeFile = folder / (name + ".recipe");
     const FileLock lock(folder / (name + ".lock"));
-    if (fs::exists(clip) && contents(recipeFile) == recipe) {
+    if (fs::exists(clip) && bytesOf(recipeFile) == recipe) {
         return clip;
     }
     const fs::path unfinished = folder / ("unfinished-" + name);
@@ -96,7 +114,7 @@ fs::path madeClip(const std::string& name, const std::vector<std::string>& argum
     auto all = arguments;
     all.push_back(unfinished.string());
     if (runFFmpeg(all, log) != 0) {
-        throw std::runtime_error("ffmpeg could not make " + name + ": " + contents(log));
+        throw std::runtime_error("ffmpeg could not make " + name + ": " + bytesOf(log));
     }
     fs::rename(unfinished, clip);
     std::ofstream(recipeFile) << recipe;
@@ -104,8 +122,31 @@ fs::path madeClip(const std::string& name, const std::vector<std::string>& argum
 }
 
 fs::path madeClip(const std::string& name, const std::string& arguments) {
-    std::istringstream words(arguments);
-    return madeClip(name, std::vector<std::string>(std::istream_iterator<std::string>(words), {}));
+    return madeClip(name, wordsOf(arguments));
+}
+
+fs::path madeText(const std::string& name, const std::string& text) {
+    const fs::path folder = ZELVANE_CLIP_FOLDER;
+    fs::create_directories(folder);
+    fs::path file = folder / (std::to_string(std::hash<std::string>()(text)) + "-" + name);
+    const FileLock lock(folder / (name + ".lock"));
+    if (bytesOf(file) != text) {
+        std::ofstream(file, std::ios::binary) << text;
+    }
+    return file;
+}
+
+std::string lavfi(const std::string& graph) {
+    return "-f lavfi -i \"" + graph + "\" ";
+}
+
+std::string inputFile(const fs::path& path) {
+    return "-i \"" + path.string() + "\" ";
+}
+
+std::string bytesOf(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 TemporaryFolder::TemporaryFolder() {

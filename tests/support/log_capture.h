@@ -10,14 +10,14 @@
 
 namespace zelvane::test {
 
-/// Gathers the messages that are logged while it lives.
+/// Collects the messages that are logged during its lifetime.
 class LogCapture {
   public:
     std::vector<std::string> lines() const {
         const std::lock_guard guard(mutex_);
         return lines_;
     }
-    /// How many lines contain `part`.
+    /// The number of lines that contain `part`.
     std::size_t count(std::string_view part) const {
         const auto all = lines();
         return static_cast<std::size_t>(

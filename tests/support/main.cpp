@@ -8,7 +8,7 @@
 int main(int argc, char** argv) {
     testing::InitGoogleMock(&argc, argv);
     const int result = RUN_ALL_TESTS();
-    // Threads that still unwind must not race the destruction of statics.
+    // Threads that are still ending would race the destruction of static objects.
     zelvane::dispatch::waitForQuiescence(std::chrono::seconds(5));
     return result;
 }

@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <memory>
 #include <utility>
-
-#include <gtest/gtest.h>
 
 #include "core_media/cv_pixel_buffer.h"
 
 namespace zelvane::test {
 
-/// A picture in memory as a pool makes it, with those attachments.
+/// A pixel buffer in memory from a pool, with the given attachments.
 inline CVPixelBufferRef makePixelBuffer(OSType pixelFormat, int width, int height,
                                         CVAttachments propagatedAttachments = {}) {
     CVPixelBufferPoolAttributes attributes;
@@ -18,11 +15,7 @@ inline CVPixelBufferRef makePixelBuffer(OSType pixelFormat, int width, int heigh
     attributes.width = width;
     attributes.height = height;
     attributes.propagatedAttachments = std::move(propagatedAttachments);
-    std::unique_ptr<CVPixelBufferPool> pool;
-    CVPixelBufferRef pixelBuffer;
-    EXPECT_EQ(CVPixelBufferPool::create(std::move(attributes), pool), kCVReturnSuccess);
-    EXPECT_EQ(pool->createPixelBuffer(pixelBuffer), kCVReturnSuccess);
-    return pixelBuffer;
+    return CVPixelBufferPool(std::move(attributes)).makePixelBuffer();
 }
 
 } // namespace zelvane::test

@@ -18,8 +18,8 @@
 
 namespace {
 
-/// An X server of the test program's own, with no window manager, so that no test depends on a
-/// desktop. Its screen is 1280 by 800.
+/// An X server of this test program, without a window manager, so that tests do not depend on the
+/// desktop. Its screen has 1280 x 800 pixels.
 class PrivateXServer {
   public:
     PrivateXServer() {
@@ -44,12 +44,12 @@ class PrivateXServer {
     PrivateXServer(const PrivateXServer&) = delete;
     PrivateXServer& operator=(const PrivateXServer&) = delete;
 
-    /// ":7", or empty when there is no server.
+    /// For example ":7"; empty when the server did not start.
     const std::string& display() const { return display_; }
 
   private:
     [[noreturn]] static void becomeServer(int displayDescriptor) {
-        // A test program that crashes takes its server along.
+        // The server also ends when the test program crashes.
         prctl(PR_SET_PDEATHSIG, SIGTERM);
         const std::string descriptor = std::to_string(displayDescriptor);
         execlp("Xvfb", "Xvfb", "-displayfd", descriptor.c_str(), "-screen", "0", "1280x800x24",
@@ -80,7 +80,9 @@ int runWithWindows(int argc, char** argv) {
     }
     qputenv("DISPLAY", QByteArray::fromStdString(server.display()));
     qputenv("QT_QPA_PLATFORM", "xcb");
-    // The tests of the graphics surface draw in software, which the player itself never does.
+    // The preferences of the developer's desktop must not change results.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    // The tests draw OpenGL in software, which the player never does.
     zelvane::shareGraphicsContexts();
     const QApplication application(argc, argv);
     const int result = RUN_ALL_TESTS();
