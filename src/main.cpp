@@ -3,14 +3,15 @@
 // The desktop player: zelvane-player [FILE]...
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include <QApplication>
-#include <QFileDialog>
+#include <QToolTip>
 
-#include "application/media_player_document.h"
+#include "application/document_controller.h"
 #include "application/qt_main_queue.h"
 #include "application/settings_file_watcher.h"
 #include "application/settings_store.h"
@@ -21,16 +22,15 @@
 #include "foundation/user_defaults.h"
 #include "media_player/decoders/subtitles/caption_appearance.h"
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
+#include "player_window/controls/control_colors.h"
+#include "player_window/desktop/desktop_settings.h"
 #include "player_window/video_widget.h"
 
 namespace zelvane {
 namespace {
 
 std::vector<URL> requestedFiles(const QStringList& arguments) {
-    QStringList names = arguments.mid(1);
-    if (names.isEmpty()) {
-        names = QFileDialog::getOpenFileNames(nullptr, QStringLiteral("Open"));
-    }
+    const QStringList names = arguments.mid(1);
     std::vector<URL> urls;
     urls.reserve(static_cast<std::size_t>(names.size()));
     for (const auto& name : names) {
@@ -41,13 +41,17 @@ std::vector<URL> requestedFiles(const QStringList& arguments) {
     return urls;
 }
 
-/// What a person who has set nothing gets.
 void registerDefaults() {
     UserDefaults::shared().registerDefaults(
-        {{std::string(kUseUserSpecifiedSubtitleTextStyleKey), false}});
+        {{std::string(kUseUserSpecifiedSubtitleTextStyleKey), false},
+         {"ZLVNDefaultPlaybackRate", std::int64_t{1}},
+         {"ZLVNEnterFullScreenAutomaticallyOnOpen", false},
+         {"ZLVNJumpIntervalInSeconds", 15.0},
+         {"ZLVNPlayAutomaticallyOnOpen", true},
+         {"ZLVNShowEndTimeInsteadOfRemainingTime", false}});
 }
 
-/// Lets work that still needs the main queue come to its end after the event loop has.
+/// Runs the tasks of the main queue that background work still needs after the event loop.
 void drainMainQueue() {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
     while (!dispatch::waitForQuiescence(std::chrono::milliseconds(5)) &&
@@ -57,26 +61,19 @@ void drainMainQueue() {
 }
 
 int run() {
-    const auto urls = requestedFiles(QApplication::arguments());
-    std::vector<std::shared_ptr<MediaPlayerDocument>> documents;
-    documents.reserve(urls.size());
-    auto open = urls.size();
-    int status = EXIT_SUCCESS;
-    const auto didClose = [&](bool didFail) {
-        if (didFail) {
-            status = EXIT_FAILURE;
-        }
-        if (--open == 0) {
-            QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    auto documents = std::make_unique<DocumentController>([] { QCoreApplication::quit(); });
+    const auto start = [&documents, urls = requestedFiles(QApplication::arguments())] {
+        if (urls.empty()) {
+            documents->showOpenPanel();
+        } else {
+            documents->open(urls);
         }
     };
-    for (const auto& url : urls) {
-        documents.push_back(MediaPlayerDocument::open(url, didClose));
-    }
-    if (!urls.empty()) {
-        QApplication::exec();
-    }
-    documents.clear();
+    // A file dialog is the desktop's own only when the event loop runs.
+    QMetaObject::invokeMethod(qApp, start, Qt::QueuedConnection);
+    QApplication::exec();
+    const int status = documents->didFail() ? EXIT_FAILURE : EXIT_SUCCESS;
+    documents = nullptr;
     drainMainQueue();
     return status;
 }
@@ -93,9 +90,12 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("zelvane-player"));
     QApplication::setApplicationDisplayName(QStringLiteral("Zelvane Player"));
     QApplication::setQuitOnLastWindowClosed(false);
+    QToolTip::setPalette(zelvane::control_colors::menuPalette());
     zelvane::dispatch::setMainQueue(std::make_shared<zelvane::QtMainQueue>());
     zelvane::UserDefaults::shared().setStore(std::make_unique<zelvane::SettingsStore>());
     zelvane::registerDefaults();
+    // The desktop answers while the file is opened.
+    zelvane::DesktopSettings::shared();
     const zelvane::SettingsFileWatcher watcher({
         [] { zelvane::CaptionAppearance::shared().settingsDidChange(); },
         [] { zelvane::SubtitleTextStyleManager::shared()->useOfUserSpecifiedStyleDidChange(); },
