@@ -18,6 +18,7 @@ using Frame = std::unique_ptr<AVFrame, ReleaseByAddress<av_frame_free>>;
 /// A demuxer whose input is open.
 using InputContext = std::unique_ptr<AVFormatContext, ReleaseByAddress<avformat_close_input>>;
 using AVPacketHandle = std::unique_ptr<AVPacket, ReleaseByAddress<av_packet_free>>;
+using Parser = std::unique_ptr<AVCodecParserContext, Release<av_parser_close>>;
 using Resampler = std::unique_ptr<SwrContext, ReleaseByAddress<swr_free>>;
 using Scaler = std::unique_ptr<SwsContext, Release<sws_freeContext>>;
 

@@ -66,9 +66,10 @@ TEST(VideoDecoderThreads, areTwoLessThanProcessorsButNeverNone) {
     EXPECT_EQ(videoDecoderThreadCount(2), 1);
     EXPECT_EQ(videoDecoderThreadCount(3), 1);
     EXPECT_EQ(videoDecoderThreadCount(16), 14);
-    EXPECT_EQ(searchThreadCount(1), 1);
-    EXPECT_EQ(searchThreadCount(2), 3);
-    EXPECT_EQ(searchThreadCount(32), 16);
+    EXPECT_EQ(searchThreadCount(1, 640, 360), 1);
+    EXPECT_EQ(searchThreadCount(2, 1920, 1080), 3);
+    EXPECT_EQ(searchThreadCount(2, 3840, 2160), 2);
+    EXPECT_EQ(searchThreadCount(32, 3840, 2160), 16);
 }
 
 TEST(DecoderFormatChoice, prefersTheDeviceThenWhatTheDisplayLikesThenTheLast) {

@@ -17,8 +17,9 @@ namespace zelvane {
 
 /// How many threads a video decoder uses on a machine with so many processors.
 int videoDecoderThreadCount(int processorCount);
-/// How many it uses during a search, when the clock is stopped.
-int searchThreadCount(int processorCount);
+/// How many it uses during a search, when the clock is stopped, for pictures of this size in
+/// pixels.
+int searchThreadCount(int processorCount, int width, int height);
 
 /// Decodes a video stream into sample buffers of one picture each, in a pixel format and with
 /// colour attachments that the display takes. Keeps two contexts: one in software, and one on the

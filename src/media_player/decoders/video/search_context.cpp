@@ -15,6 +15,27 @@ bool isKey(const AVPacket& packet) {
     return (packet.flags & AV_PKT_FLAG_KEY) != 0 && packet.pts != AV_NOPTS_VALUE;
 }
 
+/// A context for a parser, which writes to the one that it is given.
+ffmpeg::CodecContext makeParserContext(const AVCodecContext& decoder) {
+    const ffmpeg::CodecParameters parameters(checkedFFmpegAllocation(avcodec_parameters_alloc()));
+    ffmpeg::CodecContext context(checkedFFmpegAllocation(avcodec_alloc_context3(nullptr)));
+    checkedFFmpegCall([&] { return avcodec_parameters_from_context(parameters.get(), &decoder); });
+    checkedFFmpegCall(
+        [&] { return avcodec_parameters_to_context(context.get(), parameters.get()); });
+    return context;
+}
+
+/// Whether the picture is an intra random access point (H.265, 3.69).
+bool isRandomAccessPoint(const AVCodecContext& decoder, const AVPacket& packet) {
+    const ffmpeg::Parser parser(checkedFFmpegAllocation(av_parser_init(decoder.codec_id)));
+    parser->flags |= PARSER_FLAG_COMPLETE_FRAMES;
+    std::uint8_t* data = nullptr;
+    int size = 0;
+    av_parser_parse2(parser.get(), makeParserContext(decoder).get(), &data, &size, packet.data,
+                     packet.size, packet.pts, packet.dts, packet.pos);
+    return parser->key_frame == 1;
+}
+
 ffmpeg::AVPacketHandle clone(const AVPacket& packet) {
     return ffmpeg::AVPacketHandle(checkedFFmpegAllocation(av_packet_clone(&packet)));
 }
@@ -108,6 +129,11 @@ bool SearchContext::isForOther(const AVFrame& frame) const {
 
 /// A stream may flag packets from which decoding becomes clean only later.
 bool SearchContext::startsCleanly(const AVPacket& key) {
+    // The decoder would allocate pictures in place of missing references, beside those of the
+    // search context.
+    if (playing_.codec_id == AV_CODEC_ID_HEVC) {
+        return isRandomAccessPoint(playing_, key);
+    }
     avcodec_flush_buffers(&playing_);
     const bool isClean = avcodec_send_packet(&playing_, &key) >= 0 &&
                          (hasFrameAt(key.pts) ||
