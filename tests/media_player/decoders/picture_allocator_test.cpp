@@ -89,7 +89,8 @@ TEST(PictureAllocator, givesTheLibrarysPicturesInOneBlockEach) {
         {"libx264", "yuv420p", "1922x1082", true},    {"libx264", "yuv420p10le", "1280x720", true},
         {"libx265", "yuv422p10le", "1366x768", true}, {"ffv1", "yuva444p", "1000x700", true},
         {"ffv1", "gbrp", "1001x701", true},           {"ffv1", "gray", "1921x1081", true},
-        {"rawvideo", "pal8", "1922x1082", false},     {"libx264", "yuv420p", "640x360", false},
+        {"libx264", "yuv420p", "640x360", true},      {"rawvideo", "pal8", "1922x1082", false},
+        {"libx264", "yuv420p", "320x180", false},
     };
     for (const auto& [codec, format, size, isServed] : cases) {
         SCOPED_TRACE(fmt::format("{} {} {}", codec, format, size));

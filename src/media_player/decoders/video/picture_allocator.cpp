@@ -12,6 +12,8 @@ namespace {
 constexpr int kRowAlignment = 64;
 /// Vector instructions read and write a little past the end of a plane.
 constexpr std::size_t kPlanePadding = 128;
+/// Smaller pictures take little memory.
+constexpr std::size_t kSmallestServed = std::size_t{256} << 10;
 std::size_t aligned(std::size_t size) {
     return (size + kRowAlignment - 1) / kRowAlignment * kRowAlignment;
 }
@@ -96,8 +98,7 @@ int PictureAllocator::layOut(AVCodecContext& context, const AVFrame& frame, Layo
 int PictureAllocator::place(AVCodecContext& context, AVFrame& frame) {
     Layout layout;
     const int status = layOut(context, frame, layout);
-    // Huge pages do not help smaller pictures.
-    if (status < 0 || layout.size < kHugePage) {
+    if (status < 0 || layout.size < kSmallestServed) {
         return AVERROR(EINVAL);
     }
     auto block = takeBlock(layout);

@@ -10,8 +10,8 @@
 namespace zelvane {
 
 /// Allocates the pictures of software decoders: one block of allocatePictureMemory() each, reused
-/// after the picture is released. libavcodec allocates pictures that are smaller than a huge page
-/// or of an unusual kind.
+/// after the picture is released, by all contexts that this serves. libavcodec allocates small
+/// pictures and those of an unusual kind.
 class PictureAllocator {
   public:
     /// Call it before the context is opened. This must outlive the context, whose opaque pointer it
