@@ -25,10 +25,6 @@ double digitWidth(const QFontMetricsF& metrics) {
     return width;
 }
 
-double advance(const QFontMetricsF& metrics, QChar character) {
-    return character.isDigit() ? digitWidth(metrics) : metrics.horizontalAdvance(character);
-}
-
 /// A label that is pressed like a button.
 class AccessibleTimeButton final : public QAccessibleWidget {
   public:
@@ -57,6 +53,7 @@ TimeLabel::TimeLabel(Qt::Alignment alignment, QWidget* parent)
     QFont font = this->font();
     font.setPixelSize(kFontSize);
     setFont(font);
+    widestDigit_ = digitWidth(QFontMetricsF(this->font()));
 }
 
 void TimeLabel::setText(const QString& text) {
@@ -64,15 +61,33 @@ void TimeLabel::setText(const QString& text) {
         return;
     }
     text_ = text;
+    layOut();
     setAccessibleName(text);
     update();
+}
+
+void TimeLabel::layOut() {
+    const QFontMetricsF metrics(font());
+    glyphs_.clear();
+    textWidth_ = 0;
+    // Digit by digit: not every font of a desktop has digits of equal width.
+    for (const QChar character : text_) {
+        const double room = roomOf(metrics, character);
+        const double unused = room - metrics.horizontalAdvance(character);
+        glyphs_.push_back({character, textWidth_ + unused / 2});
+        textWidth_ += room;
+    }
+}
+
+double TimeLabel::roomOf(const QFontMetricsF& metrics, QChar character) const {
+    return character.isDigit() ? widestDigit_ : metrics.horizontalAdvance(character);
 }
 
 double TimeLabel::widthOf(const QString& text) const {
     const QFontMetricsF metrics(font());
     double width = 0;
     for (const QChar character : text) {
-        width += advance(metrics, character);
+        width += roomOf(metrics, character);
     }
     return width;
 }
@@ -96,14 +111,10 @@ void TimeLabel::paintEvent(QPaintEvent* /*event*/) {
     const QFontMetricsF metrics(font());
     QPainter painter(this);
     painter.setPen(control_colors::symbol());
-    double x = alignment_.testFlag(Qt::AlignRight) ? width() - widthOf(text_) : 0;
+    const double left = alignment_.testFlag(Qt::AlignRight) ? width() - textWidth_ : 0;
     const double baseline = (height() + metrics.capHeight()) / 2;
-    // Digit by digit: not every font of a desktop has digits of equal width.
-    for (const QChar character : text_) {
-        const double room = advance(metrics, character);
-        painter.drawText(QPointF(x + (room - metrics.horizontalAdvance(character)) / 2, baseline),
-                         character);
-        x += room;
+    for (const Glyph& glyph : glyphs_) {
+        painter.drawText(QPointF(left + glyph.x, baseline), glyph.character);
     }
     if (showsFocus_) {
         // A ring would cover the digits, which fill the label.
@@ -111,6 +122,14 @@ void TimeLabel::paintEvent(QPaintEvent* /*event*/) {
                           kFocusRingWidth};
         painter.fillRect(qtRect(pixelGridOf(*this).nearest(line)), accentColor(palette()));
     }
+}
+
+void TimeLabel::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::FontChange) {
+        widestDigit_ = digitWidth(QFontMetricsF(font()));
+        layOut();
+    }
+    QWidget::changeEvent(event);
 }
 
 void TimeLabel::mousePressEvent(QMouseEvent* event) {

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <vector>
+
 #include <QString>
 #include <QWidget>
 
 #include "player_window/controls/accessible_widget.h"
+
+class QFontMetricsF;
 
 namespace zelvane {
 
@@ -28,6 +32,7 @@ class TimeLabel final : public QWidget, public AccessibleWidget {
     void clicked();
 
   protected:
+    void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -36,7 +41,20 @@ class TimeLabel final : public QWidget, public AccessibleWidget {
     void focusOutEvent(QFocusEvent* event) override;
 
   private:
+    struct Glyph {
+        QChar character;
+        /// From the left of the text.
+        double x;
+    };
+
+    void layOut();
+    double roomOf(const QFontMetricsF& metrics, QChar character) const;
+
     QString text_;
+    /// Measuring text for each frame of a film costs more than painting it.
+    std::vector<Glyph> glyphs_;
+    double textWidth_ = 0;
+    double widestDigit_ = 0;
     Qt::Alignment alignment_;
     bool isClickable_ = false;
     bool showsFocus_ = false;
