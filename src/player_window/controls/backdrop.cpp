@@ -56,31 +56,64 @@ void blur(QImage& image) {
     }
 }
 
+QRgb meanOf(const QImage& image, const QRect& square) {
+    std::array<int, 3> sums{};
+    for (int row = square.top(); row <= square.bottom(); ++row) {
+        const auto* const line =
+            reinterpret_cast<const QRgb*>(image.constScanLine(std::min(row, image.height() - 1)));
+        for (int column = square.left(); column <= square.right(); ++column) {
+            const QRgb pixel = line[std::min(column, image.width() - 1)];
+            sums[0] += qRed(pixel);
+            sums[1] += qGreen(pixel);
+            sums[2] += qBlue(pixel);
+        }
+    }
+    const int count = square.width() * square.height();
+    return qRgb(sums[0] / count, sums[1] / count, sums[2] / count);
+}
+
+/// Each pixel is the mean of a square of `side` pixels. An incomplete square at the right or lower
+/// edge repeats its last pixels.
+QImage reduced(const QImage& image, int side) {
+    QImage result((image.width() + side - 1) / side, (image.height() + side - 1) / side,
+                  QImage::Format_RGB32);
+    // QImage::scaled() wakes threads for each picture, which takes longer than the loop.
+    for (int y = 0; y < result.height(); ++y) {
+        auto* const line = reinterpret_cast<QRgb*>(result.scanLine(y));
+        for (int x = 0; x < result.width(); ++x) {
+            line[x] = meanOf(image, {x * side, y * side, side, side});
+        }
+    }
+    return result;
+}
+
+/// What `color` gives over `image`.
+void tint(QImage& image, const QColor& color) {
+    QPainter painter(&image);
+    painter.fillRect(image.rect(), color);
+}
+
 } // namespace
 
-QImage Backdrop::make(const PaintPicture& paintPicture, const QRect& panel,
-                      double devicePixelRatio) {
+QImage Backdrop::make(const PaintPicture& paintPicture, const QRect& panel, const QColor& color) {
     if (!paintPicture || panel.isEmpty()) {
         return {};
     }
     const QRect padded = panel.adjusted(-kReduction, -kReduction, kReduction, kReduction);
-    // Half a point is enough: what is finer is averaged away.
-    const double scale = std::min(devicePixelRatio, 1.0) / 2;
-    QImage image((QSizeF(padded.size()) * scale).toSize(), QImage::Format_RGB32);
+    // Half of the points are enough: finer details are averaged away.
+    QImage image((padded.width() + 1) / 2, (padded.height() + 1) / 2, QImage::Format_RGB32);
     image.fill(Qt::black);
     QPainter painter(&image);
-    painter.scale(scale, scale);
+    painter.scale(0.5, 0.5);
     painter.translate(-padded.topLeft());
     if (!paintPicture(painter)) {
         return {};
     }
     painter.end();
-    const QSize small((padded.width() + kReduction - 1) / kReduction,
-                      (padded.height() + kReduction - 1) / kReduction);
-    QImage reduced = image.scaled(small, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-                         .convertToFormat(QImage::Format_RGB32);
-    blur(reduced);
-    return reduced;
+    QImage result = reduced(image, kReduction / 2);
+    blur(result);
+    tint(result, color);
+    return result;
 }
 
 } // namespace zelvane

@@ -18,10 +18,9 @@ class Backdrop {
   public:
     static constexpr int kReduction = 8;
 
-    /// `panel` in points of the window, `devicePixelRatio` that of the screen. Null where
+    /// `panel` in points of the window. `color` is painted over the blurred picture. Null where
     /// `paintPicture` has no picture.
-    static QImage make(const PaintPicture& paintPicture, const QRect& panel,
-                       double devicePixelRatio);
+    static QImage make(const PaintPicture& paintPicture, const QRect& panel, const QColor& color);
 };
 
 } // namespace zelvane

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_window/views/floating_controls.h"
 
+#include <array>
 #include <utility>
 
 #include <QMouseEvent>
@@ -13,6 +14,17 @@ namespace {
 
 constexpr double kCornerRadius = 10;
 
+/// Parts of a panel with so few spans of pixels that Qt fills them on this thread. To wake others
+/// for each picture takes longer than the fill.
+std::array<QRect, 4> partsOf(const QRect& panel) {
+    constexpr int kCorner = static_cast<int>(kCornerRadius);
+    const QRect middle = panel.adjusted(0, kCorner, 0, -kCorner);
+    const int half = panel.width() / 2;
+    return {QRect(panel.left(), panel.top(), panel.width(), kCorner),
+            middle.adjusted(0, 0, -half, 0), middle.adjusted(middle.width() - half, 0, 0, 0),
+            QRect(panel.left(), middle.bottom() + 1, panel.width(), kCorner)};
+}
+
 } // namespace
 
 FloatingControls::FloatingControls(PaintPicture paintPicture, QWidget* parent)
@@ -22,28 +34,31 @@ void FloatingControls::mousePressEvent(QMouseEvent* event) {
     event->accept();
 }
 
-bool FloatingControls::paintBackdrop(QPainter& painter) const {
-    if (control_colors::increasesContrast()) {
-        return false;
+QBrush FloatingControls::ground() const {
+    QImage image;
+    if (!control_colors::increasesContrast()) {
+        const QRect inWindow(mapTo(window(), QPoint(0, 0)), size());
+        image = Backdrop::make(paintPicture_, inWindow, control_colors::panel(true));
     }
-    const QRect inWindow(mapTo(window(), QPoint(0, 0)), size());
-    const QImage image = Backdrop::make(paintPicture_, inWindow, devicePixelRatio());
     if (image.isNull()) {
-        return false;
+        return control_colors::panel(false);
     }
     QBrush brush(image);
     brush.setTransform(QTransform::fromTranslate(-Backdrop::kReduction, -Backdrop::kReduction)
                            .scale(Backdrop::kReduction, Backdrop::kReduction));
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    fillRounded(painter, *this, rect(), kCornerRadius, brush);
-    return true;
+    return brush;
 }
 
 void FloatingControls::paintGround(QPainter& painter) {
     painter.setRenderHint(QPainter::Antialiasing);
-    const bool hasBackdrop = paintBackdrop(painter);
-    fillRounded(painter, *this, rect(), kCornerRadius, control_colors::panel(hasBackdrop));
-    paintHairline(painter, *this, rect(), kCornerRadius);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    const QBrush brush = ground();
+    for (const QRect& part : partsOf(rect())) {
+        painter.setClipRect(part);
+        fillRounded(painter, *this, rect(), kCornerRadius, brush);
+        paintHairline(painter, *this, rect(), kCornerRadius);
+    }
+    painter.setClipping(false);
 }
 
 } // namespace zelvane

@@ -18,7 +18,8 @@ class FloatingControls final : public FadingPanel {
 
   private:
     void paintGround(QPainter& painter) override;
-    bool paintBackdrop(QPainter& painter) const;
+    /// The color or the tinted picture that fills the panel.
+    QBrush ground() const;
 
     PaintPicture paintPicture_;
 };
