@@ -1,6 +1,5 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """What a user sees of a player's window, measured from outside: the picture's pixels after real input."""
-import os
 import pathlib
 import re
 import subprocess
@@ -87,9 +86,8 @@ def ours(surroundings, path):
 
 
 def mpv(surroundings, path):
-    threads = max(1, (os.cpu_count() or 1) - 2)
     return Player(surroundings, ["mpv", "--no-config", "--really-quiet", "--vo=x11", "--hwdec=no",
-                                 "--ao=pulse", f"--vd-lavc-threads={threads}", str(path)], ("q",))
+                                 "--ao=pulse", str(path)], ("q",))
 
 
 class Panel:
