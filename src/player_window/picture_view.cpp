@@ -18,14 +18,16 @@ void PictureView::addOverlay(QWidget* overlay) {
 
 void PictureView::addSubtitles(const std::shared_ptr<SubtitlesView>& primary,
                                const std::shared_ptr<SubtitlesView>& secondary) {
-    addOverlay(std::make_unique<SubtitlesWidget>(secondary).release());
-    primarySubtitles_ = std::make_unique<SubtitlesWidget>(primary).release();
-    addOverlay(primarySubtitles_);
+    for (const auto& view : {secondary, primary}) {
+        subtitles_.push_back(std::make_unique<SubtitlesWidget>(view).release());
+        addOverlay(subtitles_.back());
+    }
 }
 
-void PictureView::moveSubtitlesAbove(const std::optional<CGRect>& panel, int duration) {
-    if (primarySubtitles_ != nullptr) {
-        primarySubtitles_->avoid(panel, duration);
+void PictureView::keepSubtitlesClearOf(const std::optional<ControlsOverPicture>& controls,
+                                       int duration) {
+    for (auto* subtitles : subtitles_) {
+        subtitles->avoid(controls, duration);
     }
 }
 

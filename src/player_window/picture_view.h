@@ -3,11 +3,12 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include <QWidget>
 
-#include "foundation/geometry.h"
 #include "player_window/video_widget.h"
+#include "player_window/views/player_view_layout.h"
 
 namespace zelvane {
 
@@ -30,16 +31,16 @@ class PictureView final : public QWidget {
     /// Shows both positions' subtitles over the picture, the primary ones in front.
     void addSubtitles(const std::shared_ptr<SubtitlesView>& primary,
                       const std::shared_ptr<SubtitlesView>& secondary);
-    /// Moves the primary subtitles above a panel over the picture, as SubtitlesWidget::avoid().
-    void moveSubtitlesAbove(const std::optional<CGRect>& panel, int duration);
+    /// Moves the subtitles away from what is over the picture, as SubtitlesWidget::avoid().
+    void keepSubtitlesClearOf(const std::optional<ControlsOverPicture>& controls, int duration);
 
   protected:
     void resizeEvent(QResizeEvent* event) override;
 
   private:
     VideoWidget video_;
-    /// Owned by this widget.
-    SubtitlesWidget* primarySubtitles_ = nullptr;
+    /// From back to front, owned by this widget.
+    std::vector<SubtitlesWidget*> subtitles_;
 };
 
 } // namespace zelvane

@@ -7,8 +7,8 @@
 #include <QPaintEvent>
 #include <QPainter>
 
+#include "player_window/controls/widget_geometry.h"
 #include "player_window/picture_layout.h"
-#include "player_window/views/player_view_layout.h"
 #include "subtitles_view/subtitles_view.h"
 
 namespace zelvane {
@@ -18,9 +18,14 @@ SubtitlesWidget::SubtitlesWidget(std::shared_ptr<SubtitlesView> subtitlesView, Q
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setAttribute(Qt::WA_NoSystemBackground);
     setFocusPolicy(Qt::NoFocus);
-    liftAnimation_.setEasingCurve(QEasingCurve::OutCubic);
-    connect(&liftAnimation_, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant& value) { setLift(value.toDouble()); });
+    animation_.setStartValue(0.0);
+    animation_.setEndValue(1.0);
+    animation_.setEasingCurve(QEasingCurve::OutCubic);
+    connect(&animation_, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
+        const double share = value.toDouble();
+        setShift({std::lerp(startShift_.upper, endShift_.upper, share),
+                  std::lerp(startShift_.lower, endShift_.lower, share)});
+    });
     subtitlesView_->setSurface(this);
     area_ = presentArea();
     layOutAll();
@@ -48,7 +53,7 @@ void SubtitlesWidget::layOutIfAreaChanged() {
     }
     area_ = area;
     layOutAll();
-    moveToWantedLift(0);
+    moveToWantedShift(0);
     update();
 }
 
@@ -63,9 +68,9 @@ void SubtitlesWidget::layOut(SubtitleView& view) const {
     view.setSize({area_.picture.width / ratio, area_.picture.height / ratio}, ratio);
 }
 
-void SubtitlesWidget::avoid(const std::optional<CGRect>& panel, int duration) {
-    panel_ = panel;
-    moveToWantedLift(duration);
+void SubtitlesWidget::avoid(const std::optional<ControlsOverPicture>& controls, int duration) {
+    controls_ = controls;
+    moveToWantedShift(duration);
 }
 
 bool SubtitlesWidget::isInLowerHalf(const SubtitleView& view) const {
@@ -77,46 +82,59 @@ QRectF SubtitlesWidget::placeOf(const SubtitleView& view) const {
     return view.paintedRect().translated(area_.picture.x / ratio, area_.picture.y / ratio);
 }
 
+double SubtitlesWidget::shiftOf(const SubtitleView& view) const {
+    return isInLowerHalf(view) ? shift_.lower : shift_.upper;
+}
+
 QRect SubtitlesWidget::painted(const SubtitleView& view) const {
     const QRectF place = placeOf(view);
-    const double lift = isInLowerHalf(view) ? lift_ : 0;
-    return place.isEmpty() ? QRect() : place.translated(0, -lift).toAlignedRect();
+    return place.isEmpty() ? QRect() : place.translated(0, shiftOf(view)).toAlignedRect();
 }
 
-double SubtitlesWidget::wantedLift() const {
-    QRectF text;
-    for (const auto& view : subtitlesView_->subtitleViews()) {
-        text |= isInLowerHalf(*view) ? placeOf(*view) : QRectF();
+SubtitlesWidget::Shift SubtitlesWidget::wantedShift() const {
+    if (!controls_) {
+        return {};
     }
-    if (!panel_ || text.isEmpty()) {
-        return 0;
+    QRectF upper;
+    QRectF lower;
+    for (const auto& view : subtitlesView_->subtitleViews()) {
+        (isInLowerHalf(*view) ? lower : upper) |= placeOf(*view);
     }
     const double ratio = area_.devicePixelRatio;
-    const CGRect& picture = area_.picture;
-    const double lift = subtitlesLift(
-        {text.x(), text.y(), text.width(), text.height()}, *panel_,
-        {picture.x / ratio, picture.y / ratio, picture.width / ratio, picture.height / ratio});
-    return std::ceil(lift * ratio) / ratio;
+    const CGRect picture{area_.picture.x / ratio, area_.picture.y / ratio,
+                         area_.picture.width / ratio, area_.picture.height / ratio};
+    const auto wholePixels = [ratio](double distance) {
+        return std::ceil(distance * ratio) / ratio;
+    };
+    Shift shift;
+    if (!upper.isEmpty()) {
+        shift.upper = wholePixels(subtitlesDrop(rectOf(upper), controls_->titleBar, picture));
+    }
+    if (!lower.isEmpty()) {
+        shift.lower = -wholePixels(subtitlesLift(rectOf(lower), controls_->panel, picture));
+    }
+    return shift;
 }
 
-void SubtitlesWidget::moveToWantedLift(int duration) {
-    const double lift = wantedLift();
-    liftAnimation_.stop();
-    if (duration <= 0 || lift == lift_) {
-        setLift(lift);
+void SubtitlesWidget::moveToWantedShift(int duration) {
+    animation_.stop();
+    startShift_ = shift_;
+    endShift_ = wantedShift();
+    if (duration <= 0 || endShift_ == shift_) {
+        setShift(endShift_);
         return;
     }
-    liftAnimation_.setStartValue(lift_);
-    liftAnimation_.setEndValue(lift);
-    liftAnimation_.setDuration(duration);
-    liftAnimation_.start();
+    animation_.setDuration(duration);
+    animation_.start();
 }
 
-void SubtitlesWidget::setLift(double lift) {
+void SubtitlesWidget::setShift(const Shift& shift) {
     // Letters are pictures for whole pixels.
-    const double ratio = area_.devicePixelRatio;
-    const double aligned = std::round(lift * ratio) / ratio;
-    if (aligned == lift_) {
+    const auto aligned = [ratio = area_.devicePixelRatio](double distance) {
+        return std::round(distance * ratio) / ratio;
+    };
+    const Shift next{aligned(shift.upper), aligned(shift.lower)};
+    if (next == shift_) {
         return;
     }
     const auto updateAll = [this] {
@@ -125,13 +143,13 @@ void SubtitlesWidget::setLift(double lift) {
         }
     };
     updateAll();
-    lift_ = aligned;
+    shift_ = next;
     updateAll();
 }
 
 void SubtitlesWidget::didAddSubtitleView(SubtitleView& view) {
     layOut(view);
-    moveToWantedLift(0);
+    moveToWantedShift(0);
     update(painted(view));
 }
 
@@ -163,10 +181,10 @@ void SubtitlesWidget::paintEvent(QPaintEvent* event) {
     painter.setClipRect(QRectF(0, 0, picture.width / ratio, picture.height / ratio));
     for (const auto& view : views) {
         if (event->region().intersects(painted(*view))) {
-            const double lift = isInLowerHalf(*view) ? lift_ : 0;
-            painter.translate(0, -lift);
+            const double shift = shiftOf(*view);
+            painter.translate(0, shift);
             view->paint(painter);
-            painter.translate(0, lift);
+            painter.translate(0, -shift);
         }
     }
 }

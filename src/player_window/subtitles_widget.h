@@ -8,6 +8,7 @@
 #include <QWidget>
 
 #include "foundation/geometry.h"
+#include "player_window/views/player_view_layout.h"
 #include "subtitles_view/subtitles_surface.h"
 
 namespace zelvane {
@@ -16,8 +17,8 @@ class SubtitlesView;
 
 /// Draws the subtitles of one position over the picture, and not on the bars around it. Transparent
 /// for the mouse. Lays subtitles out when they appear and when the size changes; other repaints,
-/// mostly for new pictures, copy them. Subtitles in the lower half of the picture move up together
-/// where a panel would cover them. Main thread.
+/// mostly for new pictures, copy them. Where the controls would cover them, subtitles in the lower
+/// half of the picture move up together, and those in the upper half move down. Main thread.
 class SubtitlesWidget final : public QWidget, private SubtitlesSurface {
   public:
     /// Of several widgets for one view, the last one shows it. Owns a reference to the view.
@@ -27,9 +28,9 @@ class SubtitlesWidget final : public QWidget, private SubtitlesSurface {
     SubtitlesWidget(const SubtitlesWidget&) = delete;
     SubtitlesWidget& operator=(const SubtitlesWidget&) = delete;
 
-    /// The panel that subtitles must not be under, in points of this widget; none lets them return.
-    /// They move over `duration` in milliseconds; 0 moves them at once.
-    void avoid(const std::optional<CGRect>& panel, int duration);
+    /// What subtitles must not be under, in points of this widget; none lets them return. They move
+    /// over `duration` in milliseconds; 0 moves them at once.
+    void avoid(const std::optional<ControlsOverPicture>& controls, int duration);
 
   protected:
     void paintEvent(QPaintEvent* event) override;
@@ -51,20 +52,29 @@ class SubtitlesWidget final : public QWidget, private SubtitlesSurface {
     void layOutIfAreaChanged();
     void layOutAll() const;
     void layOut(SubtitleView& view) const;
+    /// How far the subtitles of both halves are below their places, in points.
+    struct Shift {
+        double upper = 0;
+        double lower = 0;
+        friend bool operator==(const Shift&, const Shift&) = default;
+    };
     bool isInLowerHalf(const SubtitleView& view) const;
-    /// The place of a subtitle in points of this widget, before it moves up.
+    /// The place of a subtitle in points of this widget, before it moves.
     QRectF placeOf(const SubtitleView& view) const;
+    double shiftOf(const SubtitleView& view) const;
     QRect painted(const SubtitleView& view) const;
-    double wantedLift() const;
-    void moveToWantedLift(int duration);
-    void setLift(double lift);
+    Shift wantedShift() const;
+    void moveToWantedShift(int duration);
+    void setShift(const Shift& shift);
 
     const std::shared_ptr<SubtitlesView> subtitlesView_;
     Area area_;
-    std::optional<CGRect> panel_;
-    /// How far subtitles in the lower half are above their place, in points.
-    double lift_ = 0;
-    QVariantAnimation liftAnimation_;
+    std::optional<ControlsOverPicture> controls_;
+    Shift shift_;
+    Shift startShift_;
+    Shift endShift_;
+    /// Its value is the share of the way from the start to the end.
+    QVariantAnimation animation_;
 };
 
 } // namespace zelvane

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "foundation/dispatch.h"
@@ -13,7 +14,7 @@ namespace zelvane::test {
 
 /// The subtitles of both positions over a picture view, with a stopped clock and a main queue that
 /// this runs. Each subtitle is a half transparent blue rectangle in the lower right quarter of the
-/// picture.
+/// picture; the text "upper" is in the upper right one.
 class ShownSubtitles {
   public:
     ShownSubtitles() { dispatch::setMainQueue(queue_); }
@@ -33,9 +34,9 @@ class ShownSubtitles {
         }
         queue_->runPending();
     }
-    void show(SubtitlesView& view) {
+    void show(SubtitlesView& view, const std::string& text = "a") {
         view.addSubtitlesFrame(
-            frameOf(kCMTimeZero, kCMTimePositiveInfinity, std::vector{line("a")}));
+            frameOf(kCMTimeZero, kCMTimePositiveInfinity, std::vector{line(text)}));
         queue_->runPending();
     }
     void remove(SubtitlesView& view) {

@@ -16,6 +16,7 @@ using test::isNear;
 using test::screenshot;
 
 constexpr QRgb kVeiledYellow = 0xff7f7f80;
+constexpr QRgb kVeiledGreen = 0xff007f80;
 
 class SubtitlesWidgetTest : public testing::Test {
   protected:
@@ -59,26 +60,35 @@ TEST_F(SubtitlesWidgetTest, drawsOnThePictureAndNotOnTheBars) {
     EXPECT_TRUE(showsOnScreen(QPoint(300, 200), test::kYellow));
 }
 
-TEST_F(SubtitlesWidgetTest, primarySubtitlesMoveAboveAPanelAndReturn) {
-    constexpr QRgb kVeiledGreen = 0xff007f80;
-    const CGRect panel{100, 180, 200, 40};
+TEST_F(SubtitlesWidgetTest, subtitlesMoveAboveThePanelAndReturn) {
+    const ControlsOverPicture controls{{0, 0, 320, 20}, {100, 180, 200, 40}};
     ASSERT_TRUE(showPicture());
     subtitles_.show(subtitles_.primary());
     EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow));
-    view_->moveSubtitlesAbove(panel, 20);
+    view_->keepSubtitlesClearOf(controls, 20);
     EXPECT_TRUE(showsOnScreen(QPoint(300, 173), test::kYellow));
     EXPECT_TRUE(showsOnScreen(QPoint(300, 171), kVeiledYellow));
     EXPECT_TRUE(showsOnScreen(QPoint(300, 83), kVeiledGreen));
     subtitles_.remove(subtitles_.primary());
-    view_->moveSubtitlesAbove(panel, 0);
+    view_->keepSubtitlesClearOf(controls, 0);
     subtitles_.show(subtitles_.primary());
     EXPECT_TRUE(showsOnScreen(QPoint(300, 83), kVeiledGreen)) << "added under the panel";
-    view_->moveSubtitlesAbove(std::nullopt, 0);
+    view_->keepSubtitlesClearOf(std::nullopt, 0);
     EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow));
-    subtitles_.remove(subtitles_.primary());
-    subtitles_.show(subtitles_.secondary());
-    view_->moveSubtitlesAbove(panel, 0);
-    EXPECT_TRUE(showsOnScreen(QPoint(300, 200), kVeiledYellow)) << "those at the top stay";
+}
+
+TEST_F(SubtitlesWidgetTest, subtitlesMoveBelowTheTitleBarAndReturn) {
+    const ControlsOverPicture controls{{0, 0, 320, 40}, {100, 180, 200, 40}};
+    ASSERT_TRUE(showPicture());
+    subtitles_.show(subtitles_.secondary(), "upper");
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 32), kVeiledGreen));
+    view_->keepSubtitlesClearOf(controls, 20);
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 48), test::kGreen));
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 51), kVeiledGreen));
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 132), kVeiledYellow));
+    view_->keepSubtitlesClearOf(std::nullopt, 20);
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 132), test::kYellow));
+    EXPECT_TRUE(showsOnScreen(QPoint(300, 32), kVeiledGreen));
 }
 
 TEST_F(SubtitlesWidgetTest, followsTheAspectRatioOfThePicture) {

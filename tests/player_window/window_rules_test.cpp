@@ -140,6 +140,23 @@ TEST(PlayerViewLayout, subtitlesMoveAboveThePanel) {
     }
 }
 
+TEST(PlayerViewLayout, subtitlesMoveBelowTheTitleBar) {
+    const CGRect titleBar{0, 0, 1200, 40};
+    const CGRect picture{0, 0, 1200, 700};
+    const struct {
+        CGRect text;
+        double drop;
+    } cases[] = {
+        {{400, 10, 300, 60}, 40},
+        {{400, 50, 300, 60}, 0},
+        {{400, 49, 300, 60}, 1},
+        {{400, 10, 300, 680}, 10},
+    };
+    for (const auto& given : cases) {
+        EXPECT_EQ(subtitlesDrop(given.text, titleBar, picture), given.drop) << given.text.y;
+    }
+}
+
 TEST(PlayerViewLayout, theIndicatorIsAColumnInTheMiddle) {
     const auto plain = layOutExternalPlaybackIndicator({400, 300}, {60, 60}, {200, 10}, {});
     EXPECT_EQ(plain.image, (CGRect{170, 100, 60, 60}));

@@ -14,7 +14,7 @@
 
 namespace zelvane::test {
 
-/// A view that paints a rectangle and counts the calls.
+/// A view that paints the lower right quarter, or the upper one by its name, and counts the calls.
 class FakeSubtitleView final : public SubtitleView {
   public:
     struct Counts {
@@ -30,8 +30,9 @@ class FakeSubtitleView final : public SubtitleView {
 
     void setSize(const QSizeF& size, qreal /*devicePixelRatio*/) override {
         ++counts_->layouts;
-        // The lower right quarter.
-        place_ = QRectF(size.width() / 2, size.height() / 2, size.width() / 2, size.height() / 2);
+        const bool isUpper = name_.ends_with("upper");
+        place_ = QRectF(size.width() / 2, isUpper ? 0 : size.height() / 2, size.width() / 2,
+                        size.height() / 2);
     }
     QRectF paintedRect() const override { return place_; }
     void paint(QPainter& painter) const override {

@@ -9,6 +9,7 @@ namespace zelvane {
 namespace {
 
 constexpr double kGapOverPanel = 8;
+constexpr double kGapUnderTitleBar = 10;
 constexpr double kGapUnderImage = 30;
 constexpr double kGapUnderTitle = 1;
 
@@ -54,6 +55,17 @@ double subtitlesLift(const CGRect& text, const CGRect& panel, const CGRect& pict
     }
     const double wanted = text.y + text.height - withGap.y;
     return std::max(std::min(wanted, text.y - picture.y), 0.0);
+}
+
+double subtitlesDrop(const CGRect& text, const CGRect& titleBar, const CGRect& picture) {
+    const CGRect withGap{titleBar.x, titleBar.y, titleBar.width,
+                         titleBar.height + kGapUnderTitleBar};
+    if (!intersects(text, withGap)) {
+        return 0;
+    }
+    const double wanted = withGap.y + withGap.height - text.y;
+    const double room = picture.y + picture.height - (text.y + text.height);
+    return std::max(std::min(wanted, room), 0.0);
 }
 
 ExternalPlaybackIndicatorLayout

@@ -25,10 +25,20 @@ CGSize audioPlayerSize();
 /// shape is empty.
 CGRect largestRectOfShape(const CGSize& shape, const CGSize& view);
 
+/// What covers the picture while the controls are visible.
+struct ControlsOverPicture {
+    CGRect titleBar;
+    CGRect panel;
+};
+
 /// How far the bottom subtitles move up, so that they are above the visible panel. `text` is what
 /// they cover. Zero where nothing of them is under the panel; never so far that they leave
 /// `picture` at its top.
 double subtitlesLift(const CGRect& text, const CGRect& panel, const CGRect& picture);
+
+/// How far the top subtitles move down, so that they are below the visible title bar; never so far
+/// that they leave `picture` at its bottom.
+double subtitlesDrop(const CGRect& text, const CGRect& titleBar, const CGRect& picture);
 
 /// The parts of the indicator that the picture is in another place, in points with y downward.
 struct ExternalPlaybackIndicatorLayout {

@@ -86,10 +86,12 @@ void VideoPlayerView::pictureInPictureDidStop() {
 }
 
 void VideoPlayerView::moveSubtitles(int duration) {
-    const bool areCovered = areControlsVisible_ && hasPicture();
-    const QRect panel = floatingControlsView_->geometry();
-    pictureView_->moveSubtitlesAbove(areCovered ? std::optional(rectOf(panel)) : std::nullopt,
-                                     duration);
+    std::optional<ControlsOverPicture> controls;
+    if (areControlsVisible_ && hasPicture()) {
+        controls = {{0, 0, static_cast<double>(width()), kTitleBarHeight},
+                    rectOf(floatingControlsView_->geometry())};
+    }
+    pictureView_->keepSubtitlesClearOf(controls, duration);
 }
 
 void VideoPlayerView::resizeEvent(QResizeEvent* /*event*/) {

@@ -39,8 +39,8 @@ class VideoPlayerView final : public MediaPlayerView {
     void pictureInPictureWillStart();
     /// Takes the group back and removes the indicator.
     void pictureInPictureDidStop();
-    /// While the controls are visible, bottom subtitles under them move above them. The caller
-    /// fades the controls themselves.
+    /// While the controls are visible, subtitles are between the title bar and the panel. The
+    /// caller fades the controls themselves.
     void controlsVisibilityDidChange(bool areVisible);
     /// Shows a text above the scrubber at `x`, in points of the scrubber; none hides it.
     void showHoverText(const std::optional<QString>& text, double x);
