@@ -116,7 +116,10 @@ TEST(PlayerViewLayout, controlsFloatAtTheBottom) {
     EXPECT_EQ(floatingControlsRect({1280, 720}), (CGRect{334.5, 607, 611, 92}));
     EXPECT_EQ(floatingControlsRect({653, 400}), (CGRect{21, 287, 611, 92}));
     EXPECT_EQ(floatingControlsRect({500, 400}), (CGRect{21, 287, 458, 92}));
-    EXPECT_EQ(floatingControlsRect(fittingVideoPlayerSize()), (CGRect{21, 61, 377, 92}));
+    const CGRect panel = floatingControlsRect(fittingVideoPlayerSize());
+    EXPECT_EQ(panel, (CGRect{21, fittingVideoPlayerSize().height - 113, 377, 92}));
+    EXPECT_GE(panel.y - kTitleBarHeight, 80) << "the picture would be hidden";
+    EXPECT_EQ(minimumContentSize({fittingVideoPlayerSize(), true, CGSize{16, 9}}).width, 419);
 }
 
 TEST(PlayerViewLayout, subtitlesAreOnThePictureAlone) {

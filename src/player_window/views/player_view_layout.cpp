@@ -8,6 +8,9 @@
 namespace zelvane {
 namespace {
 
+/// Between the title bar and the panel, so that the smallest window still shows a part of its
+/// picture. A picture of 16 to 9 is that high in the narrowest window.
+constexpr double kLeastVisibleHeight = 82;
 constexpr double kGapOverPanel = 8;
 constexpr double kGapUnderTitleBar = 10;
 constexpr double kGapUnderImage = 30;
@@ -30,7 +33,8 @@ CGRect floatingControlsRect(const CGSize& view) {
 
 CGSize fittingVideoPlayerSize() {
     return {ControlsMetrics::kMinimumWidth + 2 * kFloatingControlsMargin,
-            kTitleBarHeight + ControlsMetrics::kHeight + 2 * kFloatingControlsMargin};
+            kTitleBarHeight + kLeastVisibleHeight + ControlsMetrics::kHeight +
+                kFloatingControlsMargin};
 }
 
 CGSize audioPlayerSize() {

@@ -15,7 +15,8 @@ inline constexpr double kTitleBarHeight = 40;
 /// width. All in points of the view with y downward.
 CGRect floatingControlsRect(const CGSize& view);
 
-/// The smallest view that holds the floating controls and the title bar.
+/// The smallest view that holds the floating controls and the title bar, with some of the picture
+/// between them.
 CGSize fittingVideoPlayerSize();
 
 /// The size of the content of an audio window, which is fixed.
