@@ -9,24 +9,37 @@
 
 namespace zelvane {
 
-/// A short text over the picture about the effect of a key, which disappears after a moment. A
-/// screen reader speaks it. Transparent for the mouse. Main thread.
+/// A short text about the effect of a key, which disappears after a moment. A screen reader speaks
+/// it. Transparent for the mouse. Main thread.
 class NoticeWidget final : public QWidget, public AccessibleWidget {
   public:
-    explicit NoticeWidget(QWidget* parent);
+    enum class Place {
+        /// At the top left of the room.
+        overPicture,
+        /// In the middle of the room, and hides what is there: a window for sound alone has no room
+        /// but that of its title.
+        inTitleBar,
+    };
 
-    /// Replaces an earlier text. It is at the top left of the parent, below the title bar, and is
-    /// elided at its end where the parent is too narrow.
+    NoticeWidget(Place place, QWidget* parent);
+
+    /// Where the notice appears, in points of the parent. A text that is too long is elided at its
+    /// end.
+    void setRoom(const QRect& room);
+    /// Replaces an earlier text.
     void showText(const QString& text);
     const QString& text() const { return text_; }
-    /// The parent calls it when its size has changed.
-    void fitToParent();
     QAccessibleInterface* makeAccessible() override;
 
   protected:
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    QSize sizeOfPill() const;
+    void layOut();
+
+    const Place place_;
+    QRect room_;
     QString text_;
     QTimer timer_;
 };

@@ -13,7 +13,9 @@
 #include "player_window/views/external_playback_indicator_view.h"
 #include "player_window/views/floating_controls.h"
 #include "player_window/views/media_player_view.h"
+#include "player_window/views/player_view_layout.h"
 #include "player_window/views/video_player_view.h"
+#include "player_window/window/media_player_window.h"
 #include "tests/player_window/shown_subtitles.h"
 #include "tests/player_window/window_test_support.h"
 #include "tests/support/clips.h"
@@ -87,17 +89,34 @@ TEST(MediaPlayerView, refusesADropWhileAFileIsAddedOrWithoutCopy) {
     EXPECT_EQ(taker.count, 1);
 }
 
-TEST(NoticeWidget, isVisibleForAMomentAndInsideItsParent) {
+TEST(NoticeWidget, isVisibleForAMomentAndInsideItsRoom) {
     QWidget window;
     window.resize(640, 360);
-    auto* notice = std::make_unique<NoticeWidget>(&window).release();
+    auto* notice =
+        std::make_unique<NoticeWidget>(NoticeWidget::Place::overPicture, &window).release();
+    notice->setRoom({16, 52, 600, 300});
     ASSERT_TRUE(test::showAndWait(window));
     notice->showText("Subtitles (bottom): English");
     EXPECT_TRUE(notice->isVisible());
-    window.resize(200, 120);
-    notice->fitToParent();
-    EXPECT_TRUE(window.rect().contains(notice->geometry()));
+    EXPECT_LT(notice->width(), 400);
+    const QRect narrow(16, 52, 80, 60);
+    notice->setRoom(narrow);
+    EXPECT_TRUE(narrow.contains(notice->geometry()));
     EXPECT_TRUE(test::runUntil([&] { return !notice->isVisible(); }));
+}
+
+TEST(NoticeWidget, coversNoControlOfAWindowForSoundAlone) {
+    MediaPlayerWindow window(TitleBar::Ground::plain, /*isResizable=*/false);
+    window.setContentSizes({}, audioPlayerSize());
+    window.showCentred();
+    window.showNotice("Audio: English: “Surround sound with a long description of it”");
+    const QRect notice = window.notice().geometry();
+    EXPECT_GT(notice.width(), 150);
+    EXPECT_LE(notice.bottom(), kTitleBarHeight);
+    for (const auto* button : window.titleBar().buttons()) {
+        EXPECT_FALSE(notice.intersects(button->geometry()))
+            << button->accessibleName().toStdString();
+    }
 }
 
 TEST(VideoPlayerView, leavesAnIndicatorWhileThePictureIsInAnotherWindow) {

@@ -24,6 +24,8 @@ namespace zelvane {
 namespace {
 
 constexpr int kLargestWidgetSize = QWIDGETSIZE_MAX;
+constexpr int kNoticeMargin = 16;
+constexpr int kNoticeTop = static_cast<int>(kTitleBarHeight) + 12;
 
 QSize ceiled(const CGSize& size) {
     return {static_cast<int>(std::ceil(size.width)), static_cast<int>(std::ceil(size.height))};
@@ -43,7 +45,10 @@ QRect workAreaOf(const QWidget& window) {
 // All widgets belong to this one. NOLINTBEGIN(cppcoreguidelines-owning-memory)
 MediaPlayerWindow::MediaPlayerWindow(TitleBar::Ground ground, bool isResizable)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint), isResizable_(isResizable),
-      titleBar_(new TitleBar(ground, this)), notice_(new NoticeWidget(this)) {
+      titleBar_(new TitleBar(ground, this)),
+      notice_(new NoticeWidget(ground == TitleBar::Ground::plain ? NoticeWidget::Place::inTitleBar
+                                                                 : NoticeWidget::Place::overPicture,
+                               this)) {
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMouseTracking(true);
     setFocusPolicy(Qt::ClickFocus);
@@ -237,7 +242,19 @@ void MediaPlayerWindow::layOut() {
     }
     titleBar_->setGeometry(0, 0, width(), static_cast<int>(kTitleBarHeight));
     titleBar_->raise();
-    notice_->fitToParent();
+    layOutNotice();
+}
+
+void MediaPlayerWindow::showNotice(const QString& text) {
+    // The buttons of the title bar may have changed.
+    layOutNotice();
+    notice_->showText(text);
+}
+
+void MediaPlayerWindow::layOutNotice() {
+    notice_->setRoom(titleBar_->ground() == TitleBar::Ground::plain
+                         ? titleBar_->titleRoom()
+                         : rect().adjusted(kNoticeMargin, kNoticeTop, -kNoticeMargin, 0));
 }
 
 void MediaPlayerWindow::resizeEvent(QResizeEvent* /*event*/) {

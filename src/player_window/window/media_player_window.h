@@ -28,7 +28,9 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     void setContentView(QWidget* content);
     QWidget* contentView() const { return contentView_; }
     TitleBar& titleBar() const { return *titleBar_; }
-    NoticeWidget& notice() const { return *notice_; }
+    /// Shows a text for a moment; below the title bar over a picture, else in place of the title.
+    void showNotice(const QString& text);
+    const NoticeWidget& notice() const { return *notice_; }
 
     /// In points. The shape of `preferred` is kept when the window is resized.
     void setContentSizes(const CGSize& minimum, const CGSize& preferred);
@@ -74,6 +76,7 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     void keepShape();
     void applySizeLimits();
     void layOut();
+    void layOutNotice();
     CGSize chromeSize() const;
     CGSize sizeOnScreen() const;
     Qt::Edges edgesAt(const QPoint& position) const;

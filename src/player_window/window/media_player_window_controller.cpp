@@ -121,7 +121,7 @@ void MediaPlayerWindowController::enterFullScreenAutomatically() {
 }
 
 void MediaPlayerWindowController::showNotice(const QString& text) {
-    window_->notice().showText(text);
+    window_->showNotice(text);
 }
 
 void MediaPlayerWindowController::encodeRestorableState(StateCoder& coder) const {

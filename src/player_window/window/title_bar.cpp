@@ -54,7 +54,8 @@ int widthOf(std::size_t buttonCount) {
 /// The title in the middle of the bar, or of what the buttons leave of it.
 class TitleBar::TitleText final : public QWidget, public AccessibleWidget {
   public:
-    explicit TitleText(const QString& title, QWidget* parent) : QWidget(parent), title_(title) {
+    TitleText(const QString& title, const QRect& room, QWidget* parent)
+        : QWidget(parent), title_(title), room_(room) {
         setAttribute(Qt::WA_TransparentForMouseEvents);
         QFont font = this->font();
         font.setPixelSize(kFontSize);
@@ -67,35 +68,27 @@ class TitleBar::TitleText final : public QWidget, public AccessibleWidget {
         return new QAccessibleWidget(this, QAccessible::StaticText);
     }
 
-    /// The room between the buttons, in points of the bar.
-    void setRoom(int left, int right) {
-        left_ = left;
-        right_ = right;
-        update();
-    }
-
   protected:
     void paintEvent(QPaintEvent* /*event*/) override {
         QPainter painter(this);
         painter.setPen(Qt::white);
-        const QString text =
-            fontMetrics().elidedText(title_, Qt::ElideMiddle, std::max(right_ - left_, 0));
+        const QString text = fontMetrics().elidedText(title_, Qt::ElideMiddle, room_.width());
         const int width = fontMetrics().horizontalAdvance(text);
-        const int x =
-            std::clamp((this->width() - width) / 2, left_, std::max(right_ - width, left_));
+        const int left = room_.x();
+        const int x = std::clamp((this->width() - width) / 2, left,
+                                 std::max(left + room_.width() - width, left));
         painter.drawText(QRect(x, 0, width + 1, height()), Qt::AlignVCenter | Qt::AlignLeft, text);
     }
 
   private:
     const QString& title_;
-    int left_ = 0;
-    int right_ = 0;
+    const QRect& room_;
 };
 
 // All widgets belong to this one. NOLINTBEGIN(cppcoreguidelines-owning-memory)
 TitleBar::TitleBar(Ground ground, QWidget* parent)
     : FadingPanel(parent), ground_(ground), content_(new QWidget(this)),
-      titleText_(new TitleText(title_, content_)),
+      titleText_(new TitleText(title_, titleRoom_, content_)),
       menuButton_(new ControlButton(ControlSymbol::menu, tr("Menu"), content_)) {
     setAccessibleName(tr("Title Bar"));
     setContent(content_);
@@ -188,8 +181,9 @@ void TitleBar::layOut() {
     for (const Button& button : right_) {
         placeAtX(*button.widget);
     }
+    titleRoom_ = QRect(leftEnd, 0, std::max(rightStart - leftEnd, 0), height());
     titleText_->setGeometry(rect());
-    titleText_->setRoom(leftEnd, rightStart);
+    titleText_->update();
 }
 
 void TitleBar::resizeEvent(QResizeEvent* event) {

@@ -26,6 +26,9 @@ class TitleBar final : public FadingPanel, public AccessibleWidget {
 
     void setTitle(const QString& title);
     const QString& title() const { return title_; }
+    Ground ground() const { return ground_; }
+    /// What the buttons leave for the title, in points of the bar.
+    const QRect& titleRoom() const { return titleRoom_; }
     /// A window that cannot be in full screen leaves that button out.
     void setButtonLayout(const ButtonLayout& layout, bool canFillScreen);
     void setFullScreen(bool fullScreen);
@@ -60,6 +63,7 @@ class TitleBar final : public FadingPanel, public AccessibleWidget {
 
     const Ground ground_;
     QString title_;
+    QRect titleRoom_;
     QWidget* content_;
     TitleText* titleText_;
     ControlButton* menuButton_;
