@@ -66,10 +66,10 @@ TEST(PlayerMenu, soundAloneHasNoItemsOfPictures) {
     state.isPlaying = true;
     EXPECT_EQ(outlineOf(playerMenu(state)),
               "Open… <Ctrl+O>, |, Pause <Space>, Jump Back <Left>, Jump Forward <Right>, Playback, "
-              "Speed, Sound, Tracks, |, Keyboard Shortcuts <Ctrl+/>, Close <Ctrl+W>, "
-              "Quit <Ctrl+Q>");
+              "Speed, Sound, |, Keyboard Shortcuts <Ctrl+/>, Close <Ctrl+W>, Quit <Ctrl+Q>");
     EXPECT_EQ(submenuOf(playerMenu(state), "Playback").find("Frame"), std::string::npos);
-    EXPECT_EQ(submenuOf(playerMenu({}), "Tracks"), "disabled ");
+    state.tracks.audio.push_back(test::audioTrack("b"));
+    EXPECT_EQ(submenuOf(playerMenu(state), "Tracks").find("(Audio Tracks), "), 0U);
 }
 
 TEST(PlayerMenu, submenusShowTheStateOfThePlayer) {

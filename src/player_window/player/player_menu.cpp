@@ -142,16 +142,18 @@ Entries pictureItems(const PlayerMenuState& state) {
 
 std::vector<MenuEntry> playerMenu(const PlayerMenuState& state) {
     const bool hasVideo = !state.tracks.video.empty();
-    Entries menu =
-        items(item(PlayerAction::openFile), separator(),
-              item(state.isPlaying ? PlayerMenu::tr("Pause") : PlayerMenu::tr("Play"),
-                   PlayerAction::togglePlayPause),
-              item(PlayerAction::jumpBackward), item(PlayerAction::jumpForward),
-              submenu(titleOf(PlayerActionGroup::playback), playbackMenu(hasVideo)),
-              submenu(titleOf(PlayerActionGroup::speed), speedMenu(state.rate)),
-              submenu(titleOf(PlayerActionGroup::sound), soundMenu(state)),
-              submenu(PlayerMenu::tr("Tracks"),
-                      trackSections(state, [](TrackRole role) { return !isOfSubtitles(role); })));
+    Entries menu = items(item(PlayerAction::openFile), separator(),
+                         item(state.isPlaying ? PlayerMenu::tr("Pause") : PlayerMenu::tr("Play"),
+                              PlayerAction::togglePlayPause),
+                         item(PlayerAction::jumpBackward), item(PlayerAction::jumpForward),
+                         submenu(titleOf(PlayerActionGroup::playback), playbackMenu(hasVideo)),
+                         submenu(titleOf(PlayerActionGroup::speed), speedMenu(state.rate)),
+                         submenu(titleOf(PlayerActionGroup::sound), soundMenu(state)));
+    if (hasVideo || state.tracks.audio.size() > 1) {
+        menu.push_back(submenu(PlayerMenu::tr("Tracks"), trackSections(state, [](TrackRole role) {
+                                   return !isOfSubtitles(role);
+                               })));
+    }
     if (hasVideo) {
         menu.push_back(submenu(titleOf(PlayerActionGroup::subtitles), subtitlesMenu(state)));
         menu.push_back(separator());
