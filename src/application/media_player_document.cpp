@@ -41,8 +41,9 @@ void logStatisticsIfRequested(const PlayerParts& parts) {
 } // namespace
 
 std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::open(const URL& url, Handlers handlers) {
-    std::shared_ptr<MediaPlayerDocument> document(new MediaPlayerDocument(std::move(handlers)));
-    document->load(url);
+    std::shared_ptr<MediaPlayerDocument> document(
+        new MediaPlayerDocument(url, std::move(handlers)));
+    document->load();
     return document;
 }
 
@@ -50,15 +51,16 @@ MediaPlayerDocument::~MediaPlayerDocument() {
     logStatisticsIfRequested(parts_);
 }
 
-void MediaPlayerDocument::load(const URL& url) {
+void MediaPlayerDocument::load() {
     const auto self = shared_from_this();
-    MediaSource::load(url,
+    MediaSource::load(url_,
                       onMain<std::shared_ptr<MediaSource>>(self, &MediaPlayerDocument::didLoad),
                       onMain<MediaSource::LoadError>(self, &MediaPlayerDocument::didFailToLoad));
 }
 
 void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
-    showErrorAlert(error, nullptr, [self = shared_from_this()] { self->handlers_.onClosed(true); });
+    showErrorAlert(error, QString::fromStdString(url_.lastPathComponent()), nullptr,
+                   [self = shared_from_this()] { self->handlers_.onClosed(true); });
 }
 
 void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {

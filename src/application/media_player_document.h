@@ -35,13 +35,15 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
     ~MediaPlayerDocument();
 
   private:
-    explicit MediaPlayerDocument(Handlers handlers) : handlers_(std::move(handlers)) {}
+    MediaPlayerDocument(URL url, Handlers handlers)
+        : url_(std::move(url)), handlers_(std::move(handlers)) {}
 
-    void load(const URL& url);
+    void load();
     void didFailToLoad(const MediaSource::LoadError& error);
     void didLoad(const std::shared_ptr<MediaSource>& source);
     void didMakePlayer(std::shared_ptr<MediaPlayer> player);
 
+    const URL url_;
     Handlers handlers_;
     PlayerParts parts_;
     SubtitlesViews subtitlesViews_;

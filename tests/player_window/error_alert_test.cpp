@@ -15,7 +15,10 @@ namespace {
 TEST(ErrorAlert, showsDescriptionReasonAndSuggestion) {
     const std::unique_ptr<QMessageBox> alert(makeErrorAlert(
         LocalizedError("case", "“<b>.mkv” cannot be opened.", "It is empty.", "Try another."),
-        nullptr));
+        "film.mkv", nullptr));
+    EXPECT_EQ(alert->windowTitle(), "film.mkv");
+    EXPECT_GE(alert->sizeHint().width(), 400) << "the title would be elided";
+    EXPECT_LT(alert->palette().color(QPalette::Window).lightness(), 64);
     EXPECT_EQ(alert->icon(), QMessageBox::Critical);
     EXPECT_EQ(alert->text(), "“<b>.mkv” cannot be opened.");
     EXPECT_EQ(alert->informativeText(), "It is empty. Try another.");
@@ -28,7 +31,8 @@ TEST(ErrorAlert, omitsMissingTexts) {
     const auto informative = [](std::optional<std::string> reason,
                                 std::optional<std::string> suggestion) {
         const std::unique_ptr<QMessageBox> alert(makeErrorAlert(
-            LocalizedError("case", "Message", std::move(reason), std::move(suggestion)), nullptr));
+            LocalizedError("case", "Message", std::move(reason), std::move(suggestion)), {},
+            nullptr));
         return alert->informativeText();
     };
     EXPECT_EQ(informative(std::nullopt, "Try another."), "Try another.");
@@ -37,7 +41,7 @@ TEST(ErrorAlert, omitsMissingTexts) {
 }
 
 TEST(ErrorAlert, showsThePlainDescriptionOfOtherErrors) {
-    const std::unique_ptr<QMessageBox> alert(makeErrorAlert(Error("no such thing"), nullptr));
+    const std::unique_ptr<QMessageBox> alert(makeErrorAlert(Error("no such thing"), {}, nullptr));
     EXPECT_EQ(alert->text(), "no such thing");
 }
 
@@ -45,7 +49,7 @@ TEST(ErrorAlert, isASheetOnItsWindowAndReportsItsDismissal) {
     QWidget window;
     ASSERT_TRUE(test::showAndWait(window));
     int dismissals = 0;
-    showErrorAlert(Error("no such thing"), &window, [&] { ++dismissals; });
+    showErrorAlert(Error("no such thing"), {}, &window, [&] { ++dismissals; });
     auto* alert = window.findChild<QMessageBox*>();
     ASSERT_NE(alert, nullptr);
     EXPECT_TRUE(alert->isVisible());

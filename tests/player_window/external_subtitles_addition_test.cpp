@@ -73,7 +73,9 @@ class ExternalSubtitlesAdditionTest : public testing::Test {
             source_, window_,
             ExternalSubtitlesAddition::Handlers{
                 [this](const ExternalSubtitlesTracks&) { events_ += "added "; },
-                [this](const MediaSourceLoadError&) { events_ += "failed "; },
+                [this](const URL& url, const MediaSourceLoadError&) {
+                    events_ += url.lastPathComponent() + " failed ";
+                },
                 [this] { events_ += "begin "; }, [this] { events_ += "end "; }});
     }
     void add(const std::string& name) { addition_->add(URL::fromPath("/" + name)); }
@@ -98,7 +100,7 @@ TEST_F(ExternalSubtitlesAdditionTest, addsOneFileAtATimeAndReportsItsResult) {
     add("b.srt");
     source_->fail[1](MediaSourceLoadError::noDecodableTracks({MediaType::subtitles}));
     mainQueue_->runPending();
-    EXPECT_EQ(events_, "begin end added begin end failed ");
+    EXPECT_EQ(events_, "begin end added begin end b.srt failed ");
 }
 
 TEST_F(ExternalSubtitlesAdditionTest, escCancelsAndALateResultIsDropped) {

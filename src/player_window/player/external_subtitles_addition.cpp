@@ -58,8 +58,10 @@ void ExternalSubtitlesAddition::add(const URL& url) {
     }
     operationUUID_ = makeUUIDString();
     showSheet(url);
-    source_->addExternalSubtitles(url, finishingWith(handlers_.didAdd),
-                                  finishingWith(handlers_.didFail));
+    source_->addExternalSubtitles(
+        url, finishingWith(handlers_.didAdd),
+        finishingWith<MediaSourceLoadError>(
+            [this, url](const MediaSourceLoadError& error) { handlers_.didFail(url, error); }));
 }
 
 void ExternalSubtitlesAddition::showSheet(const URL& url) {

@@ -31,7 +31,7 @@ class ExternalSubtitlesAddition final : public QObject {
   public:
     struct Handlers {
         std::function<void(const ExternalSubtitlesTracks&)> didAdd;
-        std::function<void(const MediaSourceLoadError&)> didFail;
+        std::function<void(const URL&, const MediaSourceLoadError&)> didFail;
         /// The sheet is shown or removed.
         std::function<void()> didBegin;
         std::function<void()> didEnd;

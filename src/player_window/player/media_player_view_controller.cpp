@@ -280,19 +280,23 @@ void MediaPlayerViewController::hoverDidChange(std::optional<double> value, doub
 ExternalSubtitlesAddition::Handlers MediaPlayerViewController::additionHandlers() {
     ExternalSubtitlesAddition::Handlers handlers;
     handlers.didAdd = [this](const auto& tracks) { actions_->selectAdded(tracks); };
-    handlers.didFail = [this](const auto& error) { didFailToAddExternalSubtitles(error); };
+    handlers.didFail = [this](const URL& url, const auto& error) {
+        didFailToAddExternalSubtitles(url, error);
+    };
     handlers.didBegin = [this] { beginHoldingControls(); };
     handlers.didEnd = [this] { endHoldingControls(); };
     return handlers;
 }
 
-void MediaPlayerViewController::didFailToAddExternalSubtitles(const MediaSourceLoadError& error) {
+void MediaPlayerViewController::didFailToAddExternalSubtitles(const URL& url,
+                                                              const MediaSourceLoadError& error) {
     beginHoldingControls();
-    showErrorAlert(error, view_->window(), [self = QPointer(this)] {
-        if (self) {
-            self->endHoldingControls();
-        }
-    });
+    showErrorAlert(error, QString::fromStdString(url.lastPathComponent()), view_->window(),
+                   [self = QPointer(this)] {
+                       if (self) {
+                           self->endHoldingControls();
+                       }
+                   });
 }
 
 } // namespace zelvane

@@ -92,7 +92,7 @@ class MediaPlayerViewController final : public QObject, private MediaPlayerViewD
     QMenu& makeMenu(const std::vector<MenuEntry>& entries);
     void showTracks();
     void updateTracksPopover();
-    void didFailToAddExternalSubtitles(const MediaSourceLoadError& error);
+    void didFailToAddExternalSubtitles(const URL& url, const MediaSourceLoadError& error);
     ExternalSubtitlesAddition::Handlers additionHandlers();
     /// While something is open over the view the controls stay.
     void beginHoldingControls();
