@@ -45,11 +45,11 @@ TEST(Accessibility, assistiveTechnologyUsesThePlayer) {
     EXPECT_EQ(walk.process.exitCode(), 0) << walk.process.readAllStandardError().toStdString();
     for (const char* line : {
              "frame|spoken.mp4||",
-             "push button|Mute|Mute|focusable|Press,SetFocus|\n",
+             "push button|Mute|Mute (M)|focusable|Press,SetFocus|\n",
              "slider|Volume|100 %|focusable|Increase,Decrease,SetFocus|0..100\n",
              "slider|Scrubber|",
              "|focusable|Increase,Decrease,SetFocus|0..200\n",
-             "|Show End Time|focusable|Press,SetFocus|\n",
+             "|Show End Time (T)|focusable|Press,SetFocus|\n",
              "label|spoken.mp4|",
              "push button|Close|",
              "pressing Pause makes it Play\n",

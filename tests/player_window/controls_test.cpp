@@ -64,6 +64,8 @@ TEST(ControlsView, showsTheStateOfThePlayer) {
     view.resize(611, 92);
     view.setPlaying(true);
     EXPECT_EQ(view.playPauseButton().accessibleName(), "Pause");
+    EXPECT_EQ(view.playPauseButton().toolTip(), "Pause (Space)");
+    EXPECT_EQ(view.tracksButton().toolTip(), "Tracks") << "it has no key";
     view.setVolume(0.3, false);
     EXPECT_EQ(view.volumeButton().symbol(), ControlSymbol::volumeLow);
     EXPECT_NEAR(view.volumeSlider().volume(), 0.3, 1e-6);

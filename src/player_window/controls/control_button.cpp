@@ -30,8 +30,17 @@ ControlButton::ControlButton(ControlSymbol symbol, const QString& name, QWidget*
 void ControlButton::setSymbol(ControlSymbol symbol, const QString& name) {
     symbol_ = symbol;
     setAccessibleName(name);
-    setToolTip(name);
+    updateToolTip();
     update();
+}
+
+void ControlButton::setKeyOf(PlayerAction action) {
+    action_ = action;
+    updateToolTip();
+}
+
+void ControlButton::updateToolTip() {
+    setToolTip(action_ ? nameWithKey(accessibleName(), *action_) : accessibleName());
 }
 
 void ControlButton::setSymbolSize(double size) {

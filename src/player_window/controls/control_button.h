@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <optional>
+
 #include <QAbstractButton>
 
 #include "player_window/controls/control_symbol.h"
+#include "player_window/window/player_action.h"
 
 namespace zelvane {
 
@@ -23,6 +26,8 @@ class ControlButton final : public QAbstractButton {
     ControlButton(ControlSymbol symbol, const QString& name, QWidget* parent);
 
     void setSymbol(ControlSymbol symbol, const QString& name);
+    /// The tooltip states the key of this action.
+    void setKeyOf(PlayerAction action);
     ControlSymbol symbol() const { return symbol_; }
     /// Points.
     void setSymbolSize(double size);
@@ -42,6 +47,7 @@ class ControlButton final : public QAbstractButton {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    void updateToolTip();
     double cornerRadius() const;
     void paintFill(QPainter& painter) const;
     void paintSymbol(QPainter& painter) const;
@@ -51,6 +57,7 @@ class ControlButton final : public QAbstractButton {
     double symbolSize_ = 20;
     Shape shape_ = Shape::roundedSquare;
     QString badge_;
+    std::optional<PlayerAction> action_;
     bool isAccented_ = false;
     bool showsFocus_ = false;
 };

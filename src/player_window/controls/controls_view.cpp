@@ -10,6 +10,7 @@
 #include "player_window/controls/time_label.h"
 #include "player_window/controls/volume_slider.h"
 #include "player_window/controls/widget_geometry.h"
+#include "player_window/window/player_action.h"
 
 namespace zelvane {
 namespace {
@@ -54,6 +55,11 @@ ControlsView::ControlsView(double duration, ControlsContent content, QWidget* pa
     playPauseButton_->setSymbolSize(kPlaySymbolSize);
     jumpBackButton_->setSymbolSize(kJumpSymbolSize);
     jumpForwardButton_->setSymbolSize(kJumpSymbolSize);
+    volumeButton_->setKeyOf(PlayerAction::toggleMute);
+    jumpBackButton_->setKeyOf(PlayerAction::jumpBackward);
+    playPauseButton_->setKeyOf(PlayerAction::togglePlayPause);
+    jumpForwardButton_->setKeyOf(PlayerAction::jumpForward);
+    fullScreenButton_->setKeyOf(PlayerAction::toggleFullScreen);
     scrubber_->setRange(0, duration);
     endTimeLabel_->setClickable(true);
     connect(endTimeLabel_, &TimeLabel::clicked, this, &ControlsView::endTimeLabelClicked);
@@ -116,7 +122,9 @@ void ControlsView::setShowsEndTime(bool showsEndTime) {
 void ControlsView::updateEndTimeLabel() {
     const double seconds = showsEndTime_ ? duration_ : -(duration_ - currentTime_);
     endTimeLabel_->setText(QString::fromStdString(timeFormatter_.string(seconds)));
-    endTimeLabel_->setToolTip(showsEndTime_ ? tr("Show Remaining Time") : tr("Show End Time"));
+    endTimeLabel_->setToolTip(
+        nameWithKey(showsEndTime_ ? tr("Show Remaining Time") : tr("Show End Time"),
+                    PlayerAction::toggleEndTime));
 }
 
 void ControlsView::layOut() {

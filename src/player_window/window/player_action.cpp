@@ -172,4 +172,11 @@ std::vector<QKeySequence> keysOf(PlayerAction action) {
     return keys;
 }
 
+QString nameWithKey(const QString& name, PlayerAction action) {
+    const auto keys = keysOf(action);
+    return keys.empty() ? name
+                        : QCoreApplication::translate(kContext, "%1 (%2)")
+                              .arg(name, keys.front().toString(QKeySequence::NativeText));
+}
+
 } // namespace zelvane

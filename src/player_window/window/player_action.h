@@ -65,5 +65,7 @@ QString titleOf(PlayerActionGroup group);
 std::optional<PlayerAction> playerActionFor(int key, Qt::KeyboardModifiers modifiers);
 /// The keys of an action; the first is the one to show in a menu.
 std::vector<QKeySequence> keysOf(PlayerAction action);
+/// A name with the first key of its action, as in "Play (Space)".
+QString nameWithKey(const QString& name, PlayerAction action);
 
 } // namespace zelvane

@@ -2,6 +2,7 @@
 #include "player_window/window/title_bar.h"
 
 #include <algorithm>
+#include <optional>
 
 #include <QContextMenuEvent>
 #include <QLinearGradient>
@@ -10,6 +11,7 @@
 
 #include "player_window/controls/control_button.h"
 #include "player_window/controls/control_colors.h"
+#include "player_window/window/player_action.h"
 
 namespace zelvane {
 namespace {
@@ -43,6 +45,18 @@ QString nameOf(WindowButton button, bool isFullScreen) {
         break;
     }
     return TitleBar::tr("Close");
+}
+
+std::optional<PlayerAction> actionOf(WindowButton button) {
+    switch (button) {
+    case WindowButton::minimize:
+        return std::nullopt;
+    case WindowButton::fullScreen:
+        return PlayerAction::toggleFullScreen;
+    case WindowButton::close:
+        break;
+    }
+    return PlayerAction::closeWindow;
 }
 
 int widthOf(std::size_t buttonCount) {
@@ -102,6 +116,9 @@ void TitleBar::addButtons(const std::vector<WindowButton>& kinds, std::vector<Bu
         }
         auto* widget =
             new ControlButton(symbolOf(kind, isFullScreen_), nameOf(kind, isFullScreen_), content_);
+        if (const auto action = actionOf(kind)) {
+            widget->setKeyOf(*action);
+        }
         connect(widget, &ControlButton::clicked, this, [this, kind] { emit buttonClicked(kind); });
         widget->show();
         buttons.push_back({kind, widget});
