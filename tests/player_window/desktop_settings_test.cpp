@@ -75,7 +75,8 @@ TEST(DesktopSettings, areTheDefaultsWithoutABus) {
 
 TEST(DesktopPreferences, dependOnTheSettingsOfTheDesktop) {
     using P = DesktopPreferences;
-    const QVariant dark = QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(1U))));
+    const QVariant wrapped =
+        QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(false))));
     const struct {
         const char* group;
         const char* key;
@@ -86,8 +87,7 @@ TEST(DesktopPreferences, dependOnTheSettingsOfTheDesktop) {
         {"org.gnome.desktop.interface", "enable-animations", false, {.reducesMotion = true}},
         {"org.gnome.desktop.interface", "enable-animations", "false", {}},
         {"org.gnome.desktop.interface", "high-contrast", true, {}},
-        {"org.freedesktop.appearance", "color-scheme", 2U, {.colorScheme = ColorScheme::light}},
-        {"org.freedesktop.appearance", "color-scheme", dark, {.colorScheme = ColorScheme::dark}},
+        {"org.gnome.desktop.interface", "enable-animations", wrapped, {.reducesMotion = true}},
         {kTitleBarSettings,
          "action-middle-click-titlebar",
          "lower",

@@ -12,7 +12,6 @@ namespace {
 constexpr const char* kTitleBarGroup = "org.gnome.desktop.wm.preferences";
 constexpr const char* kInterfaceGroup = "org.gnome.desktop.interface";
 constexpr const char* kAccessibilityGroup = "org.gnome.desktop.a11y.interface";
-constexpr const char* kAppearanceGroup = "org.freedesktop.appearance";
 
 QVariant unwrapped(QVariant value) {
     while (value.userType() == qMetaTypeId<QDBusVariant>()) {
@@ -44,14 +43,6 @@ void setButtons(ButtonLayout& layout, const QVariant& value) {
     }
 }
 
-void setColorScheme(ColorScheme& scheme, const QVariant& value) {
-    if (const auto setting = valueOf<uint>(value)) {
-        scheme = *setting == 1   ? ColorScheme::dark
-                 : *setting == 2 ? ColorScheme::light
-                                 : ColorScheme::noPreference;
-    }
-}
-
 using Apply = void (*)(DesktopPreferences&, const QVariant&);
 
 struct Setting {
@@ -77,10 +68,6 @@ constexpr std::array kSettings{
             [](DesktopPreferences& preferences, const QVariant& value) {
                 setClick(preferences.rightClick, value);
             }},
-    Setting{kAppearanceGroup, "color-scheme",
-            [](DesktopPreferences& preferences, const QVariant& value) {
-                setColorScheme(preferences.colorScheme, value);
-            }},
     Setting{kAccessibilityGroup, "high-contrast",
             [](DesktopPreferences& preferences, const QVariant& value) {
                 setFlag(preferences.increasesContrast, value, true);
@@ -94,7 +81,7 @@ constexpr std::array kSettings{
 } // namespace
 
 QStringList desktopSettingGroups() {
-    return {kTitleBarGroup, kInterfaceGroup, kAccessibilityGroup, kAppearanceGroup};
+    return {kTitleBarGroup, kInterfaceGroup, kAccessibilityGroup};
 }
 
 void applyDesktopSetting(DesktopPreferences& preferences, const QString& group, const QString& key,

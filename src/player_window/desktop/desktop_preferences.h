@@ -9,8 +9,6 @@
 
 namespace zelvane {
 
-enum class ColorScheme { noPreference, dark, light };
-
 /// What the user has chosen for all windows of the desktop. The values of a new object apply where
 /// the desktop says nothing.
 struct DesktopPreferences {
@@ -18,7 +16,6 @@ struct DesktopPreferences {
     TitleClickAction doubleClick = TitleClickAction::toggleMaximized;
     TitleClickAction middleClick = TitleClickAction::none;
     TitleClickAction rightClick = TitleClickAction::menu;
-    ColorScheme colorScheme = ColorScheme::noPreference;
     bool increasesContrast = false;
     bool reducesMotion = false;
     friend bool operator==(const DesktopPreferences&, const DesktopPreferences&) = default;
