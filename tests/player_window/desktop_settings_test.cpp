@@ -18,6 +18,7 @@ namespace zelvane {
 namespace {
 
 constexpr auto kTitleBarSettings = "org.gnome.desktop.wm.preferences";
+constexpr auto kKdeGroup = "org.kde.kdeglobals.KDE";
 constexpr auto kPortalPath = "/org/freedesktop/portal/desktop";
 constexpr auto kSettingsInterface = "org.freedesktop.portal.Settings";
 
@@ -88,6 +89,13 @@ TEST(DesktopPreferences, dependOnTheSettingsOfTheDesktop) {
         {"org.gnome.desktop.interface", "enable-animations", "false", {}},
         {"org.gnome.desktop.interface", "high-contrast", true, {}},
         {"org.gnome.desktop.interface", "enable-animations", wrapped, {.reducesMotion = true}},
+        {"org.freedesktop.appearance", "contrast", 1U, {.increasesContrast = true}},
+        {"org.freedesktop.appearance", "contrast", 0U, {}},
+        {"org.freedesktop.appearance", "reduced-motion", 1U, {.reducesMotion = true}},
+        {kKdeGroup, "AnimationDurationFactor", "0", {.reducesMotion = true}},
+        {kKdeGroup, "AnimationDurationFactor", 0.0, {.reducesMotion = true}},
+        {kKdeGroup, "AnimationDurationFactor", "0.5", {}},
+        {kKdeGroup, "AnimationDurationFactor", "none", {}},
         {kTitleBarSettings,
          "action-middle-click-titlebar",
          "lower",
@@ -98,10 +106,13 @@ TEST(DesktopPreferences, dependOnTheSettingsOfTheDesktop) {
          {.rightClick = TitleClickAction::none}},
     };
     for (const auto& given : cases) {
-        P preferences;
-        applyDesktopSetting(preferences, given.group, given.key, given.value);
-        EXPECT_EQ(preferences, given.preferences) << given.key;
+        EXPECT_EQ(preferencesFrom({{given.group, {{given.key, given.value}}}}), given.preferences)
+            << given.key << ' ' << given.value.toString().toStdString();
     }
+    EXPECT_TRUE(preferencesFrom({{"org.gnome.desktop.interface", {{"enable-animations", false}}},
+                                 {kKdeGroup, {{"AnimationDurationFactor", "1"}}}})
+                    .reducesMotion)
+        << "one of two settings of the same meaning";
 }
 
 std::string namesOfButtons(const TitleBar& titleBar) {

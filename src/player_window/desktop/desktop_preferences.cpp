@@ -12,6 +12,8 @@ namespace {
 constexpr const char* kTitleBarGroup = "org.gnome.desktop.wm.preferences";
 constexpr const char* kInterfaceGroup = "org.gnome.desktop.interface";
 constexpr const char* kAccessibilityGroup = "org.gnome.desktop.a11y.interface";
+constexpr const char* kAppearanceGroup = "org.freedesktop.appearance";
+constexpr const char* kKdeGroup = "org.kde.kdeglobals.KDE";
 
 QVariant unwrapped(QVariant value) {
     while (value.userType() == qMetaTypeId<QDBusVariant>()) {
@@ -25,10 +27,17 @@ std::optional<T> valueOf(const QVariant& value) {
     return value.userType() == qMetaTypeId<T>() ? std::optional(value.value<T>()) : std::nullopt;
 }
 
-void setFlag(bool& flag, const QVariant& value, bool valueThatSets) {
-    if (const auto setting = valueOf<bool>(value)) {
-        flag = *setting == valueThatSets;
-    }
+/// Never clears the flag: another setting may have set it.
+template <class T>
+void setFlagIf(bool& flag, const QVariant& value, const T& valueThatSets) {
+    flag = flag || valueOf<T>(value) == valueThatSets;
+}
+
+/// The factor is a text, because KDE's configuration files have no types.
+void setFlagIfNoDuration(bool& flag, const QVariant& factor) {
+    bool isNumber = false;
+    const double number = factor.toString().toDouble(&isNumber);
+    flag = flag || (isNumber && number <= 0);
 }
 
 void setClick(TitleClickAction& action, const QVariant& value) {
@@ -70,27 +79,41 @@ constexpr std::array kSettings{
             }},
     Setting{kAccessibilityGroup, "high-contrast",
             [](DesktopPreferences& preferences, const QVariant& value) {
-                setFlag(preferences.increasesContrast, value, true);
+                setFlagIf(preferences.increasesContrast, value, true);
+            }},
+    Setting{kAppearanceGroup, "contrast",
+            [](DesktopPreferences& preferences, const QVariant& value) {
+                setFlagIf(preferences.increasesContrast, value, 1U);
+            }},
+    Setting{kAppearanceGroup, "reduced-motion",
+            [](DesktopPreferences& preferences, const QVariant& value) {
+                setFlagIf(preferences.reducesMotion, value, 1U);
             }},
     Setting{kInterfaceGroup, "enable-animations",
             [](DesktopPreferences& preferences, const QVariant& value) {
-                setFlag(preferences.reducesMotion, value, false);
+                setFlagIf(preferences.reducesMotion, value, false);
+            }},
+    Setting{kKdeGroup, "AnimationDurationFactor",
+            [](DesktopPreferences& preferences, const QVariant& value) {
+                setFlagIfNoDuration(preferences.reducesMotion, value);
             }},
 };
 
 } // namespace
 
 QStringList desktopSettingGroups() {
-    return {kTitleBarGroup, kInterfaceGroup, kAccessibilityGroup};
+    return {kTitleBarGroup, kInterfaceGroup, kAccessibilityGroup, kAppearanceGroup, kKdeGroup};
 }
 
-void applyDesktopSetting(DesktopPreferences& preferences, const QString& group, const QString& key,
-                         const QVariant& value) {
+DesktopPreferences preferencesFrom(const DesktopSettingGroups& settings) {
+    DesktopPreferences preferences;
     for (const Setting& setting : kSettings) {
-        if (group == QLatin1String(setting.group) && key == QLatin1String(setting.key)) {
+        const QVariant value = settings.value(setting.group).value(setting.key);
+        if (value.isValid()) {
             setting.apply(preferences, unwrapped(value));
         }
     }
+    return preferences;
 }
 
 } // namespace zelvane

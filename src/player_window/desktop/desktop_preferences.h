@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <QMap>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -24,9 +25,11 @@ struct DesktopPreferences {
 /// The groups of settings in org.freedesktop.portal.Settings from which the preferences are read.
 QStringList desktopSettingGroups();
 
-/// Changes the preference that depends on this setting, if any. `value` may be wrapped in D-Bus
-/// variants. An unknown setting, and a value of an unexpected type, change nothing.
-void applyDesktopSetting(DesktopPreferences& preferences, const QString& group, const QString& key,
-                         const QVariant& value);
+/// The values of settings by group and key. They may be wrapped in D-Bus variants.
+using DesktopSettingGroups = QMap<QString, QVariantMap>;
+
+/// The preferences that follow from the settings. An unknown setting, and a value of an unexpected
+/// type, change nothing. Where desktops have settings of the same meaning, one of them is enough.
+DesktopPreferences preferencesFrom(const DesktopSettingGroups& settings);
 
 } // namespace zelvane

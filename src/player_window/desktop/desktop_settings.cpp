@@ -27,9 +27,6 @@ const QString& settingsInterface() {
     return interface;
 }
 
-/// The settings of each group.
-using SettingGroups = QMap<QString, QVariantMap>;
-
 } // namespace
 
 DesktopSettings::DesktopSettings(const QDBusConnection& bus, QObject* parent)
@@ -39,7 +36,7 @@ DesktopSettings::DesktopSettings(const QDBusConnection& bus, QObject* parent)
     }
     // The signal is connected by the names of its types.
     qRegisterMetaType<QDBusVariant>();
-    qDBusRegisterMetaType<SettingGroups>();
+    qDBusRegisterMetaType<DesktopSettingGroups>();
     // Before the first read: no change is lost between the two.
     bus_.connect(portalService(), portalPath(), settingsInterface(),
                  QStringLiteral("SettingChanged"), this,
@@ -79,25 +76,20 @@ void DesktopSettings::readAll() {
 
 void DesktopSettings::didReadAll(QDBusPendingCallWatcher* call) {
     call->deleteLater();
-    const QDBusPendingReply<SettingGroups> reply = *call;
+    const QDBusPendingReply<DesktopSettingGroups> reply = *call;
     if (reply.isError()) {
         return;
     }
-    DesktopPreferences preferences = preferences_;
-    const SettingGroups groups = reply.value();
-    for (auto group = groups.begin(); group != groups.end(); ++group) {
-        for (auto setting = group->begin(); setting != group->end(); ++setting) {
-            applyDesktopSetting(preferences, group.key(), setting.key(), setting.value());
-        }
-    }
-    setPreferences(preferences);
+    settings_ = reply.value();
+    setPreferences(preferencesFrom(settings_));
 }
 
 void DesktopSettings::settingChanged(const QString& group, const QString& key,
                                      const QDBusVariant& value) {
-    DesktopPreferences preferences = preferences_;
-    applyDesktopSetting(preferences, group, key, value.variant());
-    setPreferences(preferences);
+    if (desktopSettingGroups().contains(group)) {
+        settings_[group][key] = value.variant();
+        setPreferences(preferencesFrom(settings_));
+    }
 }
 
 } // namespace zelvane

@@ -39,6 +39,7 @@ class DesktopSettings final : public QObject {
     void didReadAll(QDBusPendingCallWatcher* call);
 
     QDBusConnection bus_;
+    DesktopSettingGroups settings_;
     DesktopPreferences preferences_;
 };
 
