@@ -84,9 +84,10 @@ TEST(PlayerMenu, submenusShowTheStateOfThePlayer) {
     EXPECT_EQ(submenuOf(menu, "Sound"), "Louder <Up>, Quieter <Down>, *Mute <M>");
     EXPECT_EQ(submenuOf(menu, "Tracks"), "(Video Tracks), *Unknown Language, |, (Audio Tracks), "
                                          "Unknown Language");
-    EXPECT_EQ(submenuOf(menu, "Subtitles"),
-              "(Subtitle Tracks (Bottom)), *Unknown Language, Unknown Language, |, "
-              "(Subtitle Tracks (Top)), Unknown Language, Unknown Language, |, (Add Subtitles…)");
+    EXPECT_EQ(
+        submenuOf(menu, "Subtitles"),
+        "(Subtitle Tracks (Bottom)), *Unknown Language (1), Unknown Language (2), |, "
+        "(Subtitle Tracks (Top)), Unknown Language (1), Unknown Language (2), |, (Add Subtitles…)");
     EXPECT_NE(asText(menu).find("Leave Full Screen <F>"), std::string::npos);
     state.tracks.subtitles.clear();
     state.isAddingSubtitles = false;

@@ -56,6 +56,8 @@ TEST(TracksMenu, hasASectionForEachKindOfTrack) {
               "Video Tracks: Unknown Language; Subtitle Tracks: Deutsch");
     EXPECT_EQ(asText(tracksMenu({{}, {audio({"en"})}, {german}}, {}, "en")),
               "Audio Tracks: English");
+    EXPECT_EQ(asText(tracksMenu({{}, {audio({}), audio({"en"}), audio({})}, {}}, {}, "en")),
+              "Audio Tracks: Unknown Language (1) English Unknown Language (2)");
     EXPECT_EQ(asText(tracksMenu({}, {}, "en")), "");
 }
 

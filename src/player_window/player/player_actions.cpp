@@ -19,8 +19,9 @@ namespace zelvane {
 
 namespace {
 
-QString subtitlesNotice(SubtitlesPosition position, const std::shared_ptr<SubtitlesTrack>& track) {
-    const QString name = track ? noticeNameOf(*track) : PlayerActions::tr("off");
+QString subtitlesNotice(SubtitlesPosition position, const std::shared_ptr<SubtitlesTrack>& track,
+                        const PlayableSource& source) {
+    const QString name = track ? noticeNameOf(*track, source) : PlayerActions::tr("off");
     return position == SubtitlesPosition::primary
                ? PlayerActions::tr("Subtitles (bottom): %1").arg(name)
                : PlayerActions::tr("Subtitles (top): %1").arg(name);
@@ -175,7 +176,7 @@ void PlayerActions::cycleSubtitles(SubtitlesPosition position) {
     const SelectedTracks next = selectionAfterCyclingSubtitles(position, source.subtitlesTracks(),
                                                                selectedTracksOf(*mediaPlayer_));
     selectTracks(*mediaPlayer_, next);
-    handlers_->showNotice(subtitlesNotice(position, subtitlesAt(next, position)));
+    handlers_->showNotice(subtitlesNotice(position, subtitlesAt(next, position), source));
 }
 
 void PlayerActions::cycleAudio() {
@@ -183,7 +184,8 @@ void PlayerActions::cycleAudio() {
         mediaPlayer_->mediaSource()->audioTracks(), selectedTracksOf(*mediaPlayer_));
     if (next.audio) {
         selectTracks(*mediaPlayer_, next);
-        handlers_->showNotice(tr("Audio: %1").arg(noticeNameOf(*next.audio)));
+        handlers_->showNotice(
+            tr("Audio: %1").arg(noticeNameOf(*next.audio, *mediaPlayer_->mediaSource())));
     }
 }
 
@@ -218,12 +220,14 @@ void PlayerActions::selectAdded(const ExternalSubtitlesTracks& tracks) {
     }
     const SelectedTracks before = selectedTracksOf(*mediaPlayer_);
     const SelectedTracks after = selectionAfterAdding(tracks.front(), before);
+    const PlayableSource& source = *mediaPlayer_->mediaSource();
     selectTracks(*mediaPlayer_, after);
     const auto position = after.primarySubtitles != before.primarySubtitles
                               ? SubtitlesPosition::primary
                               : SubtitlesPosition::secondary;
-    handlers_->showNotice(after == before ? tr("Added: %1").arg(noticeNameOf(*tracks.front()))
-                                          : subtitlesNotice(position, tracks.front()));
+    handlers_->showNotice(after == before
+                              ? tr("Added: %1").arg(noticeNameOf(*tracks.front(), source))
+                              : subtitlesNotice(position, tracks.front(), source));
 }
 
 PlayerMenuState PlayerActions::menuState() const {

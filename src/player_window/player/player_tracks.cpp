@@ -44,12 +44,20 @@ std::string displayLanguage() {
     return preferredLanguagesFromEnvironment().front();
 }
 
-QString noticeNameOf(const MediaTrack& track) {
+QString noticeNameOf(const MediaTrack& track, const PlayableSource& source) {
     const auto* subtitles = dynamic_cast<const SubtitlesTrack*>(&track);
-    const auto* external = subtitles == nullptr ? nullptr : subtitles->asExternal();
-    return QString::fromStdString(external == nullptr
-                                      ? trackTitle(track, displayLanguage())
-                                      : external->externalMediaSource()->url().lastPathComponent());
+    if (const auto* external = subtitles == nullptr ? nullptr : subtitles->asExternal()) {
+        return QString::fromStdString(external->externalMediaSource()->url().lastPathComponent());
+    }
+    const std::string language = displayLanguage();
+    for (const auto& section : tracksMenu(tracksOf(source), {}, language)) {
+        for (const auto& item : section.items) {
+            if (item.track.get() == &track) {
+                return QString::fromStdString(item.title);
+            }
+        }
+    }
+    return QString::fromStdString(trackTitle(track, language));
 }
 
 } // namespace zelvane

@@ -29,7 +29,8 @@ QString titleOf(const PlayableSource& source);
 /// The BCP 47 tag of the language of the window's texts.
 std::string displayLanguage();
 
-/// The name of a track in a notice: for a side file its file name, as few state their language.
-QString noticeNameOf(const MediaTrack& track);
+/// The name of a track in a notice: its title in the menu, or the name of its side file, as few of
+/// these state their language.
+QString noticeNameOf(const MediaTrack& track, const PlayableSource& source);
 
 } // namespace zelvane

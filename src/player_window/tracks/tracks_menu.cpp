@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_window/tracks/tracks_menu.h"
 
+#include <map>
+
 #include <fmt/format.h>
 
 #include "foundation/language_name.h"
@@ -19,6 +21,20 @@ std::string joinedLanguageNames(const MediaTrack& track, std::string_view displa
     return names.empty() ? "Unknown Language" : names;
 }
 
+void numberEqualTitles(std::vector<TracksMenuItem>& items) {
+    std::map<std::string, int> counts;
+    for (const auto& item : items) {
+        ++counts[item.title];
+    }
+    std::map<std::string, int> numbers;
+    for (auto& item : items) {
+        if (counts[item.title] > 1) {
+            const int number = ++numbers[item.title];
+            item.title += fmt::format(" ({})", number);
+        }
+    }
+}
+
 template <class Tracks>
 TracksMenuSection section(std::string_view header, TrackRole role, const Tracks& tracks,
                           const Track& checked, std::string_view displayLanguage) {
@@ -26,6 +42,7 @@ TracksMenuSection section(std::string_view header, TrackRole role, const Tracks&
     for (const auto& track : tracks) {
         section.items.push_back({trackTitle(*track, displayLanguage), track == checked, track});
     }
+    numberEqualTitles(section.items);
     return section;
 }
 

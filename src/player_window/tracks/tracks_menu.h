@@ -41,7 +41,8 @@ struct TracksMenuSection {
 };
 
 /// The sections in their order. A source without video has none for subtitles; one subtitles track
-/// has one section, several have one for each position. `displayLanguage` is a BCP 47 tag.
+/// has one section, several have one for each position. Equal titles in a section are numbered.
+/// `displayLanguage` is a BCP 47 tag.
 std::vector<TracksMenuSection> tracksMenu(const SourceTracks& tracks,
                                           const SelectedTracks& selected,
                                           std::string_view displayLanguage);
