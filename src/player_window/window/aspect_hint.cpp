@@ -24,6 +24,9 @@ void setAspectHint(const QWidget& window, const CGSize& shape) {
     const auto height = static_cast<std::int32_t>(std::lround(shape.height));
     if (width > 0 && height > 0) {
         xcb_icccm_size_hints_set_aspect(&hints, width, height, width, height);
+        // Without a base size openbox takes one of -1 × -1 away before it compares the shape, so
+        // that it makes each window a pixel smaller.
+        xcb_icccm_size_hints_set_base_size(&hints, 0, 0);
     }
     xcb_icccm_set_wm_normal_hints(connection, handle, &hints);
 }
