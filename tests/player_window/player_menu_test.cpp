@@ -68,7 +68,11 @@ TEST(PlayerMenu, soundAloneHasNoItemsOfPictures) {
               "Open… <Ctrl+O>, |, Pause <Space>, Jump Back <Left>, Jump Forward <Right>, Playback, "
               "Speed, Sound, |, Keyboard Shortcuts <Ctrl+/>, Close <Ctrl+W>, Quit <Ctrl+Q>");
     EXPECT_EQ(submenuOf(playerMenu(state), "Playback").find("Frame"), std::string::npos);
+    const std::string speeds = "(Speed), 0.5×, 0.75×, *1×, 1.25×, 1.5×, 1.75×, 2×";
+    EXPECT_EQ(asText(soundTracksMenu(state)), speeds);
     state.tracks.audio.push_back(test::audioTrack("b"));
+    EXPECT_EQ(asText(soundTracksMenu(state)),
+              "(Audio Tracks), Unknown Language (1), Unknown Language (2), |, " + speeds);
     EXPECT_EQ(submenuOf(playerMenu(state), "Tracks").find("(Audio Tracks), "), 0U);
 }
 

@@ -245,8 +245,15 @@ void MediaPlayerViewController::showMenu(const std::vector<MenuEntry>& entries,
 }
 
 void MediaPlayerViewController::showTracks() {
+    ControlButton& button = controlsView_->tracksButton();
+    if (!hasVideo_) {
+        // The window is lower than a popover.
+        showMenu(soundTracksMenu(actions_->menuState()),
+                 button.mapToGlobal(QPoint(0, button.height())));
+        return;
+    }
     updateTracksPopover();
-    tracksPopover_->openFor(controlsView_->tracksButton());
+    tracksPopover_->openFor(button);
     beginHoldingControls();
 }
 

@@ -103,7 +103,7 @@ Entries playbackMenu(bool hasVideo) {
     return entries;
 }
 
-Entries speedMenu(float rate) {
+Entries rateItems(float rate) {
     Entries entries;
     const float nearest = kPlaybackRates.at(nearestPlaybackRate(rate)).rate;
     for (const PlaybackRate& choice : kPlaybackRates) {
@@ -111,6 +111,11 @@ Entries speedMenu(float rate) {
         entry.command = RateChoice{choice.rate};
         entries.push_back(checkedIf(choice.rate == nearest, std::move(entry)));
     }
+    return entries;
+}
+
+Entries speedMenu(float rate) {
+    Entries entries = rateItems(rate);
     append(entries, items(separator(), item(PlayerAction::increaseRate),
                           item(PlayerAction::decreaseRate), item(PlayerAction::resetRate)));
     return entries;
@@ -138,7 +143,22 @@ Entries pictureItems(const PlayerMenuState& state) {
                       PlayerAction::toggleFullScreen));
 }
 
+bool hasTracksToChoose(const PlayerMenuState& state) {
+    return !state.tracks.video.empty() || state.tracks.audio.size() > 1;
+}
+
 } // namespace
+
+std::vector<MenuEntry> soundTracksMenu(const PlayerMenuState& state) {
+    Entries menu;
+    if (hasTracksToChoose(state)) {
+        menu = trackSections(state, [](TrackRole role) { return role == TrackRole::audio; });
+        menu.push_back(separator());
+    }
+    menu.push_back(enabledIf(false, {.title = titleOf(PlayerActionGroup::speed)}));
+    append(menu, rateItems(state.rate));
+    return menu;
+}
 
 std::vector<MenuEntry> playerMenu(const PlayerMenuState& state) {
     const bool hasVideo = !state.tracks.video.empty();
@@ -149,7 +169,7 @@ std::vector<MenuEntry> playerMenu(const PlayerMenuState& state) {
                          submenu(titleOf(PlayerActionGroup::playback), playbackMenu(hasVideo)),
                          submenu(titleOf(PlayerActionGroup::speed), speedMenu(state.rate)),
                          submenu(titleOf(PlayerActionGroup::sound), soundMenu(state)));
-    if (hasVideo || state.tracks.audio.size() > 1) {
+    if (hasTracksToChoose(state)) {
         menu.push_back(submenu(PlayerMenu::tr("Tracks"), trackSections(state, [](TrackRole role) {
                                    return !isOfSubtitles(role);
                                })));

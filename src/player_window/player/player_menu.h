@@ -53,5 +53,7 @@ struct PlayerMenuState {
 
 /// The whole menu, for a right click and the menu button.
 std::vector<MenuEntry> playerMenu(const PlayerMenuState& state);
+/// The tracks and the speeds, for the tracks button of a window for sound alone.
+std::vector<MenuEntry> soundTracksMenu(const PlayerMenuState& state);
 
 } // namespace zelvane
