@@ -2,10 +2,12 @@
 #include "player_window/window/shortcuts_window.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 #include <QCoreApplication>
 #include <QDialog>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QScreen>
 #include <QScrollArea>
@@ -37,7 +39,7 @@ QString keyTextOf(PlayerAction action) {
     return texts.join(QStringLiteral(", "));
 }
 
-void addLabel(QGridLayout& grid, int row, int column, const QString& text, bool isTitle) {
+void addLabel(QGridLayout& grid, int column, const QString& text, bool isTitle) {
     // The grid's widget owns it. NOLINTNEXTLINE(cppcoreguidelines-owning-memory)
     auto* label = new QLabel(text);
     label->setTextFormat(Qt::PlainText);
@@ -49,35 +51,37 @@ void addLabel(QGridLayout& grid, int row, int column, const QString& text, bool 
     palette.setColor(QPalette::WindowText,
                      isTitle ? control_colors::white(kTitleOpacity) : control_colors::symbol());
     label->setPalette(palette);
+    const int row = grid.rowCount() - (column == 0 ? 0 : 1);
     grid.addWidget(label, row, column, 1, isTitle ? 2 : 1);
 }
 
-/// One group of actions below its title, from the given row on; returns the row after it.
-int addGroup(QGridLayout& grid, int row, int column, PlayerActionGroup group) {
-    addLabel(grid, row++, column, titleOf(group), true);
+/// One group of actions below its title.
+void addGroup(QGridLayout& grid, PlayerActionGroup group) {
+    if (!grid.isEmpty()) {
+        grid.setRowMinimumHeight(grid.rowCount(), kSectionGap);
+    }
+    addLabel(grid, 0, titleOf(group), true);
     for (const PlayerActionInfo& info : playerActions()) {
         const QString keys = keyTextOf(info.action);
         if (info.group == group && !keys.isEmpty()) {
-            addLabel(grid, row, column, titleOf(info.action), false);
-            addLabel(grid, row++, column + 1, keys, false);
+            addLabel(grid, 0, titleOf(info.action), false);
+            addLabel(grid, 1, keys, false);
         }
     }
-    grid.setRowMinimumHeight(row, kSectionGap);
-    return row + 1;
 }
 
-/// Two columns of groups.
-void fill(QGridLayout& grid) {
-    using Group = PlayerActionGroup;
-    int row = 0;
-    for (const Group group : {Group::playback, Group::speed}) {
-        row = addGroup(grid, row, 0, group);
+/// A column of groups. Columns have grids of their own: in one grid, the rows of one would make the
+/// gaps of the other unequal.
+void addColumn(QHBoxLayout& columns, std::initializer_list<PlayerActionGroup> groups) {
+    // The layout above owns it. NOLINTNEXTLINE(cppcoreguidelines-owning-memory)
+    auto* grid = new QGridLayout;
+    grid->setHorizontalSpacing(kKeyGap);
+    grid->setVerticalSpacing(kRowGap);
+    for (const PlayerActionGroup group : groups) {
+        addGroup(*grid, group);
     }
-    grid.setColumnMinimumWidth(2, kColumnGap);
-    row = 0;
-    for (const Group group : {Group::sound, Group::subtitles, Group::window, Group::file}) {
-        row = addGroup(grid, row, 3, group);
-    }
+    grid->setRowStretch(grid->rowCount(), 1);
+    columns.addLayout(grid);
 }
 
 } // namespace
@@ -91,11 +95,12 @@ QDialog* makeShortcutsWindow(QWidget* parent) {
     dialog->setPalette(QPalette(control_colors::kAudioWindow));
 
     auto* list = new QWidget;
-    auto* grid = new QGridLayout(list);
-    grid->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-    grid->setHorizontalSpacing(kKeyGap);
-    grid->setVerticalSpacing(kRowGap);
-    fill(*grid);
+    auto* columns = new QHBoxLayout(list);
+    columns->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
+    columns->setSpacing(kColumnGap);
+    using Group = PlayerActionGroup;
+    addColumn(*columns, {Group::playback, Group::speed});
+    addColumn(*columns, {Group::sound, Group::subtitles, Group::window, Group::file});
 
     auto* area = new QScrollArea(dialog);
     area->setFrameShape(QFrame::NoFrame);
