@@ -22,6 +22,10 @@ constexpr int kMargin = 11;
 constexpr int kButtonGap = 6;
 constexpr int kTitleGap = 12;
 constexpr float kShade = 0.6F;
+/// Down to the lower edge of the buttons the shade hardly fades: white symbols must stay visible
+/// over snow.
+constexpr double kEndOfSymbols = 0.7;
+constexpr float kShadeUnderSymbols = 0.48F;
 
 ControlSymbol symbolOf(WindowButton button, bool isFullScreen) {
     switch (button) {
@@ -243,6 +247,7 @@ void TitleBar::paintGround(QPainter& painter) {
     }
     QLinearGradient shade(0, 0, 0, height());
     shade.setColorAt(0, QColor::fromRgbF(0, 0, 0, kShade));
+    shade.setColorAt(kEndOfSymbols, QColor::fromRgbF(0, 0, 0, kShadeUnderSymbols));
     shade.setColorAt(1, Qt::transparent);
     painter.fillRect(rect(), shade);
 }
