@@ -382,7 +382,7 @@ TEST_F(RestorationTest, aNewWindowFollowsTheSettingsAndARestoredOneItsState) {
         player_->setDesiredPlaybackRate(1.3F);
         player_->seekTo(CMTime(21, 1));
     });
-    test::MemoryStateCoder state;
+    StateCoder state;
     controller_->encodeRestorableState(state);
 
     controller_ = nullptr;

@@ -41,7 +41,7 @@ TEST(RestorablePlayback, looksTracksUpByTheirIdentifiers) {
         {"v0", "a0", "s2", "", "v0 a0 s2 -"},
     };
     for (const auto& given : cases) {
-        test::MemoryStateCoder coder;
+        StateCoder coder;
         const auto encode = [&](const std::string& what, const std::string& id) {
             if (!id.empty()) {
                 coder.encodeString("zelvane.MediaPlayer.selected" + what + "Track.id", id);
@@ -57,9 +57,13 @@ TEST(RestorablePlayback, looksTracksUpByTheirIdentifiers) {
 
 TEST(RestorablePlayback, readsWhatItWroteAndWritesNoAbsentTrack) {
     const SelectedTracks tracks{source().video[1], nullptr, source().subtitles[2], nullptr};
-    test::MemoryStateCoder coder;
+    StateCoder coder;
     encodePlayback({tracks, CMTime(90'001, 30'000), 1.3F}, coder);
-    EXPECT_EQ(coder.count(), 4U);
+    EXPECT_EQ(coder.data(),
+              R"({"zelvane.MediaPlayer.currentTime":{"timescale":30000,"value":90001},)"
+              R"("zelvane.MediaPlayer.desiredPlaybackRate":1.2999999523162842,)"
+              R"("zelvane.MediaPlayer.selectedPrimarySubtitlesTrack.id":"s2",)"
+              R"("zelvane.MediaPlayer.selectedVideoTrack.id":"v1"})");
     const auto restored = decodePlayback(coder, source(), {});
     EXPECT_EQ(restored.tracks, tracks);
     EXPECT_EQ(restored.currentTime, CMTime(90'001, 30'000));
@@ -68,12 +72,12 @@ TEST(RestorablePlayback, readsWhatItWroteAndWritesNoAbsentTrack) {
 
 TEST(RestorablePlayback, dropsTimesAndRatesThatCannotBePlayed) {
     for (const CMTime& time : {kCMTimeInvalid, kCMTimeIndefinite, kCMTimePositiveInfinity}) {
-        test::MemoryStateCoder coder;
+        StateCoder coder;
         coder.encodeTime("zelvane.MediaPlayer.currentTime", time);
         EXPECT_FALSE(decodePlayback(coder, source(), {}).currentTime) << time.description();
     }
     for (const float rate : {0.0F, -1.0F, 0.4F, 2.1F, NAN, INFINITY}) {
-        test::MemoryStateCoder coder;
+        StateCoder coder;
         coder.encodeFloat("zelvane.MediaPlayer.desiredPlaybackRate", rate);
         EXPECT_FALSE(decodePlayback(coder, source(), {}).desiredPlaybackRate) << rate;
     }

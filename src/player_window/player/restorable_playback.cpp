@@ -68,10 +68,7 @@ void encodePlayback(const RestorablePlayback& playback, StateCoder& coder) {
 RestoredPlayback decodePlayback(const StateCoder& coder, const SourceTracks& source,
                                 const SelectedTracks& present) {
     RestoredPlayback restored{decodeTracks(coder, source, present), std::nullopt, std::nullopt};
-    const auto time = coder.decodeTime(kCurrentTimeKey);
-    if (time && time->isNumeric()) {
-        restored.currentTime = time;
-    }
+    restored.currentTime = coder.decodeTime(kCurrentTimeKey);
     const auto rate = coder.decodeFloat(kDesiredPlaybackRateKey);
     if (rate && isChoosableRate(*rate)) {
         restored.desiredPlaybackRate = rate;
