@@ -53,7 +53,8 @@ SubtitlesTracks MediaSource::subtitlesTracks() const {
 }
 
 MediaSource::MediaSource(Contents contents)
-    : id_(std::move(contents.id)), url_(std::move(contents.url)), startTime_(contents.startTime),
+    : id_(std::move(contents.id)), url_(std::move(contents.url)),
+      fileBookmark_(FileBookmark::of(url_)), startTime_(contents.startTime),
       duration_(contents.duration), videoTracks_(std::move(contents.videoTracks)),
       audioTracks_(std::move(contents.audioTracks)),
       embeddedSubtitlesTracks_(std::move(contents.subtitlesTracks)),

@@ -10,8 +10,10 @@
 #include <vector>
 
 #include "foundation/atomic.h"
+#include "foundation/file_bookmark.h"
 #include "foundation/file_resource_identifier.h"
 #include "foundation/notification_center.h"
+#include "foundation/state_coder.h"
 #include "foundation/url.h"
 #include "media_player/decoders/common/media_type.h"
 #include "media_player/media_source/external_subtitles_track.h"
@@ -21,6 +23,8 @@
 #include "media_player/media_source/text_packets.h"
 
 namespace zelvane {
+
+struct MediaSourceRestorationParameters;
 
 /// One opened media file: its tracks, its times, and the packets of two independent readers, each
 /// with a demuxer of its own:
@@ -66,6 +70,15 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
     void addExternalSubtitles(const URL& url, ExternalSubtitlesHandler successHandler,
                               FailureHandler failureHandler) override;
 
+    /// What restore() needs in a later run: the identifier, from which the tracks have theirs, and
+    /// the side files in the order of their addition. Any thread.
+    StateCoder restorableState() const;
+    using RestoreCompletion = std::function<void(const std::optional<LoadError>&)>;
+    /// Takes the identifier of an earlier run, and attaches its side files in the background. A
+    /// file that cannot be opened is left out. `completion` gets the first error, on a thread other
+    /// than the main one.
+    void restore(const StateCoder& fromState, RestoreCompletion completion);
+
     /// The result of a load; only the opening functions make one.
     struct Contents;
     explicit MediaSource(Contents contents);
@@ -74,8 +87,9 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
     MediaSource& operator=(const MediaSource&) = delete;
 
     std::string id() const override { return id_.load(); }
-    void setID(std::string id) { id_.store(std::move(id)); }
     const URL& url() const override { return url_; }
+    /// Where the file was when it was opened.
+    const FileBookmark& fileBookmark() const { return fileBookmark_; }
     CMTime startTime() const override { return startTime_; }
     CMTime duration() const override { return duration_; }
     /// Video if there is a video track, else audio if there is an audio track, else subtitles.
@@ -133,7 +147,17 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
     ExternalSubtitlesTracks attach(const std::optional<FileResourceIdentifier>& identifier,
                                    ExternalSubtitles external);
     void appendExternalSubtitles(const ExternalSubtitles& external);
+    /// Loads a side file on the caller's thread and attaches it. `prepare`, if there is one, sees
+    /// the file before other threads do. Throws LoadError.
+    ExternalSubtitlesTracks
+    attachSideFile(const URL& url, const std::function<void(const ExternalSubtitles&)>& prepare);
     void invalidateRestorableState() const;
+
+    std::optional<LoadError> restoreNow(const StateCoder& state, int nesting);
+    std::optional<LoadError> restoreSideFile(const MediaSourceRestorationParameters& parameters,
+                                             int nesting);
+    /// Changes the identifier of the source and its tracks.
+    void rename(const std::string& id);
 
     /// Opens a file that cannot be sought again, and collects from its first packet on.
     CollectedPackets collectFromStart(InputFormatContext& context,
@@ -151,6 +175,7 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
 
     Atomic<std::string> id_;
     const URL url_;
+    const FileBookmark fileBookmark_;
     const CMTime startTime_;
     const CMTime duration_;
     const std::vector<std::shared_ptr<VideoTrack>> videoTracks_;
@@ -160,6 +185,8 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
     const std::optional<std::string> textEncoding_;
     Atomic<ExternalSubtitlesTracks> externalSubtitlesTracks_;
     Atomic<Attached> fileResourceIdentifierToExternalSubtitlesMap_;
+    /// In the order of their addition.
+    Atomic<std::vector<std::shared_ptr<MediaSource>>> externalMediaSources_;
     Atomic<std::vector<NotificationObserver>> externalSubtitlesObservers_;
     const std::shared_ptr<dispatch::Queue> visualTracksQueue_;
     const std::shared_ptr<dispatch::Queue> audioTracksQueue_;

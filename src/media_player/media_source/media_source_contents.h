@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,6 +49,19 @@ bool appended(std::vector<std::shared_ptr<Track>>& tracks, Make&& make) {
         return true;
     } catch (const Error&) {
         return false;
+    }
+}
+
+/// Runs `load`, and returns its failure as the error of a load.
+template <class Load>
+std::optional<MediaSourceLoadError> loadErrorOf(const URL& url, Load&& load) {
+    try {
+        load();
+        return std::nullopt;
+    } catch (const MediaSourceLoadError& error) {
+        return error;
+    } catch (const std::exception&) {
+        return MediaSourceLoadError::failedToOpenURL(url, std::current_exception());
     }
 }
 

@@ -116,18 +116,23 @@ void MediaSource::addExternalSubtitles(const URL& url, ExternalSubtitlesHandler 
     queue->async([self = shared_from_this(), url, successHandler = std::move(successHandler),
                   failureHandler = std::move(failureHandler)] {
         ExternalSubtitlesTracks tracks;
-        try {
-            const auto identifier = identifierOf(url);
-            tracks = self->attach(identifier, openExternalSubtitles(url, self->duration()));
-        } catch (const LoadError& error) {
-            failureHandler(error);
-            return;
-        } catch (const std::exception&) {
-            failureHandler(LoadError::failedToOpenURL(url, std::current_exception()));
-            return;
+        if (const auto error = loadErrorOf(url, [&] { tracks = self->attachSideFile(url, {}); })) {
+            failureHandler(*error);
+        } else {
+            successHandler(tracks);
         }
-        successHandler(tracks);
     });
+}
+
+ExternalSubtitlesTracks
+MediaSource::attachSideFile(const URL& url,
+                            const std::function<void(const ExternalSubtitles&)>& prepare) {
+    const auto identifier = identifierOf(url);
+    ExternalSubtitles external = openExternalSubtitles(url, duration());
+    if (prepare) {
+        prepare(external);
+    }
+    return attach(identifier, std::move(external));
 }
 
 ExternalSubtitlesTracks MediaSource::attach(const std::optional<FileResourceIdentifier>& identifier,
@@ -157,6 +162,7 @@ void MediaSource::appendExternalSubtitles(const ExternalSubtitles& external) {
                 self->invalidateRestorableState();
             }
         });
+    externalMediaSources_.withLock([&](auto& sources) { sources.push_back(external.mediaSource); });
     externalSubtitlesObservers_.withLock(
         [&](auto& observers) { observers.push_back(std::move(observer)); });
     invalidateRestorableState();
