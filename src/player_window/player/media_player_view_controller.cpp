@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include "foundation/user_defaults.h"
+#include "foundation/window_restoration_observer.h"
 #include "player_window/controls/control_button.h"
 #include "player_window/controls/controls_view.h"
 #include "player_window/controls/floating_controls_visibility_controller.h"
@@ -181,7 +182,11 @@ void MediaPlayerViewController::viewDidAppear() {
     if (floatingControlsVisibilityController_) {
         floatingControlsVisibilityController_->start();
     }
-    runFirstAppearance();
+    WindowRestorationObserver::shared().performAfterRestoration([self = QPointer(this)] {
+        if (self) {
+            self->runFirstAppearance();
+        }
+    });
 }
 
 void MediaPlayerViewController::viewWillDisappear() {

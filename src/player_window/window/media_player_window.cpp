@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <utility>
+#include <vector>
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -181,12 +182,50 @@ CGSize MediaPlayerWindow::sizeOnScreen() const {
     return contentSizeWithin(preferredSize_, chromeSize(), sizeOf(workAreaOf(*this).size()));
 }
 
-void MediaPlayerWindow::showCentred() {
+void MediaPlayerWindow::placeInCentre() {
     resize(rounded(sizeOnScreen()));
     const CGRect centred = centredWithin(sizeOf(size()), rectOf(workAreaOf(*this)));
     move(static_cast<int>(centred.x), static_cast<int>(centred.y));
+}
+
+void MediaPlayerWindow::showCentred() {
+    placeInCentre();
     show();
     applySizeLimits();
+}
+
+void MediaPlayerWindow::placeAt(const CGRect& frame) {
+    std::vector<CGRect> workAreas;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        workAreas.push_back(rectOf(screen->availableGeometry()));
+    }
+    const auto workArea = workAreaOfTitleBar(frame, workAreas);
+    if (!workArea) {
+        placeInCentre();
+        return;
+    }
+    const CGSize size = isResizable_ ? CGSize{frame.width, frame.height} : preferredSize_;
+    resize(rounded(contentSizeWithin(size, {}, {workArea->width, workArea->height})));
+    move(nearestPoints(frame).topLeft());
+}
+
+void MediaPlayerWindow::showAt(const WindowPlacement& placement) {
+    placeAt(placement.frame);
+    if (isResizable_) {
+        Qt::WindowStates states;
+        states.setFlag(Qt::WindowFullScreen, placement.isFullScreen);
+        states.setFlag(Qt::WindowMaximized, placement.isMaximized);
+        setWindowState(states);
+    }
+    show();
+    applySizeLimits();
+}
+
+WindowPlacement MediaPlayerWindow::placement() const {
+    const bool isNormal = !isFullScreen() && !isMaximized() && !isMinimized();
+    return {.frame = rectOf(isNormal ? geometry() : normalGeometry()),
+            .isFullScreen = isFullScreen(),
+            .isMaximized = windowState().testFlag(Qt::WindowMaximized)};
 }
 
 void MediaPlayerWindow::adaptToPreferredSize() {
@@ -208,6 +247,9 @@ void MediaPlayerWindow::leaveFullScreen() {
 
 void MediaPlayerWindow::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange) {
+        emit placementDidChange();
+    }
     if (event->type() != QEvent::WindowStateChange || isFullScreen() == wasFullScreen_) {
         return;
     }
@@ -257,9 +299,14 @@ void MediaPlayerWindow::layOutNotice() {
                          : rect().adjusted(kNoticeMargin, kNoticeTop, -kNoticeMargin, 0));
 }
 
+void MediaPlayerWindow::moveEvent(QMoveEvent* /*event*/) {
+    emit placementDidChange();
+}
+
 void MediaPlayerWindow::resizeEvent(QResizeEvent* /*event*/) {
     layOut();
     keepShape();
+    emit placementDidChange();
 }
 
 void MediaPlayerWindow::keepShape() {

@@ -9,6 +9,7 @@
 #include "foundation/geometry.h"
 #include "player_window/controls/accessible_widget.h"
 #include "player_window/window/title_bar.h"
+#include "player_window/window/window_placement.h"
 
 namespace zelvane {
 
@@ -37,6 +38,10 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     /// Shows the window in the middle of its screen, as large as its content wants and the work
     /// area allows.
     void showCentred();
+    /// Shows the window where it was in an earlier run, or in the middle if that is not visible
+    /// now.
+    void showAt(const WindowPlacement& placement);
+    WindowPlacement placement() const;
     /// After a change of the preferred size: the top-left corner stays. In full screen this waits
     /// for its end.
     void adaptToPreferredSize();
@@ -49,6 +54,7 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     /// Once; the window still exists.
     void didClose();
     void fullScreenDidChange(bool isFullScreen);
+    void placementDidChange();
     void menuRequested(const QPoint& globalPosition);
     /// A key that no control has taken.
     void keyPressed(QKeyEvent* event);
@@ -59,6 +65,7 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     void changeEvent(QEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
@@ -79,6 +86,8 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     void layOutNotice();
     CGSize chromeSize() const;
     CGSize sizeOnScreen() const;
+    void placeInCentre();
+    void placeAt(const CGRect& frame);
     Qt::Edges edgesAt(const QPoint& position) const;
     bool beginResizing(const QPoint& position);
     void showPointerAt(const QPoint& position);

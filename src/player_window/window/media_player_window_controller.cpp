@@ -9,6 +9,7 @@
 #include <QWheelEvent>
 
 #include "foundation/user_defaults.h"
+#include "foundation/window_restoration_observer.h"
 #include "player_window/controls/control_button.h"
 #include "player_window/controls/volume_slider.h"
 #include "player_window/notice_widget.h"
@@ -69,11 +70,14 @@ void MediaPlayerWindowController::connectContent() {
             callbacks_.onOpenMedia(urls);
         }
     });
-    connect(content, &Content::restorableStateWasInvalidated, this, [this] {
-        if (callbacks_.onInvalidateRestorableState) {
-            callbacks_.onInvalidateRestorableState();
-        }
-    });
+    connect(content, &Content::restorableStateWasInvalidated, this,
+            &MediaPlayerWindowController::invalidateRestorableState);
+}
+
+void MediaPlayerWindowController::invalidateRestorableState() {
+    if (callbacks_.onInvalidateRestorableState) {
+        callbacks_.onInvalidateRestorableState();
+    }
 }
 
 void MediaPlayerWindowController::connectWindow() {
@@ -86,6 +90,8 @@ void MediaPlayerWindowController::connectWindow() {
     });
     connect(window, &MediaPlayerWindow::fullScreenDidChange, viewController_.get(),
             &MediaPlayerViewController::setFullScreen);
+    connect(window, &MediaPlayerWindow::placementDidChange, this,
+            &MediaPlayerWindowController::invalidateRestorableState);
     connect(window, &MediaPlayerWindow::keyPressed, this, &MediaPlayerWindowController::pressKey);
     connect(window, &MediaPlayerWindow::wheelTurned, this, &MediaPlayerWindowController::turnWheel);
     connect(window, &MediaPlayerWindow::menuRequested, this,
@@ -104,13 +110,19 @@ PictureView* MediaPlayerWindowController::pictureView() const {
 }
 
 void MediaPlayerWindowController::show() {
-    window_->showCentred();
+    if (restoredPlacement_) {
+        window_->showAt(*restoredPlacement_);
+    } else {
+        window_->showCentred();
+    }
     // Else the first button gets the focus, and Space presses it.
     window_->setFocus();
     viewController_->viewDidAppear();
-    if (std::exchange(isFirstAppearance_, false)) {
-        enterFullScreenAutomatically();
-    }
+    WindowRestorationObserver::shared().performAfterRestoration([self = QPointer(this)] {
+        if (self && std::exchange(self->isFirstAppearance_, false)) {
+            self->enterFullScreenAutomatically();
+        }
+    });
 }
 
 void MediaPlayerWindowController::enterFullScreenAutomatically() {
@@ -125,10 +137,12 @@ void MediaPlayerWindowController::showNotice(const QString& text) {
 }
 
 void MediaPlayerWindowController::encodeRestorableState(StateCoder& coder) const {
+    encodePlacement(window_->placement(), coder);
     viewController_->encodeRestorableState(coder);
 }
 
 void MediaPlayerWindowController::restoreState(const StateCoder& coder) {
+    restoredPlacement_ = decodePlacement(coder);
     viewController_->restoreState(coder);
     // The restored video track may have another size.
     updateSizes();
@@ -172,7 +186,8 @@ void MediaPlayerWindowController::perform(PlayerAction action) {
         window_->close();
         break;
     case PlayerAction::quit:
-        QApplication::closeAllWindows();
+        // Unlike closing each window, this lets the application keep its session.
+        QCoreApplication::quit();
         break;
     default:
         break;

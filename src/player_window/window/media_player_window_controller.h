@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <QObject>
@@ -12,6 +13,7 @@
 #include "foundation/url.h"
 #include "media_player/playback/media_player.h"
 #include "player_window/window/player_action.h"
+#include "player_window/window/window_placement.h"
 #include "subtitles_view/subtitles_view.h"
 
 class QDialog;
@@ -50,8 +52,9 @@ class MediaPlayerWindowController final : public QObject {
     MediaPlayerViewController& viewController() const { return *viewController_; }
     /// Null for sound alone.
     PictureView* pictureView() const;
-    /// Shows the window in the middle of the screen and starts to watch the pointer. Unless its
-    /// state was restored, the window becomes full screen where the settings say so.
+    /// Shows the window at its restored place, or in the middle of the screen, and starts to watch
+    /// the pointer. Unless its state was restored, the window becomes full screen where the
+    /// settings say so, once the windows of the last run are there.
     void show();
     void showNotice(const QString& text);
 
@@ -64,6 +67,7 @@ class MediaPlayerWindowController final : public QObject {
     void connectWindow();
     void updateSizes();
     void enterFullScreenAutomatically();
+    void invalidateRestorableState();
 
     void pressKey(QKeyEvent* event);
     void turnWheel(QWheelEvent* event);
@@ -78,6 +82,7 @@ class MediaPlayerWindowController final : public QObject {
     std::unique_ptr<MediaPlayerWindow> window_;
     std::unique_ptr<MediaPlayerViewController> viewController_;
     QPointer<QDialog> shortcutsWindow_;
+    std::optional<WindowPlacement> restoredPlacement_;
     bool isFirstAppearance_ = true;
 };
 
