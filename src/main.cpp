@@ -61,12 +61,15 @@ void drainMainQueue() {
 }
 
 int run() {
-    auto documents = std::make_unique<DocumentController>([] { QCoreApplication::quit(); });
+    auto documents = std::make_unique<DocumentController>(
+        [] { QCoreApplication::quit(); },
+        std::make_unique<SessionStore>(SessionFile::defaultPath()));
     const auto start = [&documents, urls = requestedFiles(QApplication::arguments())] {
-        if (urls.empty()) {
-            documents->showOpenPanel();
-        } else {
+        const bool restores = documents->restoreWindows();
+        if (!urls.empty()) {
             documents->open(urls);
+        } else if (!restores) {
+            documents->showOpenPanel();
         }
     };
     // A file dialog is the desktop's own only when the event loop runs.

@@ -4,16 +4,25 @@
 #include <algorithm>
 #include <utility>
 
-#include <QCoreApplication>
+#include <QApplication>
+#include <QEvent>
 #include <QFile>
 #include <QFileDialog>
+#include <QWindow>
 
-#include "application/media_player_document.h"
+#include "application/restoration_error.h"
+#include "foundation/window_restoration_observer.h"
+#include "player_window/error_alert.h"
+#include "player_window/window/media_player_window.h"
 
 namespace zelvane {
 
-DocumentController::DocumentController(std::function<void()> onLastClosed)
-    : onLastClosed_(std::move(onLastClosed)) {}
+DocumentController::DocumentController(std::function<void()> onLastClosed,
+                                       std::unique_ptr<SessionStore> session)
+    : onLastClosed_(std::move(onLastClosed)), session_(std::move(session)) {
+    qApp->installEventFilter(this);
+    connect(qApp, &QGuiApplication::focusWindowChanged, this, &DocumentController::didFocus);
+}
 
 DocumentController::~DocumentController() {
     delete openPanel_.data(); // NOLINT(cppcoreguidelines-owning-memory)
@@ -38,27 +47,135 @@ DocumentController::calling(void (DocumentController::*method)(Arguments...)) {
     };
 }
 
-void DocumentController::openOne(const URL& url) {
-    const auto opened = std::make_shared<std::weak_ptr<MediaPlayerDocument>>();
-    const auto onClosed =
-        calling<const std::weak_ptr<MediaPlayerDocument>&, bool>(&DocumentController::didClose);
+MediaPlayerDocument::Handlers DocumentController::handlersOf(Number number) {
     MediaPlayerDocument::Handlers handlers;
-    handlers.onClosed = [opened, onClosed](bool didFail) { onClosed(*opened, didFail); };
+    handlers.onClosed = [number, onClosed = calling(&DocumentController::didClose)](bool didFail) {
+        onClosed(number, didFail);
+    };
     handlers.onOpen = calling(&DocumentController::showOpenPanel);
     handlers.onOpenMedia = calling(&DocumentController::open);
-    documents_.push_back(MediaPlayerDocument::open(url, std::move(handlers)));
-    *opened = documents_.back();
+    handlers.onInvalidateRestorableState =
+        [number, invalidate = calling(&DocumentController::didInvalidate)] { invalidate(number); };
+    return handlers;
 }
 
-void DocumentController::didClose(const std::weak_ptr<MediaPlayerDocument>& document,
-                                  bool didFail) {
+void DocumentController::openOne(const URL& url) {
+    const Number number = ++lastNumber_;
+    add(number, MediaPlayerDocument::open(url, handlersOf(number)));
+}
+
+bool DocumentController::restoreWindows() {
+    if (!session_ || session_->storedWindows().empty()) {
+        return false;
+    }
+    WindowRestorationObserver::shared().applicationWillRestoreWindows();
+    restoringCount_ = session_->storedWindows().size();
+    for (const auto& state : session_->storedWindows()) {
+        restoreOne(state);
+    }
+    return true;
+}
+
+void DocumentController::restoreOne(const StateCoder& state) {
+    const Number number = ++lastNumber_;
+    const auto bookmark = FileBookmark::decode(state);
+    auto handlers = handlersOf(number);
+    handlers.onRestored = [name = bookmark ? bookmark->url().lastPathComponent() : "?",
+                           onRestored = calling(&DocumentController::didRestore)](bool isShown) {
+        onRestored(name, isShown);
+    };
+    add(number, MediaPlayerDocument::restore(state, std::move(handlers)));
+    // Until the window is there, the session has its old state.
+    didInvalidate(number);
+}
+
+void DocumentController::add(Number number, const DocumentRef& document) {
+    documents_.push_back({number, document});
+    if (session_) {
+        session_->add(number, [weak = std::weak_ptr(document)] {
+            const auto open = weak.lock();
+            return open ? open->restorableState() : std::nullopt;
+        });
+    }
+}
+
+void DocumentController::didInvalidate(Number number) {
+    if (session_) {
+        session_->invalidate(number);
+    }
+}
+
+void DocumentController::didClose(Number number, bool didFail) {
     didFail_ = didFail_ || didFail;
+    if (session_) {
+        session_->remove(number);
+    }
     // Its window, which reports this, is still in use.
-    const auto remove = [this, document] {
-        std::erase(documents_, document.lock());
+    const auto remove = [this, number] {
+        std::erase_if(documents_, [number](const auto& open) { return open.number == number; });
         checkForLast();
     };
     QMetaObject::invokeMethod(this, remove, Qt::QueuedConnection);
+}
+
+void DocumentController::didRestore(const std::string& fileName, bool isShown) {
+    if (!isShown) {
+        namesNotRestored_.push_back(fileName);
+    }
+    if (--restoringCount_ == 0) {
+        didRestoreAll();
+    }
+}
+
+void DocumentController::didRestoreAll() {
+    showInOrder();
+    WindowRestorationObserver::shared().applicationDidFinishRestoringWindows();
+    if (!namesNotRestored_.empty()) {
+        isAlertShown_ = true;
+        std::ranges::sort(namesNotRestored_);
+        showErrorAlert(restorationError(std::exchange(namesNotRestored_, {})), QString(), nullptr,
+                       calling(&DocumentController::didDismissAlert));
+    }
+}
+
+void DocumentController::showInOrder() const {
+    MediaPlayerWindow* front = nullptr;
+    for (const auto& open : documents_) {
+        if (auto* window = open.document->window()) {
+            window->raise();
+            front = window;
+        }
+    }
+    if (front != nullptr) {
+        front->activateWindow();
+    }
+}
+
+void DocumentController::didDismissAlert() {
+    isAlertShown_ = false;
+    if (documents_.empty()) {
+        showOpenPanel();
+    }
+}
+
+void DocumentController::didFocus(const QWindow* window) {
+    // Windows that are restored come in any order, and each may get the focus.
+    if (!session_ || restoringCount_ > 0) {
+        return;
+    }
+    for (const auto& open : documents_) {
+        const auto* known = open.document->window();
+        if (known != nullptr && known->windowHandle() == window) {
+            session_->moveToFront(open.number);
+        }
+    }
+}
+
+bool DocumentController::eventFilter(QObject* /*watched*/, QEvent* event) {
+    if (session_ && event->type() == QEvent::Quit) {
+        session_->finish();
+    }
+    return false;
 }
 
 void DocumentController::showOpenPanel() {
@@ -85,7 +202,7 @@ void DocumentController::didFinishOpenPanel() {
 }
 
 void DocumentController::checkForLast() const {
-    if (documents_.empty() && !openPanel_) {
+    if (documents_.empty() && !openPanel_ && !isAlertShown_) {
         onLastClosed_();
     }
 }

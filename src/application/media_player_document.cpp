@@ -2,16 +2,23 @@
 #include "application/media_player_document.h"
 
 #include <cstdlib>
+#include <string_view>
 #include <utility>
 
 #include "foundation/dispatch.h"
+#include "foundation/error.h"
 #include "foundation/log.h"
 #include "foundation/user_defaults.h"
 #include "player_window/error_alert.h"
 #include "player_window/picture_view.h"
+#include "player_window/window/media_player_window.h"
 
 namespace zelvane {
 namespace {
+
+constexpr std::string_view kIdentifierKey = "identifier";
+constexpr std::string_view kWindowIdentifier = "zelvane.player.MediaPlayerWindow";
+constexpr std::string_view kMediaSourceKey = "zelvane.MediaPlayerDocument.mediaSource";
 
 /// Calls `method` of the document with the argument on the main queue, if the document lives.
 template <class Argument, class Method>
@@ -42,8 +49,18 @@ void logStatisticsIfRequested(const PlayerParts& parts) {
 
 std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::open(const URL& url, Handlers handlers) {
     std::shared_ptr<MediaPlayerDocument> document(
-        new MediaPlayerDocument(url, std::move(handlers)));
-    document->load();
+        new MediaPlayerDocument(url.lastPathComponent(), std::move(handlers)));
+    document->load([url] { return url; });
+    return document;
+}
+
+std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::restore(const StateCoder& state,
+                                                                  Handlers handlers) {
+    const auto bookmark = FileBookmark::decode(state);
+    std::shared_ptr<MediaPlayerDocument> document(new MediaPlayerDocument(
+        bookmark ? bookmark->url().lastPathComponent() : "", std::move(handlers)));
+    document->restoredState_ = state;
+    document->load([bookmark] { return bookmark ? bookmark->resolve() : URL::parse(""); });
     return document;
 }
 
@@ -51,15 +68,47 @@ MediaPlayerDocument::~MediaPlayerDocument() {
     logStatisticsIfRequested(parts_);
 }
 
-void MediaPlayerDocument::load() {
+MediaPlayerWindow* MediaPlayerDocument::window() const {
+    return window_ ? &window_->window() : nullptr;
+}
+
+std::optional<StateCoder> MediaPlayerDocument::restorableState() const {
+    if (!window_) {
+        return restoredState_;
+    }
+    StateCoder coder;
+    coder.encodeString(kIdentifierKey, std::string(kWindowIdentifier));
+    mediaSource_->fileBookmark().encode(coder);
+    coder.encodeState(kMediaSourceKey, mediaSource_->restorableState());
+    window_->encodeRestorableState(coder);
+    return coder;
+}
+
+void MediaPlayerDocument::invalidateRestorableState() const {
+    if (handlers_.onInvalidateRestorableState) {
+        handlers_.onInvalidateRestorableState();
+    }
+}
+
+void MediaPlayerDocument::load(std::function<URL()> findFile) {
     const auto self = shared_from_this();
-    MediaSource::load(url_,
-                      onMain<std::shared_ptr<MediaSource>>(self, &MediaPlayerDocument::didLoad),
-                      onMain<MediaSource::LoadError>(self, &MediaPlayerDocument::didFailToLoad));
+    const auto load =
+        [findFile = std::move(findFile),
+         didLoad = onMain<std::shared_ptr<MediaSource>>(self, &MediaPlayerDocument::didLoad),
+         didFail = onMain<MediaSource::LoadError>(self, &MediaPlayerDocument::didFailToLoad)] {
+            MediaSource::load(findFile(), didLoad, didFail);
+        };
+    // A file on a network can take long to find.
+    dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async(load);
 }
 
 void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
-    showErrorAlert(error, QString::fromStdString(url_.lastPathComponent()), nullptr,
+    if (isBeingRestored()) {
+        handlers_.onRestored(false);
+        handlers_.onClosed(false);
+        return;
+    }
+    showErrorAlert(error, QString::fromStdString(fileName_), nullptr,
                    [self = shared_from_this()] { self->handlers_.onClosed(true); });
 }
 
@@ -68,12 +117,42 @@ void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {
         didFailToLoad(MediaSource::LoadError::noDecodableTracks({MediaType::video}));
         return;
     }
+    mediaSource_ = source;
+    mediaSourceObserver_ = NotificationCenter::shared().addObserver(
+        std::string(MediaSource::kRestorableStateWasInvalidatedNotification), source.get(),
+        dispatch::mainQueue(), [weak = weak_from_this()](const Notification&) {
+            if (const auto self = weak.lock()) {
+                self->invalidateRestorableState();
+            }
+        });
+    if (isBeingRestored()) {
+        restoreSource();
+    } else {
+        startPlayer();
+    }
+}
+
+void MediaPlayerDocument::restoreSource() {
+    const auto didRestore = onMain<std::optional<MediaSource::LoadError>>(
+        shared_from_this(), &MediaPlayerDocument::didRestoreSource);
+    mediaSource_->restore(restoredState_->decodeState(kMediaSourceKey).value_or(StateCoder()),
+                          didRestore);
+}
+
+void MediaPlayerDocument::didRestoreSource(const std::optional<MediaSource::LoadError>& error) {
+    if (error) {
+        logMessage("Failed to restore side files: {}.", errorDescriptionText(*error));
+    }
+    startPlayer();
+}
+
+void MediaPlayerDocument::startPlayer() {
     parts_ = makePlayerParts(SoundOutput::soundServer);
     auto environment = playerEnvironment(parts_);
     subtitlesViews_ = makeSubtitlesViews(parts_.renderSynchronizer);
     environment.primarySubtitlesRenderer = subtitlesViews_.primary;
     environment.secondarySubtitlesRenderer = subtitlesViews_.secondary;
-    const auto start = [source, environment = std::move(environment),
+    const auto start = [source = mediaSource_, environment = std::move(environment),
                         completion = onMain<std::shared_ptr<MediaPlayer>>(
                             shared_from_this(), &MediaPlayerDocument::didMakePlayer)] {
         makeMediaPlayer(environment, source, defaultTracks(*source), std::nullopt,
@@ -82,17 +161,29 @@ void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {
     dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async(start);
 }
 
+MediaPlayerWindowController::Callbacks MediaPlayerDocument::windowCallbacks() {
+    return {.onClose = [this] { handlers_.onClosed(false); },
+            .onOpen = handlers_.onOpen,
+            .onOpenMedia = handlers_.onOpenMedia,
+            .onInvalidateRestorableState = [this] { invalidateRestorableState(); }};
+}
+
 void MediaPlayerDocument::didMakePlayer(std::shared_ptr<MediaPlayer> player) {
     player_ = std::move(player);
     window_ = std::make_unique<MediaPlayerWindowController>(
-        player_, subtitlesViews_, UserDefaults::shared(),
-        MediaPlayerWindowController::Callbacks{.onClose = [this] { handlers_.onClosed(false); },
-                                               .onOpen = handlers_.onOpen,
-                                               .onOpenMedia = handlers_.onOpenMedia});
+        player_, subtitlesViews_, UserDefaults::shared(), windowCallbacks());
     if (const auto* pictureView = window_->pictureView()) {
         parts_.displayLayer->setPresenter(pictureView->presenter());
     }
+    const auto restoredState = std::exchange(restoredState_, std::nullopt);
+    if (restoredState) {
+        window_->restoreState(*restoredState);
+    }
     window_->show();
+    invalidateRestorableState();
+    if (restoredState) {
+        handlers_.onRestored(true);
+    }
 }
 
 } // namespace zelvane

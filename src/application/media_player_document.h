@@ -3,8 +3,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
+#include "foundation/file_bookmark.h"
+#include "foundation/notification_center.h"
+#include "foundation/state_coder.h"
 #include "foundation/url.h"
 #include "media_player/media_source/media_source.h"
 #include "media_player/playback/media_player.h"
@@ -18,6 +22,9 @@ namespace zelvane {
 ///
 ///   loading ──> starting the player ──> playing ──(window closed)──> closed
 ///      └──────(failure)──> alert ──(dismissed)──> closed
+///
+/// A document of the last run loads its side files before it starts the player, and fails without
+/// an alert.
 class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlayerDocument> {
   public:
     struct Handlers {
@@ -28,25 +35,46 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
         std::function<void()> onOpen = {};
         /// Other files to open, each as a document of its own.
         std::function<void(const std::vector<URL>&)> onOpenMedia = {};
+        /// restorableState() has changed.
+        std::function<void()> onInvalidateRestorableState = {};
+        /// Called once after restore(): the window is shown, or cannot be, and onClosed follows.
+        std::function<void(bool didRestore)> onRestored = {};
     };
 
     /// Starts to load; everything else follows from that.
     static std::shared_ptr<MediaPlayerDocument> open(const URL& url, Handlers handlers);
+    /// The same for a file and its window of the last run, which is shown paused.
+    static std::shared_ptr<MediaPlayerDocument> restore(const StateCoder& state, Handlers handlers);
     ~MediaPlayerDocument();
 
-  private:
-    MediaPlayerDocument(URL url, Handlers handlers)
-        : url_(std::move(url)), handlers_(std::move(handlers)) {}
+    /// What restore() needs in a later run; none while a new file is loaded.
+    std::optional<StateCoder> restorableState() const;
+    /// Null before it is shown.
+    MediaPlayerWindow* window() const;
 
-    void load();
+  private:
+    MediaPlayerDocument(std::string fileName, Handlers handlers)
+        : fileName_(std::move(fileName)), handlers_(std::move(handlers)) {}
+
+    bool isBeingRestored() const { return restoredState_.has_value(); }
+    void load(std::function<URL()> findFile);
     void didFailToLoad(const MediaSource::LoadError& error);
     void didLoad(const std::shared_ptr<MediaSource>& source);
+    void restoreSource();
+    void didRestoreSource(const std::optional<MediaSource::LoadError>& error);
+    void startPlayer();
     void didMakePlayer(std::shared_ptr<MediaPlayer> player);
+    MediaPlayerWindowController::Callbacks windowCallbacks();
+    void invalidateRestorableState() const;
 
-    const URL url_;
+    const std::string fileName_;
     Handlers handlers_;
     PlayerParts parts_;
     SubtitlesViews subtitlesViews_;
+    /// That of the last run, until its window takes it.
+    std::optional<StateCoder> restoredState_;
+    std::shared_ptr<MediaSource> mediaSource_;
+    NotificationObserver mediaSourceObserver_;
     std::shared_ptr<MediaPlayer> player_;
     std::unique_ptr<MediaPlayerWindowController> window_;
 };

@@ -126,6 +126,9 @@ QImage wholeScreen() {
 class Player {
   public:
     explicit Player(const std::string& file) {
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_STATE_HOME", QString::fromStdString(state_.path().string()));
+        process_.setProcessEnvironment(environment);
         process_.setProcessChannelMode(QProcess::ForwardedChannels);
         process_.start(QStringLiteral(ZELVANE_PLAYER), {QString::fromStdString(file)});
     }
@@ -139,6 +142,7 @@ class Player {
     bool isRunning() const { return process_.state() == QProcess::Running; }
 
   private:
+    const test::TemporaryFolder state_;
     QProcess process_;
 };
 
@@ -210,12 +214,17 @@ class DocumentTest : public testing::Test {
                 test::inputFile(side("b.srt")) +
                 "-map 0 -map 1 -map 2 -c:v mpeg4 -c:s srt -metadata:s:s:0 language=epo "
                 "-metadata:s:s:1 language=lat");
+        document_ = MediaPlayerDocument::open(URL::fromPath(film), handlers());
+        ASSERT_TRUE(test::runUntil([&] { return window() != nullptr; }));
+        EXPECT_TRUE(isWritten("--")) << "no subtitles are selected";
+    }
+
+    MediaPlayerDocument::Handlers handlers() {
         MediaPlayerDocument::Handlers handlers;
         handlers.onClosed = [](bool) {};
         handlers.onOpenMedia = [this](const std::vector<URL>& urls) { opened_ = urls; };
-        document_ = MediaPlayerDocument::open(URL::fromPath(film), std::move(handlers));
-        ASSERT_TRUE(test::runUntil([&] { return window() != nullptr; }));
-        EXPECT_TRUE(isWritten("--")) << "no subtitles are selected";
+        handlers.onRestored = [this](bool isShown) { isRestored_ = isShown; };
+        return handlers;
     }
 
     static MediaPlayerWindow* window() {
@@ -269,6 +278,7 @@ class DocumentTest : public testing::Test {
     const test::TemporaryFolder folder_;
     std::shared_ptr<MediaPlayerDocument> document_;
     std::vector<URL> opened_;
+    std::optional<bool> isRestored_;
 };
 
 TEST_F(DocumentTest, keysCycleTheSubtitlesOfBothPositions) {
@@ -311,6 +321,31 @@ TEST_F(DocumentTest, aDroppedMediaFileIsOpenedElsewhere) {
     openFilm();
     drop(folder_.path() / "other.mkv");
     EXPECT_EQ(opened_, std::vector<URL>{URL::fromPath(folder_.path() / "other.mkv")});
+}
+
+TEST_F(DocumentTest, comesBackAsItWas) {
+    openFilm();
+    press(Qt::Key_J);
+    drop(writeSide("dropped.srt"));
+    EXPECT_TRUE(isWritten("TB"));
+    press(Qt::Key_Space);
+    press(Qt::Key_Right);
+    press(Qt::Key_BracketRight);
+    const QRect place(100, 90, 656, 369);
+    window()->setGeometry(place);
+    ASSERT_TRUE(test::runUntil([&] { return window()->geometry() == place; }));
+    const auto state = StateCoder::fromData(document_->restorableState()->data()).state;
+    EXPECT_GT(state.decodeTime("zelvane.MediaPlayer.currentTime"), CMTime(1, 2));
+    document_ = nullptr;
+    ASSERT_EQ(window(), nullptr);
+
+    document_ = MediaPlayerDocument::restore(state, handlers());
+    EXPECT_EQ(document_->restorableState()->data(), state.data()) << "before it is loaded";
+    ASSERT_TRUE(test::runUntil([&] { return isRestored_.has_value(); }));
+    EXPECT_TRUE(*isRestored_);
+    EXPECT_TRUE(isWritten("TB"));
+    EXPECT_EQ(window()->geometry(), place);
+    EXPECT_EQ(document_->restorableState()->data(), state.data());
 }
 
 /// Windows of one film in successive runs.

@@ -15,6 +15,7 @@
 
 #include "foundation/dispatch.h"
 #include "player_window/video_widget.h"
+#include "tests/support/clips.h"
 
 namespace {
 
@@ -82,6 +83,9 @@ int runWithWindows(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "xcb");
     // The preferences of the developer's desktop must not change results.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    // Nor must the windows of an earlier run come back.
+    const zelvane::test::TemporaryFolder state;
+    qputenv("XDG_STATE_HOME", QByteArray::fromStdString(state.path().string()));
     // The tests draw OpenGL in software, which the player never does.
     zelvane::shareGraphicsContexts();
     const QApplication application(argc, argv);

@@ -28,7 +28,8 @@ QProcessEnvironment environmentWith(const std::string& folder, const std::string
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("PULSE_SERVER"), QString::fromStdString(soundServer));
     // The settings of the user must not change what the tests see.
-    for (const auto* name : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"}) {
+    for (const auto* name :
+         {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_STATE_HOME"}) {
         environment.insert(QString::fromLatin1(name), QString::fromStdString(folder));
     }
     return environment;
