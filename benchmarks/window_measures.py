@@ -29,10 +29,13 @@ class Player:
         self.screen = surroundings.screen
         self.closing_key = closing_key
         self.log = tempfile.TemporaryFile("w+")
+        # No window of an earlier player comes back.
+        self.state = tempfile.TemporaryDirectory()
         self.screen.move_pointer(*OUTSIDE)
         self.begin = time.monotonic()
         self.process = subprocess.Popen(
-            command, env=dict(surroundings.environment, ZELVANE_LOG_STATISTICS="1"),
+            command, env=dict(surroundings.environment, ZELVANE_LOG_STATISTICS="1",
+                              XDG_STATE_HOME=self.state.name),
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=self.log)
 
     def __enter__(self):
@@ -43,6 +46,7 @@ class Player:
             self.process.kill()
             self.process.wait()
         self.log.close()
+        self.state.cleanup()
 
     def wait_for_picture(self):
         """The milliseconds from the start of the process to its first picture on the screen."""
