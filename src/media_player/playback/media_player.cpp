@@ -259,7 +259,12 @@ void MediaPlayer::audioRendererWasFlushedAutomatically(const Notification& notif
 }
 
 void MediaPlayer::pauseSynchronously() {
-    queue_->sync([this] { pause(); });
+    queue_->sync([this] {
+        // A paused player has nothing to announce: observers take an announcement for a use of it.
+        if (isPlaying()) {
+            pause();
+        }
+    });
 }
 
 void MediaPlayer::pictureInPictureControllerSetPlaying(bool isPlaying) {
