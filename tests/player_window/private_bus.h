@@ -32,9 +32,9 @@ class PrivateBus {
     PrivateBus& operator=(const PrivateBus&) = delete;
 
     const QString& address() const { return address_; }
-    /// Each connection of the process needs its own name.
+    /// Each connection of this object needs its own name.
     QDBusConnection connection(const char* name) const {
-        return QDBusConnection::connectToBus(address_, name);
+        return QDBusConnection::connectToBus(address_, address_ + name);
     }
 
   private:
