@@ -2,11 +2,11 @@
 #pragma once
 
 #include <memory>
-#include <string_view>
 
 #include "foundation/automatic_termination_manager.h"
 #include "foundation/idle_sleep_manager.h"
 #include "foundation/notification_center.h"
+#include "foundation/workspace_notifications.h"
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
 #include "media_player/playback/null_subtitles_renderer.h"
 #include "rendering/queued_sample_buffer_rendering.h"
@@ -52,13 +52,6 @@ class AudioRoutingOwnership {
     /// Balances one requestOwnership.
     virtual void releaseOwnership() {}
 };
-
-/// Posted on the workspace's centre before the machine sleeps.
-inline constexpr std::string_view kWorkspaceWillSleepNotification =
-    "NSWorkspaceWillSleepNotification";
-/// Posted on the workspace's centre when another user's session becomes active.
-inline constexpr std::string_view kWorkspaceSessionDidResignActiveNotification =
-    "NSWorkspaceSessionDidResignActiveNotification";
 
 /// What one player consists of and works with. The first three have no default. The default
 /// subtitles renderers show nothing; the default services do nothing.
