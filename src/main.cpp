@@ -13,6 +13,7 @@
 
 #include "application/document_controller.h"
 #include "application/qt_main_queue.h"
+#include "application/session_integration.h"
 #include "application/settings_file_watcher.h"
 #include "application/settings_store.h"
 #include "core_media/ffmpeg_log.h"
@@ -61,16 +62,19 @@ void drainMainQueue() {
 }
 
 int run() {
+    SessionIntegration session;
     auto documents = std::make_unique<DocumentController>(
         [] { QCoreApplication::quit(); },
         std::make_unique<SessionStore>(SessionFile::defaultPath()));
-    const auto start = [&documents, urls = requestedFiles(QApplication::arguments())] {
+    const auto start = [&documents, &session, urls = requestedFiles(QApplication::arguments())] {
         const bool restores = documents->restoreWindows();
         if (!urls.empty()) {
             documents->open(urls);
         } else if (!restores) {
             documents->showOpenPanel();
         }
+        // The buses are not needed for the first picture.
+        session.start(*documents);
     };
     // A file dialog is the desktop's own only when the event loop runs.
     QMetaObject::invokeMethod(qApp, start, Qt::QueuedConnection);

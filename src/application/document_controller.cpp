@@ -178,6 +178,15 @@ bool DocumentController::eventFilter(QObject* /*watched*/, QEvent* event) {
     return false;
 }
 
+MediaPlayerWindow* DocumentController::windowOf(const MediaPlayer& player) const {
+    for (const auto& open : documents_) {
+        if (auto* window = open.document->windowOf(player)) {
+            return window;
+        }
+    }
+    return nullptr;
+}
+
 void DocumentController::showOpenPanel() {
     if (openPanel_) {
         return;

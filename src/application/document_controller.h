@@ -18,6 +18,8 @@ class QWindow;
 
 namespace zelvane {
 
+class MediaPlayer;
+
 /// The open documents of the program, their session, and the dialog that opens more: at most one
 /// at a time. Main thread.
 class DocumentController final : public QObject {
@@ -37,6 +39,8 @@ class DocumentController final : public QObject {
     void showOpenPanel();
     /// Whether a document has closed with an alert.
     bool didFail() const { return didFail_; }
+    /// The window that shows this player; null when there is none.
+    MediaPlayerWindow* windowOf(const MediaPlayer& player) const;
     std::size_t documentCount() const { return documents_.size(); }
 
   protected:

@@ -84,6 +84,10 @@ std::optional<StateCoder> MediaPlayerDocument::restorableState() const {
     return coder;
 }
 
+MediaPlayerWindow* MediaPlayerDocument::windowOf(const MediaPlayer& player) const {
+    return window_ && player_.get() == &player ? &window_->window() : nullptr;
+}
+
 void MediaPlayerDocument::invalidateRestorableState() const {
     if (handlers_.onInvalidateRestorableState) {
         handlers_.onInvalidateRestorableState();
@@ -92,6 +96,7 @@ void MediaPlayerDocument::invalidateRestorableState() const {
 
 void MediaPlayerDocument::load(std::function<URL()> findFile) {
     const auto self = shared_from_this();
+    automaticTerminationManager_.disable("Started loading media.");
     const auto load =
         [findFile = std::move(findFile),
          didLoad = onMain<std::shared_ptr<MediaSource>>(self, &MediaPlayerDocument::didLoad),
@@ -103,6 +108,7 @@ void MediaPlayerDocument::load(std::function<URL()> findFile) {
 }
 
 void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
+    automaticTerminationManager_.enable("Finished loading media.");
     if (isBeingRestored()) {
         handlers_.onRestored(false);
         handlers_.onClosed(false);
@@ -159,6 +165,7 @@ void MediaPlayerDocument::startPlayer() {
                         dispatch::mainQueue(), completion);
     };
     dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async(start);
+    automaticTerminationManager_.enable("Finished loading media.");
 }
 
 MediaPlayerWindowController::Callbacks MediaPlayerDocument::windowCallbacks() {

@@ -51,6 +51,8 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
     std::optional<StateCoder> restorableState() const;
     /// Null before it is shown.
     MediaPlayerWindow* window() const;
+    /// The window, if this document has opened that player; else null.
+    MediaPlayerWindow* windowOf(const MediaPlayer& player) const;
 
   private:
     MediaPlayerDocument(std::string fileName, Handlers handlers)
@@ -69,6 +71,7 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
 
     const std::string fileName_;
     Handlers handlers_;
+    AutomaticTerminationManager automaticTerminationManager_{SessionServices::shared().processInfo};
     PlayerParts parts_;
     SubtitlesViews subtitlesViews_;
     /// That of the last run, until its window takes it.

@@ -54,10 +54,20 @@ PlayerParts makePlayerParts(SoundOutput soundOutput) {
             std::make_shared<SampleBufferRenderSynchronizer>()};
 }
 
+SessionServices& SessionServices::shared() {
+    static SessionServices services;
+    return services;
+}
+
 MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts) {
     MediaPlayerEnvironment environment{parts.displayLayer, parts.audioRenderer,
                                        parts.renderSynchronizer};
     environment.textStyleUpdateNotifier = SubtitleTextStyleUpdateNotifier::shared();
+    const SessionServices& services = SessionServices::shared();
+    environment.powerManagement = services.powerManagement;
+    environment.processInfo = services.processInfo;
+    environment.nowPlaying = services.nowPlaying;
+    environment.workspaceNotificationCenter = services.workspaceNotificationCenter;
     return environment;
 }
 

@@ -29,7 +29,20 @@ struct PlayerParts {
 
 PlayerParts makePlayerParts(SoundOutput soundOutput);
 
-/// The environment of one player that consists of these parts.
+/// The services of the session that all players use. The default ones do nothing.
+struct SessionServices {
+    std::shared_ptr<PowerManagement> powerManagement = std::make_shared<PowerManagement>();
+    std::shared_ptr<ProcessInfo> processInfo = std::make_shared<ProcessInfo>();
+    std::shared_ptr<NowPlayingRegistry> nowPlaying = std::make_shared<NowPlayingRegistry>();
+    std::shared_ptr<NotificationCenter> workspaceNotificationCenter =
+        std::make_shared<NotificationCenter>();
+
+    /// Those of the process, which the application sets before it makes players. Main thread.
+    static SessionServices& shared();
+};
+
+/// The environment of one player that consists of these parts, with the services of the process.
+/// Main thread.
 MediaPlayerEnvironment playerEnvironment(const PlayerParts& parts);
 
 /// The default tracks of a source, from the user's settings of captions.
