@@ -55,10 +55,8 @@ MediaPlayerWindowController::~MediaPlayerWindowController() = default;
 void MediaPlayerWindowController::connectContent() {
     using Content = MediaPlayerViewController;
     Content* content = viewController_.get();
-    connect(content, &Content::preferredSizeDidChange, this, [this] {
-        updateSizes();
-        window_->adaptToPreferredSize();
-    });
+    connect(content, &Content::preferredSizeDidChange, this,
+            &MediaPlayerWindowController::adaptToPreferredSize);
     connect(content, &Content::controlsVisibilityDidChange, this,
             [this](bool areVisible) { window_->titleBar().setShown(areVisible); });
     connect(content, &Content::fullScreenRequested, window_.get(),
@@ -101,8 +99,17 @@ void MediaPlayerWindowController::connectWindow() {
             [this, &menu] { showMenu(menu.mapToGlobal(QPoint(0, menu.height()))); });
 }
 
+void MediaPlayerWindowController::adaptToPreferredSize() {
+    // The first selection of a track can be reported after the window has its restored size.
+    if (viewController_->preferredSize() != preferredSize_) {
+        updateSizes();
+        window_->adaptToPreferredSize();
+    }
+}
+
 void MediaPlayerWindowController::updateSizes() {
-    window_->setContentSizes(viewController_->minimumSize(), viewController_->preferredSize());
+    preferredSize_ = viewController_->preferredSize();
+    window_->setContentSizes(viewController_->minimumSize(), preferredSize_);
 }
 
 PictureView* MediaPlayerWindowController::pictureView() const {

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QPointer>
 
+#include "foundation/geometry.h"
 #include "foundation/state_coder.h"
 #include "foundation/url.h"
 #include "media_player/playback/media_player.h"
@@ -65,6 +66,7 @@ class MediaPlayerWindowController final : public QObject {
   private:
     void connectContent();
     void connectWindow();
+    void adaptToPreferredSize();
     void updateSizes();
     void enterFullScreenAutomatically();
     void invalidateRestorableState();
@@ -83,6 +85,7 @@ class MediaPlayerWindowController final : public QObject {
     std::unique_ptr<MediaPlayerViewController> viewController_;
     QPointer<QDialog> shortcutsWindow_;
     std::optional<WindowPlacement> restoredPlacement_;
+    CGSize preferredSize_;
     bool isFirstAppearance_ = true;
 };
 
