@@ -152,10 +152,14 @@ void DocumentController::showInOrder() const {
 }
 
 void DocumentController::didDismissAlert() {
-    isAlertShown_ = false;
-    if (documents_.empty()) {
-        showOpenPanel();
-    }
+    // After the documents that the alert is about are removed.
+    const auto goOn = [this] {
+        isAlertShown_ = false;
+        if (documents_.empty()) {
+            showOpenPanel();
+        }
+    };
+    QMetaObject::invokeMethod(this, goOn, Qt::QueuedConnection);
 }
 
 void DocumentController::didFocus(const QWindow* window) {
