@@ -5,6 +5,8 @@
 #include <cstdlib>
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QProcess>
 #include <unistd.h>
 
@@ -41,5 +43,16 @@ class PrivateBus {
     QProcess daemon_;
     QString address_;
 };
+
+/// Calls a service on the bus, which may be one of this thread. {"refused"} after an error.
+inline QVariantList callOnBus(const QDBusConnection& bus, const QString& service,
+                              const QString& path, const QString& interface, const QString& method,
+                              const QVariantList& arguments) {
+    auto message = QDBusMessage::createMethodCall(service, path, interface, method);
+    message.setArguments(arguments);
+    const QDBusPendingCall call = bus.asyncCall(message);
+    runUntil([&] { return call.isFinished(); });
+    return call.isError() ? QVariantList{"refused"} : call.reply().arguments();
+}
 
 } // namespace zelvane::test

@@ -10,23 +10,10 @@
 
 namespace zelvane::test {
 
-/// Runs the tasks of the main queue in the event loop of the test.
-class EventLoopQueue final : public dispatch::Queue {
-  public:
-    void async(dispatch::Task task) override {
-        QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(task),
-                                  Qt::QueuedConnection);
-    }
-    void syncTask(const dispatch::Task& task) override { task(); }
-    bool isCurrent() const override {
-        return QThread::currentThread() == QCoreApplication::instance()->thread();
-    }
-};
-
-/// That is the main queue while this exists. All tasks have run at its end.
+/// The event loop of the test is the main queue while this exists. All tasks have run at its end.
 class EventLoopScope {
   public:
-    EventLoopScope() { dispatch::setMainQueue(std::make_shared<EventLoopQueue>()); }
+    EventLoopScope() { dispatch::setMainQueue(std::make_shared<Queue>()); }
     ~EventLoopScope() {
         settle();
         dispatch::setMainQueue(nullptr);
@@ -40,6 +27,15 @@ class EventLoopScope {
         } while (!dispatch::waitForQuiescence(std::chrono::milliseconds(5)));
         QCoreApplication::processEvents();
     }
+
+  private:
+    struct Queue final : dispatch::Queue {
+        void async(dispatch::Task task) override {
+            QMetaObject::invokeMethod(qApp, std::move(task), Qt::QueuedConnection);
+        }
+        void syncTask(const dispatch::Task& task) override { task(); }
+        bool isCurrent() const override { return QThread::currentThread() == qApp->thread(); }
+    };
 };
 
 } // namespace zelvane::test

@@ -2,7 +2,6 @@
 #include <limits>
 
 #include <QDBusConnectionInterface>
-#include <QDBusVariant>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -18,19 +17,13 @@
 #include "platform/mpris/mpris_service.h"
 #include "player_assembly/player_assembly.h"
 #include "rendering/null_video_presenter.h"
+#include "tests/platform/mpris/mpris_client.h"
 #include "tests/platform/mpris/signal_log.h"
-#include "tests/player_window/private_bus.h"
 #include "tests/support/clips.h"
 #include "tests/support/event_loop_queue.h"
 
 namespace zelvane::test {
 namespace {
-
-constexpr auto kName = "org.mpris.MediaPlayer2.zelvane";
-constexpr auto kPath = "/org/mpris/MediaPlayer2";
-constexpr auto kRoot = "org.mpris.MediaPlayer2";
-constexpr auto kPlayer = "org.mpris.MediaPlayer2.Player";
-constexpr auto kProperties = "org.freedesktop.DBus.Properties";
 
 /// A song of 20 s with a cover.
 std::filesystem::path song() {
@@ -78,32 +71,15 @@ class MprisTest : public testing::Test {
         return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
     }
 
-    QVariantList call(const char* interface, const char* method,
-                      const QVariantList& arguments = {}) const {
-        auto message = QDBusMessage::createMethodCall(kName, kPath, interface, method);
-        message.setArguments(arguments);
-        const QDBusPendingCall pending = client_.asyncCall(message);
-        runUntil([&] { return pending.isFinished(); });
-        return pending.isError() ? QVariantList{"refused"} : pending.reply().arguments();
-    }
-    QVariant get(const char* property) const {
-        const auto value = call(kProperties, "Get", {kPlayer, property}).value(0);
-        const auto inner = value.value<QDBusVariant>().variant();
-        return inner.canConvert<QDBusArgument>() ? qdbus_cast<QVariantMap>(inner) : inner;
-    }
-    QVariantList set(const char* interface, const char* property, const QVariant& value) const {
-        return call(kProperties, "Set",
-                    {interface, property, QVariant::fromValue(QDBusVariant(value))});
-    }
     QString artworkPath() const {
-        return QUrl(get("Metadata").toMap().value("mpris:artUrl").toString()).toLocalFile();
+        return QUrl(client_.metadata().value("mpris:artUrl").toString()).toLocalFile();
     }
 
     const EventLoopScope main_;
     const PrivateBus bus_;
     const TemporaryFolder cache_;
-    QDBusConnection client_ = bus_.connection("client");
-    SignalLog signals_{client_};
+    const MprisClient client_{bus_.connection("client")};
+    SignalLog signals_{client_.bus};
     std::string asked_;
     bool isFullScreen_ = false;
     const std::shared_ptr<PublishedMedia> media_ = std::make_shared<PublishedMedia>();
@@ -173,7 +149,7 @@ TEST_F(MprisTest, hasAllMembersOfTheStandard) {
         "MaximumRate d read|CanGoNext b read|CanGoPrevious b read|CanPlay b read|CanPause b read|"
         "CanSeek b read|CanControl b read";
     QXmlStreamReader xml(
-        call("org.freedesktop.DBus.Introspectable", "Introspect").value(0).toString());
+        client_.call("org.freedesktop.DBus.Introspectable", "Introspect").value(0).toString());
     QStringList members;
     for (QString interface; !xml.atEnd(); xml.readNext()) {
         const auto attribute = [&](const char* name) {
@@ -181,7 +157,7 @@ TEST_F(MprisTest, hasAllMembersOfTheStandard) {
         };
         if (xml.isStartElement() && xml.name() == QLatin1String("interface")) {
             interface = attribute("name");
-        } else if (xml.isStartElement() && interface.startsWith(kRoot)) {
+        } else if (xml.isStartElement() && interface.startsWith(kMprisRoot)) {
             if (xml.name() == QLatin1String("arg")) {
                 members.last() += " " + attribute("type");
             } else if (xml.name() != QLatin1String("annotation")) {
@@ -198,19 +174,20 @@ TEST_F(MprisTest, announcesChangesAndJumps) {
     EXPECT_TRUE(runUntil([&] { return signals_.properties.value("CanSetFullscreen").toBool(); }));
     EXPECT_TRUE(signals_.properties.value("Player.CanPlay").toBool());
     signals_.properties.clear();
-    set(kPlayer, "Rate", 1.5);
+    client_.set(kMprisPlayer, "Rate", 1.5);
     EXPECT_TRUE(runUntil([&] { return signals_.properties.value("Player.Rate") == 1.5; }));
     EXPECT_EQ(signals_.properties.size(), 1) << "only what has changed";
     EXPECT_EQ(signals_.seeks.size(), 0);
-    call(kPlayer, "Seek", {qlonglong{3'000'000}});
+    client_.call(kMprisPlayer, "Seek", {qlonglong{3'000'000}});
     EXPECT_TRUE(runUntil([&] { return signals_.seeks == QList<qlonglong>{3'000'000}; }));
-    call(kPlayer, "Play");
+    client_.call(kMprisPlayer, "Play");
     EXPECT_TRUE(
         runUntil([&] { return signals_.properties.value("Player.PlaybackStatus") == "Playing"; }));
-    const auto position = get("Position").toLongLong();
-    EXPECT_TRUE(runUntil([&] { return get("Position").toLongLong() > position + 300'000; }));
+    const auto position = client_.get(kMprisPlayer, "Position").toLongLong();
+    EXPECT_TRUE(runUntil(
+        [&] { return client_.get(kMprisPlayer, "Position").toLongLong() > position + 300'000; }));
     EXPECT_FALSE(signals_.properties.contains("Player.Position"));
-    set(kRoot, "Fullscreen", true);
+    client_.set(kMprisRoot, "Fullscreen", true);
     EXPECT_TRUE(isFullScreen_);
     service_.update();
     EXPECT_TRUE(runUntil([&] { return signals_.properties.value("Fullscreen").toBool(); }));
@@ -223,14 +200,14 @@ TEST_F(MprisTest, announcesChangesAndJumps) {
 
 TEST_F(MprisTest, keepsToTheStandardForOddArguments) {
     open();
-    const auto track = get("Metadata").toMap().value("mpris:trackid");
+    const auto track = client_.metadata().value("mpris:trackid");
     const auto otherTrack = QVariant::fromValue(QDBusObjectPath("/other"));
     constexpr auto kLowest = std::numeric_limits<qlonglong>::min();
     constexpr auto kHighest = std::numeric_limits<qlonglong>::max();
     const double nan = std::numeric_limits<double>::quiet_NaN();
-    const double length = get("Metadata").toMap().value("mpris:length").toDouble();
+    const double length = client_.metadata().value("mpris:length").toDouble();
     const auto setPosition = [&](const QVariant& of, qlonglong position) {
-        call(kPlayer, "SetPosition", {of, position});
+        client_.call(kMprisPlayer, "SetPosition", {of, position});
     };
     const struct {
         const char* property;
@@ -241,35 +218,38 @@ TEST_F(MprisTest, keepsToTheStandardForOddArguments) {
         {"Position", 5e6, [&] { setPosition(otherTrack, 6'000'000); }},
         {"Position", 5e6, [&] { setPosition(track, -1); }},
         {"Position", 5e6, [&] { setPosition(track, static_cast<qlonglong>(length) + 1); }},
-        {"Position", 0, [&] { call(kPlayer, "Seek", {kLowest}); }},
-        {"Position", length, [&] { call(kPlayer, "Seek", {kHighest}); }},
-        {"Rate", 0.5, [&] { set(kPlayer, "Rate", 0.1); }},
-        {"Rate", 2, [&] { set(kPlayer, "Rate", 1e300); }},
-        {"Rate", 2, [&] { set(kPlayer, "Rate", -1.0); }},
-        {"Rate", 2, [&] { set(kPlayer, "Rate", nan); }},
-        {"Volume", 0, [&] { set(kPlayer, "Volume", -1.0); }},
-        {"Volume", 1, [&] { set(kPlayer, "Volume", 7.0); }},
-        {"Volume", 1, [&] { set(kPlayer, "Volume", nan); }},
+        {"Position", 0, [&] { client_.call(kMprisPlayer, "Seek", {kLowest}); }},
+        {"Position", length, [&] { client_.call(kMprisPlayer, "Seek", {kHighest}); }},
+        {"Rate", 0.5, [&] { client_.set(kMprisPlayer, "Rate", 0.1); }},
+        {"Rate", 2, [&] { client_.set(kMprisPlayer, "Rate", 1e300); }},
+        {"Rate", 2, [&] { client_.set(kMprisPlayer, "Rate", -1.0); }},
+        {"Rate", 2, [&] { client_.set(kMprisPlayer, "Rate", nan); }},
+        {"Volume", 0, [&] { client_.set(kMprisPlayer, "Volume", -1.0); }},
+        {"Volume", 1, [&] { client_.set(kMprisPlayer, "Volume", 7.0); }},
+        {"Volume", 1, [&] { client_.set(kMprisPlayer, "Volume", nan); }},
     };
     for (const auto& expected : cases) {
         expected.act();
         EventLoopScope::settle();
         // The clock's steps are finer than those of the bus.
         EXPECT_TRUE(runUntil([&] {
-            return std::abs(get(expected.property).toDouble() - expected.value) <= 1000;
+            return std::abs(client_.get(kMprisPlayer, expected.property).toDouble() -
+                            expected.value) <= 1000;
         })) << expected.property
-            << " is " << get(expected.property).toDouble() << ", not " << expected.value;
+            << " is " << client_.get(kMprisPlayer, expected.property).toDouble() << ", not "
+            << expected.value;
     }
-    call(kPlayer, "Play");
-    set(kPlayer, "Rate", 0.0);
-    EXPECT_TRUE(runUntil([&] { return get("PlaybackStatus") == "Paused"; }));
-    EXPECT_EQ(call(kPlayer, "OpenUri", {"smb://host/film.mkv"}), QVariantList{"refused"});
+    client_.call(kMprisPlayer, "Play");
+    client_.set(kMprisPlayer, "Rate", 0.0);
+    EXPECT_TRUE(runUntil([&] { return client_.get(kMprisPlayer, "PlaybackStatus") == "Paused"; }));
+    EXPECT_EQ(client_.call(kMprisPlayer, "OpenUri", {"smb://host/film.mkv"}),
+              QVariantList{"refused"});
     EXPECT_EQ(asked_, "");
-    call(kRoot, "Raise");
-    call(kRoot, "Quit");
+    client_.call(kMprisRoot, "Raise");
+    client_.call(kMprisRoot, "Quit");
     EXPECT_EQ(asked_, "raise quit ");
     close();
-    EXPECT_EQ(call(kPlayer, "PlayPause"), QVariantList{"refused"});
+    EXPECT_EQ(client_.call(kMprisPlayer, "PlayPause"), QVariantList{"refused"});
 }
 
 TEST_F(MprisTest, keepsTheArtworkInAFileWhileItIsShown) {
@@ -289,21 +269,21 @@ TEST_F(MprisTest, keepsTheArtworkInAFileWhileItIsShown) {
     EXPECT_EQ(QImage(artworkPath()).size(), QSize(32, 24));
     EXPECT_GT(QImage(artworkPath()).pixelColor(5, 5).red(), 250);
     close();
-    EXPECT_TRUE(runUntil([&] { return get("Metadata").toMap().isEmpty(); }));
+    EXPECT_TRUE(runUntil([&] { return client_.metadata().isEmpty(); }));
     EXPECT_EQ(folder.entryList(QDir::Files), expected) << "the file of a running process";
 }
 
 TEST_F(MprisTest, aSecondProcessHasANameOfItsOwn) {
-    const QString second = QString("%1.instance%2").arg(kName).arg(getpid());
+    const QString second = QString("%1.instance%2").arg(kMprisName).arg(getpid());
     const auto names = [&] {
-        return client_.interface()->registeredServiceNames().value().filter(kName);
+        return client_.bus.interface()->registeredServiceNames().value().filter(kMprisName);
     };
-    EXPECT_TRUE(runUntil([&] { return names() == QStringList{kName}; }));
+    EXPECT_TRUE(runUntil([&] { return names() == QStringList{kMprisName}; }));
     {
         const MprisService other(bus_.connection("other"), std::make_shared<PublishedMedia>(), {});
         EXPECT_TRUE(runUntil([&] { return names().contains(second); }));
     }
-    EXPECT_TRUE(runUntil([&] { return names() == QStringList{kName}; }));
+    EXPECT_TRUE(runUntil([&] { return names() == QStringList{kMprisName}; }));
 }
 
 } // namespace

@@ -161,24 +161,30 @@ TEST_F(DesktopSessionTest, announcesThatTheSessionIsLockedOrInactive) {
     };
     attach();
     EXPECT_TRUE(manager.received("GetSession \"c1\""));
-    const auto isPosted = [&](const std::string& expected) {
-        return runUntil([&] { return posted_ == expected; });
+    const auto update = [&](const QVariantMap& properties) {
+        manager.call(path, kMock, "UpdateProperties",
+                     {"org.freedesktop.login1.Session", properties});
+    };
+    /// What was posted, up to a signal that is sent now.
+    const auto posted = [&] {
+        emitSignal(manager, "PrepareForSleep", true);
+        EXPECT_TRUE(runUntil([&] { return posted_.ends_with("WillSleep "); }));
+        return std::exchange(posted_, "");
     };
     // The match of the signals follows the answer to GetSession.
     EXPECT_TRUE(runUntil([&] {
         call("Lock", {});
         return !posted_.empty();
     }));
-    posted_.clear();
+    posted();
     call("SetLockedHint", {true});
-    EXPECT_TRUE(isPosted("SessionDidResignActive "));
+    EXPECT_EQ(posted(), "SessionDidResignActive WillSleep ");
     call("SetLockedHint", {false});
     call("Unlock", {});
-    manager.call(path, kMock, "UpdateProperties",
-                 {"org.freedesktop.login1.Session", QVariantMap{{"Active", true}}});
-    manager.call(path, kMock, "UpdateProperties",
-                 {"org.freedesktop.login1.Session", QVariantMap{{"Active", false}}});
-    EXPECT_TRUE(isPosted("SessionDidResignActive SessionDidResignActive ")) << posted_;
+    update({{"Active", true}});
+    EXPECT_EQ(posted(), "WillSleep ");
+    update({{"Active", false}});
+    EXPECT_EQ(posted(), "SessionDidResignActive WillSleep ");
     qunsetenv("XDG_SESSION_ID");
 }
 

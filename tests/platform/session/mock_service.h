@@ -3,9 +3,6 @@
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusPendingCall>
-#include <QDBusPendingReply>
 #include <QProcess>
 #include <QProcessEnvironment>
 
@@ -53,12 +50,7 @@ class MockService {
 
     QVariantList call(const QString& path, const QString& interface, const QString& method,
                       const QVariantList& arguments) const {
-        auto message = QDBusMessage::createMethodCall(busName_, path, interface, method);
-        message.setArguments(arguments);
-        const QDBusPendingCall call = connection_.asyncCall(message);
-        runUntil([&] { return call.isFinished(); });
-        EXPECT_FALSE(call.isError()) << call.error().message().toStdString();
-        return call.reply().arguments();
+        return callOnBus(connection_, busName_, path, interface, method, arguments);
     }
 
   private:
