@@ -13,4 +13,8 @@ namespace zelvane {
 /// shown. Main thread.
 void setAspectHint(const QWidget& window, const CGSize& shape);
 
+/// Asks an X window manager for the size of a window once more. It applies the steps of the
+/// toolkit's hints when it first shows the window, before the hints can be corrected.
+void requestSizeAgain(const QWidget& window);
+
 } // namespace zelvane

@@ -192,6 +192,7 @@ void MediaPlayerWindow::showCentred() {
     placeInCentre();
     show();
     applySizeLimits();
+    requestSizeAgain(*this);
 }
 
 void MediaPlayerWindow::placeAt(const CGRect& frame) {
