@@ -203,5 +203,37 @@ TEST(WindowSizing, aPictureHasItsOwnSizeWithinTheScreen) {
     }
 }
 
+TEST(WindowSizing, newWindowsLeaveTheTitleBarsOfTheOthersVisible) {
+    const CGRect workArea{64, 27, 1216, 773};
+    const CGRect first = centredWithin({1000, 560}, workArea);
+    std::vector<CGRect> windows;
+    for (const auto& [x, y] : std::vector<std::pair<double, double>>{
+             {172, 133}, {212, 173}, {252, 213}, {64, 27}, {104, 67}, {172, 133}}) {
+        windows.push_back(cascadedWithin(first, windows, workArea));
+        EXPECT_EQ(windows.back(), (CGRect{x, y, 1000, 560}));
+    }
+    EXPECT_EQ(cascadedWithin(workArea, {workArea}, workArea), workArea)
+        << "there is no other place";
+}
+
+TEST(WindowSizing, aWindowWhoseScreenIsGoneIsMovedToTheNearestOne) {
+    const std::vector<CGRect> screens{{0, 30, 1280, 770}, {1280, 0, 800, 600}};
+    const struct {
+        CGRect window, expected;
+    } cases[] = {
+        {{100, 100, 640, 360}, {100, 100, 640, 360}},
+        {{1200, 100, 640, 360}, {1200, 100, 640, 360}},
+        {{-540, 780, 640, 360}, {-540, 780, 640, 360}},
+        {{-541, 700, 640, 360}, {0, 440, 640, 360}},
+        {{100, 9, 640, 360}, {100, 30, 640, 360}},
+        {{2200, 100, 640, 360}, {1440, 100, 640, 360}},
+        {{2200, 700, 1600, 900}, {1280, 150, 800, 450}},
+    };
+    for (const auto& given : cases) {
+        EXPECT_EQ(reachableWithin(given.window, screens), given.expected) << given.window.x;
+    }
+    EXPECT_EQ(reachableWithin({2200, 0, 640, 360}, {}), (CGRect{2200, 0, 640, 360}));
+}
+
 } // namespace
 } // namespace zelvane

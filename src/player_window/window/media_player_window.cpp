@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QContextMenuEvent>
+#include <QCursor>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QStyleHints>
@@ -41,6 +42,37 @@ QRect workAreaOf(const QWidget& window) {
     return screen == nullptr ? QRect() : screen->availableGeometry();
 }
 
+std::vector<CGRect> workAreas() {
+    std::vector<CGRect> areas;
+    for (const auto* screen : QGuiApplication::screens()) {
+        areas.push_back(rectOf(screen->availableGeometry()));
+    }
+    return areas;
+}
+
+/// The compositor of Wayland places the windows of programs itself.
+bool placesWindows() {
+    return !QGuiApplication::platformName().startsWith("wayland");
+}
+
+QScreen* screenOfUser() {
+    const QWidget* active = QApplication::activeWindow();
+    QScreen* screen =
+        active == nullptr ? QGuiApplication::screenAt(QCursor::pos()) : active->screen();
+    return screen == nullptr ? QGuiApplication::primaryScreen() : screen;
+}
+
+std::vector<CGRect> framesOfOtherWindows(const MediaPlayerWindow& window) {
+    std::vector<CGRect> frames;
+    for (const auto* widget : QApplication::topLevelWidgets()) {
+        const auto* other = qobject_cast<const MediaPlayerWindow*>(widget);
+        if (other != nullptr && other != &window && other->isVisible()) {
+            frames.push_back(rectOf(other->geometry()));
+        }
+    }
+    return frames;
+}
+
 } // namespace
 
 // All widgets belong to this one. NOLINTBEGIN(cppcoreguidelines-owning-memory)
@@ -54,6 +86,7 @@ MediaPlayerWindow::MediaPlayerWindow(TitleBar::Ground ground, bool isResizable)
     setMouseTracking(true);
     setFocusPolicy(Qt::ClickFocus);
     connectTitleBar();
+    followScreens();
     qApp->installEventFilter(this);
 }
 // NOLINTEND(cppcoreguidelines-owning-memory)
@@ -183,9 +216,14 @@ CGSize MediaPlayerWindow::sizeOnScreen() const {
 }
 
 void MediaPlayerWindow::placeInCentre() {
+    if (placesWindows()) {
+        setScreen(screenOfUser());
+    }
     resize(rounded(sizeOnScreen()));
-    const CGRect centred = centredWithin(sizeOf(size()), rectOf(workAreaOf(*this)));
-    move(static_cast<int>(centred.x), static_cast<int>(centred.y));
+    const CGRect workArea = rectOf(workAreaOf(*this));
+    const CGRect place = cascadedWithin(centredWithin(sizeOf(size()), workArea),
+                                        framesOfOtherWindows(*this), workArea);
+    move(nearestPoints(place).topLeft());
 }
 
 void MediaPlayerWindow::showCentred() {
@@ -196,11 +234,7 @@ void MediaPlayerWindow::showCentred() {
 }
 
 void MediaPlayerWindow::placeAt(const CGRect& frame) {
-    std::vector<CGRect> workAreas;
-    for (const QScreen* screen : QGuiApplication::screens()) {
-        workAreas.push_back(rectOf(screen->availableGeometry()));
-    }
-    const auto workArea = workAreaOfTitleBar(frame, workAreas);
+    const auto workArea = workAreaOfTitleBar(frame, workAreas());
     if (!workArea) {
         placeInCentre();
         return;
@@ -223,10 +257,30 @@ void MediaPlayerWindow::showAt(const WindowPlacement& placement) {
 }
 
 WindowPlacement MediaPlayerWindow::placement() const {
-    const bool isNormal = !isFullScreen() && !isMaximized() && !isMinimized();
-    return {.frame = rectOf(isNormal ? geometry() : normalGeometry()),
+    return {.frame = rectOf(isNormal() ? geometry() : normalGeometry()),
             .isFullScreen = isFullScreen(),
             .isMaximized = windowState().testFlag(Qt::WindowMaximized)};
+}
+
+void MediaPlayerWindow::followScreens() {
+    // When a screen is removed, its windows are moved after the signal.
+    const auto adapt = [this] { adaptToScreens(); };
+    const auto follow = [this, adapt](QScreen* screen) {
+        connect(screen, &QScreen::availableGeometryChanged, this, adapt, Qt::QueuedConnection);
+    };
+    for (auto* screen : QGuiApplication::screens()) {
+        follow(screen);
+    }
+    connect(qApp, &QGuiApplication::screenAdded, this, follow);
+    connect(qApp, &QGuiApplication::screenRemoved, this, adapt, Qt::QueuedConnection);
+}
+
+void MediaPlayerWindow::adaptToScreens() {
+    applySizeLimits();
+    // Elsewhere the desktop places windows, and does not say where they are.
+    if (placesWindows() && isNormal()) {
+        setGeometry(nearestPoints(reachableWithin(rectOf(geometry()), workAreas())));
+    }
 }
 
 void MediaPlayerWindow::adaptToPreferredSize() {
@@ -310,10 +364,13 @@ void MediaPlayerWindow::resizeEvent(QResizeEvent* /*event*/) {
     emit placementDidChange();
 }
 
+bool MediaPlayerWindow::isNormal() const {
+    return !isFullScreen() && !isMaximized() && !isMinimized();
+}
+
 void MediaPlayerWindow::keepShape() {
     // The compositor of Wayland only proposes sizes. On X11 the window manager keeps the shape.
-    const bool isNormal = !isFullScreen() && !isMaximized() && !isMinimized();
-    if (!isResizable_ || !isNormal || !QGuiApplication::platformName().startsWith("wayland")) {
+    if (!isResizable_ || !isNormal() || placesWindows()) {
         return;
     }
     if (const auto size = correctionToAspect(preferredSize_, sizeOf(this->size()))) {

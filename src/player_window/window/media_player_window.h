@@ -35,8 +35,8 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
 
     /// In points. The shape of `preferred` is kept when the window is resized.
     void setContentSizes(const CGSize& minimum, const CGSize& preferred);
-    /// Shows the window in the middle of its screen, as large as its content wants and the work
-    /// area allows.
+    /// Shows the window in the middle of the screen on which the user works, or beside the windows
+    /// that are there, as large as its content wants and the work area allows.
     void showCentred();
     /// Shows the window where it was in an earlier run, or in the middle if that is not visible
     /// now.
@@ -80,8 +80,11 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     void performTitleClick(TitleClickAction action, const QPoint& globalPosition);
     void toggleMaximized();
     void orderTabs();
+    bool isNormal() const;
     void keepShape();
     void applySizeLimits();
+    void followScreens();
+    void adaptToScreens();
     void layOut();
     void layOutNotice();
     CGSize chromeSize() const;

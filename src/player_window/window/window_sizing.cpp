@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "player_window/views/player_view_layout.h"
+
 namespace zelvane {
 namespace {
 
@@ -11,6 +13,27 @@ constexpr CGSize kSizeWithoutPicture{640, 480};
 
 bool hasArea(const CGSize& size) {
     return size.width > 0 && size.height > 0;
+}
+
+bool isInside(const CGRect& rect, const CGRect& area) {
+    return rect.x >= area.x && rect.y >= area.y && rect.x + rect.width <= area.x + area.width &&
+           rect.y + rect.height <= area.y + area.height;
+}
+
+/// Whether a pointer can grab the title bar of the window there.
+bool hasTitleBarIn(const CGRect& window, const CGRect& area) {
+    constexpr double kLeastWidth = 100;
+    constexpr double kLeastHeight = kTitleBarHeight / 2;
+    const double width =
+        std::min(window.x + window.width, area.x + area.width) - std::max(window.x, area.x);
+    const double height =
+        std::min(window.y + kTitleBarHeight, area.y + area.height) - std::max(window.y, area.y);
+    return width >= std::min(window.width, kLeastWidth) && height >= kLeastHeight;
+}
+
+double distanceOfCentres(const CGRect& a, const CGRect& b) {
+    return std::hypot(a.x + a.width / 2 - b.x - b.width / 2,
+                      a.y + a.height / 2 - b.y - b.height / 2);
 }
 
 } // namespace
@@ -54,6 +77,47 @@ CGRect centredWithin(const CGSize& size, const CGRect& workArea) {
     return {std::max(std::floor(workArea.x + (workArea.width - size.width) / 2), workArea.x),
             std::max(std::floor(workArea.y + (workArea.height - size.height) / 2), workArea.y),
             size.width, size.height};
+}
+
+CGRect cascadedWithin(const CGRect& window, const std::vector<CGRect>& others,
+                      const CGRect& workArea) {
+    const auto isTaken = [&others](const CGRect& place) {
+        return std::ranges::any_of(others, [&place](const CGRect& other) {
+            return std::abs(other.x - place.x) < kTitleBarHeight &&
+                   std::abs(other.y - place.y) < kTitleBarHeight;
+        });
+    };
+    CGRect place = window;
+    bool isAtCorner = false;
+    while (isTaken(place)) {
+        place.x += kTitleBarHeight;
+        place.y += kTitleBarHeight;
+        if (isInside(place, workArea)) {
+            continue;
+        }
+        if (isAtCorner) {
+            return window;
+        }
+        isAtCorner = true;
+        place.x = workArea.x;
+        place.y = workArea.y;
+    }
+    return isInside(place, workArea) ? place : window;
+}
+
+CGRect reachableWithin(const CGRect& window, const std::vector<CGRect>& workAreas) {
+    const bool isReachable = std::ranges::any_of(
+        workAreas, [&window](const CGRect& area) { return hasTitleBarIn(window, area); });
+    if (isReachable || workAreas.empty()) {
+        return window;
+    }
+    const CGRect area = *std::ranges::min_element(
+        workAreas, {}, [&window](const CGRect& each) { return distanceOfCentres(window, each); });
+    const CGSize size =
+        contentSizeWithin({window.width, window.height}, {}, {area.width, area.height});
+    return {std::clamp(window.x, area.x, area.x + area.width - size.width),
+            std::clamp(window.y, area.y, area.y + area.height - size.height), size.width,
+            size.height};
 }
 
 CGSize sizeOfAspectWithin(const CGSize& aspect, const CGSize& proposal) {

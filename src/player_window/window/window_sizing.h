@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
 #include "foundation/geometry.h"
 
@@ -29,6 +30,16 @@ CGSize contentSizeWithin(const CGSize& content, const CGSize& chrome, const CGSi
 
 /// A window of `size` in the middle of the work area, at whole points.
 CGRect centredWithin(const CGSize& size, const CGRect& workArea);
+
+/// The place of a new window that leaves the title bars of the others visible: `window` itself, or
+/// down and to the right of it, or of the corner of the work area. `window` where there is no such
+/// place within the work area.
+CGRect cascadedWithin(const CGRect& window, const std::vector<CGRect>& others,
+                      const CGRect& workArea);
+
+/// The place of a window after a screen was removed or changed: unchanged while its title bar can
+/// be dragged in one of the work areas; else inside the nearest of them, smaller if need be.
+CGRect reachableWithin(const CGRect& window, const std::vector<CGRect>& workAreas);
 
 /// The largest size of the shape `aspect` inside a proposal.
 CGSize sizeOfAspectWithin(const CGSize& aspect, const CGSize& proposal);
