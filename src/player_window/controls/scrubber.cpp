@@ -63,8 +63,16 @@ void Scrubber::setValue(double value) {
     // A knob on the same pixels needs no repaint.
     if (!(presentLayout().knobRect == before)) {
         update();
-        announceSliderValue(*this, value);
+        // While it plays, the knob moves more often than a screen reader has something new to say.
+        if (QAccessible::isActive() && valueDescription() != announcedDescription_) {
+            announceValue();
+        }
     }
+}
+
+void Scrubber::announceValue() {
+    announcedDescription_ = valueDescription();
+    announceSliderValue(*this, value());
 }
 
 void Scrubber::setAccessibilityValueFormatter(ValueFormatter formatter) {
@@ -105,7 +113,7 @@ void Scrubber::announce(const ScrubberOutcome& outcome) {
     }
     if (outcome.didChangeValue) {
         update();
-        announceSliderValue(*this, value());
+        announceValue();
         emit valueDidChange(value());
     }
     if (outcome.didEndTracking) {

@@ -67,10 +67,12 @@ class Scrubber final : public QWidget, public AccessibleWidget {
   private:
     ScrubberLayout presentLayout() const;
     void announce(const ScrubberOutcome& outcome);
+    void announceValue();
     void endTracking();
 
     ScrubberModel model_;
     ValueFormatter formatter_;
+    QString announcedDescription_;
     bool showsFocus_ = false;
 };
 
