@@ -180,7 +180,11 @@ void MediaPlayerDocument::didMakePlayer(std::shared_ptr<MediaPlayer> player) {
     window_ = std::make_unique<MediaPlayerWindowController>(
         player_, subtitlesViews_, UserDefaults::shared(), windowCallbacks());
     if (const auto* pictureView = window_->pictureView()) {
-        parts_.displayLayer->setPresenter(pictureView->presenter());
+        const auto connectPresenter = [pictureView, layer = parts_.displayLayer] {
+            layer->setPresenter(pictureView->presenter());
+        };
+        connectPresenter();
+        QObject::connect(pictureView, &PictureView::didReplacePresenter, connectPresenter);
     }
     const auto restoredState = std::exchange(restoredState_, std::nullopt);
     if (restoredState) {

@@ -1,12 +1,26 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_window/picture_view.h"
 
+#include <utility>
+
 #include "player_window/subtitles_widget.h"
 
 namespace zelvane {
 
-PictureView::PictureView(QWidget* parent) : QWidget(parent), video_(makeVideoWidget(this)) {
+PictureView::PictureView(QWidget* parent)
+    : QWidget(parent), video_(makeVideoWidget(this, [this] { drawOnProcessor(); })) {
     video_.widget->setGeometry(rect());
+}
+
+void PictureView::drawOnProcessor() {
+    QWidget* failed = std::exchange(video_, makeRasterVideoWidget(this)).widget;
+    video_.widget->setGeometry(rect());
+    video_.widget->lower();
+    video_.widget->show();
+    // Its last event is still being handled.
+    failed->setParent(nullptr);
+    failed->deleteLater();
+    emit didReplacePresenter();
 }
 
 void PictureView::addOverlay(QWidget* overlay) {

@@ -16,8 +16,11 @@ class SubtitlesView;
 class SubtitlesWidget;
 
 /// The picture and its overlays, as one group that moves to another window with another parent. The
-/// move keeps its surface and presenter. Main thread.
+/// move keeps its surface and presenter. When the GPU fails, a surface on the CPU replaces the one
+/// that it drew. Main thread.
 class PictureView final : public QWidget {
+    Q_OBJECT
+
   public:
     explicit PictureView(QWidget* parent);
 
@@ -34,10 +37,17 @@ class PictureView final : public QWidget {
     /// Moves the subtitles away from what is over the picture, as SubtitlesWidget::avoid().
     void keepSubtitlesClearOf(const std::optional<ControlsOverPicture>& controls, int duration);
 
+  signals:
+    /// A surface on the CPU has replaced that on the GPU. The old presenter shows nothing more, and
+    /// Qt composes the window with a context that may be lost until the window is recreated.
+    void didReplacePresenter();
+
   protected:
     void resizeEvent(QResizeEvent* event) override;
 
   private:
+    void drawOnProcessor();
+
     VideoWidget video_;
     /// From back to front, owned by this widget.
     std::vector<SubtitlesWidget*> subtitles_;

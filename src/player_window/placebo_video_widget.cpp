@@ -33,16 +33,25 @@ PlaceboPresenter::PictureRef drawable(const CVPixelBufferRef& frame, bool import
     return std::make_shared<CVPixelBufferRef>(std::move(picture));
 }
 
+/// Whether calls of OpenGL reach the context that Qt has made current. For Qt, a lost context stays
+/// current; calls without a context end the process.
+bool isCurrent(QOpenGLContext* context) {
+    return context != nullptr && context->surface() != nullptr &&
+           context->makeCurrent(context->surface());
+}
+
 } // namespace
 
 PlaceboVideoWidget::PlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL,
+                                       std::function<void()> onFailure,
                                        std::shared_ptr<HostClock> clock)
     : QOpenGLWidget(parent), softwareGL_(softwareGL),
       presenter_(std::make_shared<PlaceboPresenter>(
           [imports = importsPictures_](const PresentedFrame& frame) {
               return drawable(frame.pixelBuffer, *imports);
           },
-          std::move(clock))) {
+          std::move(clock))),
+      onFailure_(std::move(onFailure)) {
     connect(this, &QOpenGLWidget::frameSwapped, this, [this] {
         presenter_->didReachScreen();
         if (std::exchange(didChangeWindow_, false)) {
@@ -94,19 +103,24 @@ void PlaceboVideoWidget::initializeGL() {
     contextConnection_ = connect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
                                  &PlaceboVideoWidget::releaseGraphics);
     renderer_ = PlaceboRenderer::create(softwareGL_);
-    if (renderer_ == nullptr) {
-        logMessage("Failed to start drawing on the graphics processor.");
-        return;
+    if (renderer_ != nullptr) {
+        *importsPictures_ = renderer_->importsPictures();
     }
-    *importsPictures_ = renderer_->importsPictures();
 }
 
 void PlaceboVideoWidget::releaseGraphics() {
     disconnect(contextConnection_);
-    if (renderer_ != nullptr) {
-        makeCurrent();
+    if (renderer_ == nullptr) {
+        return;
+    }
+    makeCurrent();
+    if (isCurrent(context())) {
         renderer_ = nullptr;
         doneCurrent();
+    } else {
+        // The context is lost, and its objects with it. Releasing them in another context would
+        // delete that one's objects of the same names.
+        static_cast<void>(renderer_.release());
     }
 }
 
@@ -130,17 +144,35 @@ PlaceboVideoWidget::targetFor(const PlaceboPresenter::Content& content) const {
     return target;
 }
 
-void PlaceboVideoWidget::paintGL() {
-    const auto content = presenter_->takeContent();
-    if (renderer_ == nullptr) {
-        return;
+void PlaceboVideoWidget::paintEvent(QPaintEvent* event) {
+    didDraw_ = false;
+    QOpenGLWidget::paintEvent(event);
+    // Qt does not call paintGL() without a usable context.
+    if (!didDraw_ && isVisible() && updatesEnabled()) {
+        reportFailure();
     }
+}
+
+void PlaceboVideoWidget::paintGL() {
+    didDraw_ = renderer_ != nullptr && isCurrent(context()) && drawNewestTo(*renderer_);
+}
+
+bool PlaceboVideoWidget::drawNewestTo(PlaceboRenderer& renderer) {
+    const auto content = presenter_->takeContent();
     const auto target = targetFor(content);
     if (content.picture == nullptr || target.picture == CGRect{}) {
-        renderer_->clear(target);
-    } else {
-        renderer_->draw(*content.picture, target);
-        *importsPictures_ = renderer_->importsPictures();
+        renderer.clear(target);
+        return true;
+    }
+    const bool didDraw = renderer.draw(*content.picture, target);
+    *importsPictures_ = renderer.importsPictures();
+    return didDraw;
+}
+
+void PlaceboVideoWidget::reportFailure() {
+    if (auto handler = std::exchange(onFailure_, nullptr)) {
+        logMessage("Failed to draw on the graphics processor; drawing on the CPU instead.");
+        QMetaObject::invokeMethod(this, std::move(handler), Qt::QueuedConnection);
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <memory>
 
 #include <QOpenGLWidget>
@@ -17,7 +18,10 @@ using PlaceboPresenter = SurfacePresenter<CVPixelBufferRef>;
 /// Main thread.
 class PlaceboVideoWidget final : public QOpenGLWidget {
   public:
+    /// `onFailure` is called at most once, from the event loop, when a picture could not be drawn:
+    /// the context is lost, or libplacebo refuses it.
     PlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL,
+                       std::function<void()> onFailure,
                        std::shared_ptr<HostClock> clock = HostClock::system());
     ~PlaceboVideoWidget() override;
     PlaceboVideoWidget(const PlaceboVideoWidget&) = delete;
@@ -31,12 +35,15 @@ class PlaceboVideoWidget final : public QOpenGLWidget {
   protected:
     bool event(QEvent* event) override;
     void initializeGL() override;
+    void paintEvent(QPaintEvent* event) override;
     void paintGL() override;
 
   private:
     void drawNewest();
     void bindToWindow();
     void releaseGraphics();
+    bool drawNewestTo(PlaceboRenderer& renderer);
+    void reportFailure();
     PlaceboRenderer::Target targetFor(const PlaceboPresenter::Content& content) const;
 
     const PlaceboRenderer::SoftwareGL softwareGL_;
@@ -47,6 +54,8 @@ class PlaceboVideoWidget final : public QOpenGLWidget {
     std::unique_ptr<PlaceboRenderer> renderer_;
     std::atomic<bool> isUpdatePending_{false};
     bool didChangeWindow_ = false;
+    bool didDraw_ = false;
+    std::function<void()> onFailure_;
     QMetaObject::Connection contextConnection_;
 };
 

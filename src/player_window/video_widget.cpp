@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_window/video_widget.h"
 
+#include <utility>
+
 #include <QCoreApplication>
 #include <QSurfaceFormat>
 
@@ -12,17 +14,10 @@
 namespace zelvane {
 namespace {
 
-VideoWidget makeRasterVideoWidget(QWidget* parent) {
-    auto maker = std::make_shared<RasterPictureMaker>();
-    auto* widget = new RasterVideoWidget( // NOLINT(cppcoreguidelines-owning-memory): Qt's parent
-        parent, [maker](const PresentedFrame& frame) { return maker->make(frame); });
-    return {widget, widget->presenter(),
-            [widget](QPainter& painter) { return widget->paintPicture(painter); }};
-}
-
-VideoWidget makePlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL) {
+VideoWidget makePlaceboVideoWidget(QWidget* parent, PlaceboRenderer::SoftwareGL softwareGL,
+                                   std::function<void()> onFailure) {
     // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): Qt's parent
-    auto* widget = new PlaceboVideoWidget(parent, softwareGL);
+    auto* widget = new PlaceboVideoWidget(parent, softwareGL, std::move(onFailure));
     return {widget, widget->presenter()};
 }
 
@@ -51,12 +46,20 @@ void shareGraphicsContexts() {
     QSurfaceFormat::setDefaultFormat(format);
 }
 
-VideoWidget makeVideoWidget(QWidget* parent) {
+VideoWidget makeRasterVideoWidget(QWidget* parent) {
+    auto maker = std::make_shared<RasterPictureMaker>();
+    auto* widget = new RasterVideoWidget( // NOLINT(cppcoreguidelines-owning-memory): Qt's parent
+        parent, [maker](const PresentedFrame& frame) { return maker->make(frame); });
+    return {widget, widget->presenter(),
+            [widget](QPainter& painter) { return widget->paintPicture(painter); }};
+}
+
+VideoWidget makeVideoWidget(QWidget* parent, std::function<void()> onFailure) {
     const auto softwareGL = allowsSoftwareGL() ? PlaceboRenderer::SoftwareGL::allowed
                                                : PlaceboRenderer::SoftwareGL::refused;
     const bool mayDraw = allowsSoftwareGL() || hasGraphicsDevice();
     return mayDraw && PlaceboVideoWidget::isWorthwhile(softwareGL)
-               ? makePlaceboVideoWidget(parent, softwareGL)
+               ? makePlaceboVideoWidget(parent, softwareGL, std::move(onFailure))
                : makeRasterVideoWidget(parent);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "player_window/controls/backdrop.h"
@@ -31,6 +32,11 @@ void shareGraphicsContexts();
 /// ZELVANE_ALLOW_SOFTWARE_GL in the environment permits a software implementation of OpenGL. Main
 /// thread. Best before `parent`'s window is first shown: Qt recreates a window that gets its first
 /// OpenGL surface later.
-VideoWidget makeVideoWidget(QWidget* parent);
+///
+/// `onFailure` is called at most once, from the event loop: the GPU draws no more, and the surface
+/// stays as it is.
+VideoWidget makeVideoWidget(QWidget* parent, std::function<void()> onFailure);
+/// A surface on the CPU, which does not fail.
+VideoWidget makeRasterVideoWidget(QWidget* parent);
 
 } // namespace zelvane

@@ -179,6 +179,28 @@ TEST_P(VideoWidgetTest, aPresenterMayOutliveItsWidget) {
     EXPECT_FALSE(isShown);
 }
 
+TEST(VideoWidgetFailure, theCPUDrawsWhenTheGPUFails) {
+    qputenv("ZELVANE_ALLOW_SOFTWARE_GL", "1");
+    QWidget window;
+    window.setFixedSize(320, 240);
+    auto* view = std::make_unique<PictureView>(&window).release();
+    qunsetenv("ZELVANE_ALLOW_SOFTWARE_GL");
+    view->setGeometry(window.rect());
+    view->addOverlay(std::make_unique<BlueVeil>(nullptr).release());
+    int replacements = 0;
+    QObject::connect(view, &PictureView::didReplacePresenter, [&] { ++replacements; });
+    ASSERT_TRUE(showAndWait(window));
+    ASSERT_TRUE(presentAndWait(*view->presenter(), frameOf(fourFields(64, 36))));
+    EXPECT_EQ(replacements, 0);
+    // Wider than a texture can be.
+    view->presenter()->present(frameOf(fourFields(40'000, 2)), {});
+    ASSERT_TRUE(test::runUntil([&] { return replacements == 1; }));
+    ASSERT_TRUE(presentAndWait(*view->presenter(), frameOf(fourFields(64, 36))));
+    expectFields(screenshot(window), {0, 30, 320, 180},
+                 {0xff7f0080, test::kGreen, test::kBlue, test::kYellow});
+    EXPECT_EQ(view->findChild<QOpenGLWidget*>(), nullptr);
+}
+
 std::string surfaceName(const testing::TestParamInfo<bool>& surface) {
     return surface.param ? "placebo" : "raster";
 }

@@ -171,7 +171,8 @@ class PlaceboRenderer::Graphics {
         image.rotation = target.quarterTurns;
         pl_render_params params = pl_render_default_params;
         params.color_map_params = &colorMapping_;
-        return pl_render_image(renderer_.get(), &image, &frame, &params);
+        return pl_render_image(renderer_.get(), &image, &frame, &params) &&
+               !pl_gpu_is_failed(gpu());
     }
 
     void clear(const Target& target) {

@@ -41,7 +41,7 @@ class PlaceboRenderer {
     void setDisplayProfile(std::vector<std::uint8_t> iccProfile);
 
     /// Draws the picture, and black around it. Drawing the same buffer again uploads nothing. For a
-    /// picture that cannot be shown it draws black and returns false.
+    /// picture that cannot be shown, and once the GPU has failed, it draws black and returns false.
     bool draw(const CVPixelBufferRef& picture, const Target& target);
     /// Whether draw() uses a VAAPI decoder's pictures without a copy. It downloads all other
     /// pictures on a device, which is better done on another thread. Becomes false when the driver

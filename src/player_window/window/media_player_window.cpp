@@ -262,6 +262,19 @@ WindowPlacement MediaPlayerWindow::placement() const {
             .isMaximized = windowState().testFlag(Qt::WindowMaximized)};
 }
 
+void MediaPlayerWindow::recreate() {
+    const QRect place = geometry();
+    const bool wasVisible = isVisible();
+    hide();
+    destroy();
+    create();
+    setGeometry(place);
+    if (wasVisible) {
+        show();
+        applySizeLimits();
+    }
+}
+
 void MediaPlayerWindow::followScreens() {
     // When a screen is removed, its windows are moved after the signal.
     const auto adapt = [this] { adaptToScreens(); };

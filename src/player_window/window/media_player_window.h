@@ -45,6 +45,9 @@ class MediaPlayerWindow final : public QWidget, public AccessibleWidget {
     /// After a change of the preferred size: the top-left corner stays. In full screen this waits
     /// for its end.
     void adaptToPreferredSize();
+    /// Makes a new window of the desktop for this one: without a surface for OpenGL if its content
+    /// has none any more.
+    void recreate();
     void toggleFullScreen();
     void leaveFullScreen();
     bool isResizable() const { return isResizable_; }

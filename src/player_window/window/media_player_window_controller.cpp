@@ -13,6 +13,7 @@
 #include "player_window/controls/control_button.h"
 #include "player_window/controls/volume_slider.h"
 #include "player_window/notice_widget.h"
+#include "player_window/picture_view.h"
 #include "player_window/player/media_player_view_controller.h"
 #include "player_window/player/player_tracks.h"
 #include "player_window/window/media_player_window.h"
@@ -80,6 +81,9 @@ void MediaPlayerWindowController::invalidateRestorableState() {
 
 void MediaPlayerWindowController::connectWindow() {
     MediaPlayerWindow* window = window_.get();
+    if (const auto* picture = pictureView()) {
+        connect(picture, &PictureView::didReplacePresenter, window, &MediaPlayerWindow::recreate);
+    }
     connect(window, &MediaPlayerWindow::didClose, this, [this] {
         viewController_->viewWillDisappear();
         if (const auto onClose = std::exchange(callbacks_.onClose, nullptr)) {
