@@ -84,8 +84,8 @@ class OpenboxSession final : public DesktopSession {
 /// of the films are grey, and the background is not.
 class WestonSession final : public DesktopSession {
   public:
-    WestonSession(const std::string& folder, QProcessEnvironment environment)
-        : environment_(std::move(environment)), weston_(startWeston(folder)) {
+    WestonSession(const std::string& folder, const QProcessEnvironment& environment)
+        : environment_(environment), weston_(startWeston(folder)) {
         expect(waitFor([] {
                    return isBackground(screenshotOf({639, 399, 1, 1}).pixel(0, 0));
                }),
