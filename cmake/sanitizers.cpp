@@ -8,8 +8,8 @@
 extern "C" const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions() {
     // These libraries synchronise with atomics and pipes that the sanitizer does not see. FFmpeg
-    // counts references to a buffer with atomics before it frees the buffer. The decoder of a search
-    // has threads of its own, those of AV1 in libdav1d.
+    // counts references to a buffer with atomics before it frees the buffer. The decoder of a
+    // search has threads of its own, those of AV1 in libdav1d.
     return "race:libpulse\n"
            "race:libavutil.so\n"
            "race:libavcodec.so\n"
