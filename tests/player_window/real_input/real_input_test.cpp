@@ -207,15 +207,19 @@ TEST_P(RealInputTest, resizingAtACornerKeepsTheShape) {
     open({film()});
     const QRect before = player_->rect();
     const QPoint corner = before.bottomRight() - QPoint(2, 2);
-    test::RealPlayer::moveTo(corner);
-    test::xdotool("mousedown 1");
-    // The window manager takes the pointer after the press, so the movement is repeated.
-    const bool isSmaller = test::waitFor([&] {
-        test::RealPlayer::moveTo(corner - QPoint(150, 40));
-        return player_->rect().width() < before.width() - 50;
-    });
-    test::xdotool("mouseup 1");
-    EXPECT_TRUE(isSmaller);
+    const auto drag = [&] {
+        test::RealPlayer::moveTo(corner);
+        test::xdotool("mousedown 1");
+        // The window manager takes the pointer after the press, so the movement is repeated.
+        const bool isSmaller = test::waitFor([&] {
+            test::RealPlayer::moveTo(corner - QPoint(150, 40));
+            return player_->rect().width() < before.width() - 50;
+        });
+        test::xdotool("mouseup 1");
+        return isSmaller;
+    };
+    // On a busy machine openbox can miss a press.
+    EXPECT_TRUE(drag() || drag());
     EXPECT_TRUE(test::waitFor([&] {
         // The shape is rounded to whole pixels, so the last ones can be black.
         const QRect after = player_->rect();
@@ -241,7 +245,7 @@ TEST_P(RealInputTest, theMenuPausesByThePointerAndPlaysByKeys) {
     EXPECT_TRUE(player_->waitForStreams({false}));
     EXPECT_TRUE(waitForMenu(false));
     if (GetParam() == test::Desktop::weston) {
-        // On a busy machine weston does not always show a popup that a key has opened.
+        // There a popup that a key opened was not always seen on a busy machine.
         return;
     }
     test::RealPlayer::moveTo({0, 0});
