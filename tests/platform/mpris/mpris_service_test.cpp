@@ -38,7 +38,7 @@ std::filesystem::path song() {
 /// A player on a bus of its own, and other programs on that bus.
 class MprisTest : public testing::Test {
   protected:
-    ~MprisTest() override { close(); }
+    void TearDown() override { close(); }
 
     void open() {
         parts_ = makePlayerParts(SoundOutput::none);
@@ -259,7 +259,7 @@ TEST_F(MprisTest, keepsTheArtworkInAFileWhileItIsShown) {
     ended.waitForFinished();
     const QDir folder(program_.cacheFolder);
     const auto write = [&](qint64 owner) {
-        const QString name = QString("artwork-%1-abcdef.png").arg(owner);
+        QString name = QString("artwork-%1-abcdef.png").arg(owner);
         EXPECT_TRUE(QFile(folder.filePath(name)).open(QIODevice::WriteOnly));
         return name;
     };
