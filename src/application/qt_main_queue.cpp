@@ -19,7 +19,23 @@ QtMainQueue::QtMainQueue() {
 QtMainQueue::~QtMainQueue() = default;
 
 void QtMainQueue::async(dispatch::Task task) {
-    QMetaObject::invokeMethod(&receiver_, std::move(task), Qt::QueuedConnection);
+    const std::lock_guard lock(mutex_);
+    tasks_.push_back(std::move(task));
+    // The toolkit destroys events that are left at its end under a lock. A task in an event could
+    // own this queue, whose end would wait for that lock.
+    QMetaObject::invokeMethod(
+        &receiver_, [this] { runNext(); }, Qt::QueuedConnection);
+}
+
+/// The task may destroy the queue.
+void QtMainQueue::runNext() {
+    dispatch::Task task;
+    {
+        const std::lock_guard lock(mutex_);
+        task = std::move(tasks_.front());
+        tasks_.pop_front();
+    }
+    task();
 }
 
 void QtMainQueue::syncTask(const dispatch::Task& task) {

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <string>
+#include <deque>
+#include <mutex>
 
 #include <QObject>
 
@@ -22,6 +23,10 @@ class QtMainQueue final : public dispatch::Queue {
     bool isCurrent() const override;
 
   private:
+    void runNext();
+
+    std::mutex mutex_;
+    std::deque<dispatch::Task> tasks_;
     QObject receiver_;
 };
 
