@@ -203,15 +203,13 @@ class DocumentTest : public testing::Test {
     /// A film of one colour, 640 by 360, with two subtitles for its whole length, in languages that
     /// no user is expected to prefer.
     void openFilm() {
-        const auto side = [&](const std::string& name) {
-            const auto path = folder_.path() / name;
-            std::ofstream(path) << "1\n00:00:00,000 --> 00:01:00,000\nWhat is said\n";
-            return path.string();
-        };
+        // The recipe is the same in each run: another test must not replace the film of this one.
+        const auto said =
+            test::madeText("said.srt", "1\n00:00:00,000 --> 00:01:00,000\nWhat is said\n");
         const auto film = test::madeClip(
             "subtitles-in-latin.mkv",
-            test::lavfi("color=0xd98e4a:s=640x360:r=25:d=60") + test::inputFile(side("a.srt")) +
-                test::inputFile(side("b.srt")) +
+            test::lavfi("color=0xd98e4a:s=640x360:r=25:d=60") + test::inputFile(said) +
+                test::inputFile(said) +
                 "-map 0 -map 1 -map 2 -c:v mpeg4 -c:s srt -metadata:s:s:0 language=epo "
                 "-metadata:s:s:1 language=lat");
         document_ = MediaPlayerDocument::open(URL::fromPath(film), handlers());
