@@ -26,7 +26,7 @@ class DesktopSessionTest : public testing::Test {
                 }));
         }
     }
-    ~DesktopSessionTest() override { session_ = nullptr; }
+    void TearDown() override { session_ = nullptr; }
 
     void attach() { session_->attach({bus_.connection("session"), bus_.connection("system")}); }
     /// As a player does, on a thread of its own.
