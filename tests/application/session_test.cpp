@@ -186,7 +186,7 @@ TEST_F(SessionStoreTest, leavesAFileOfANewerVersionAlone) {
 TEST_F(SessionStoreTest, ofASecondProcessNeitherReadsNorWrites) {
     keep(*makeStore(), "a");
     auto first = makeStore();
-    // Locks are those of open files, so that a second store stands for a second process.
+    // The lock belongs to an open file, so a second store meets it as a second process does.
     const auto second = makeStore();
     EXPECT_TRUE(second->storedWindows().empty());
     keep(*second, "b");

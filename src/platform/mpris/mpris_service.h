@@ -34,7 +34,7 @@ struct MprisProgram {
 };
 
 /// Shows the published player on the session's bus by MPRIS 2.2, and passes the calls of the bus to
-/// it. It never waits for the bus. One object stands for all windows. Main thread.
+/// it. It never waits for the bus. One object serves all windows. Main thread.
 class MprisService final : public QObject {
   public:
     /// On a connection that is not connected it does nothing.

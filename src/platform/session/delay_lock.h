@@ -10,7 +10,7 @@
 
 namespace zelvane {
 
-/// Decides whether the login manager shall wait for the program before it suspends or ends the
+/// Decides whether the login manager waits for the program before it suspends or ends the
 /// session: while there are claims, except while the session has prepared for it.
 ///
 ///            first claim                  prepare(true)
