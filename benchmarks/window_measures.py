@@ -240,6 +240,8 @@ def last_change(reader, seconds):
 def answers_to_space(player, times):
     """ms from Space to the last picture of a player that pauses, and to the next of one that resumes."""
     reader = player.reader()
+    # A sound device that starts for the first time can take longer than the limit.
+    desktop.waited_for(lambda: (reader.number() or 0) > marked_film.RATE, "a second of the film")
     pauses, resumes = [], []
     for _ in range(times):
         player.screen.press_key("space")
