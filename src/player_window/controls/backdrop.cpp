@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <vector>
 
 namespace zelvane {
@@ -56,35 +57,46 @@ void blur(QImage& image) {
     }
 }
 
-QRgb meanOf(const QImage& image, const QRect& square) {
-    std::array<int, 3> sums{};
-    for (int row = square.top(); row <= square.bottom(); ++row) {
-        const auto* const line =
-            reinterpret_cast<const QRgb*>(image.constScanLine(std::min(row, image.height() - 1)));
-        for (int column = square.left(); column <= square.right(); ++column) {
-            const QRgb pixel = line[std::min(column, image.width() - 1)];
-            sums[0] += qRed(pixel);
-            sums[1] += qGreen(pixel);
-            sums[2] += qBlue(pixel);
+/// The side of the squares of the picture at half its size that become one pixel each.
+constexpr int kSide = Backdrop::kReduction / 2;
+
+QRgb meanOf(const std::array<const QRgb*, kSide>& rows, int left) {
+    // Two channels at once: 256 values of 8 bits fit into 16.
+    static_assert(kSide * kSide <= 256);
+    std::uint32_t redAndBlue = 0;
+    std::uint32_t green = 0;
+    for (const QRgb* row : rows) {
+        for (int column = left; column < left + kSide; ++column) {
+            redAndBlue += row[column] & 0xFF00FF;
+            green += (row[column] >> 8) & 0xFF;
         }
     }
-    const int count = square.width() * square.height();
-    return qRgb(sums[0] / count, sums[1] / count, sums[2] / count);
+    constexpr std::uint32_t kCount = kSide * kSide;
+    return qRgb(static_cast<int>((redAndBlue >> 16) / kCount), static_cast<int>(green / kCount),
+                static_cast<int>((redAndBlue & 0xFFFF) / kCount));
 }
 
-/// Each pixel is the mean of a square of `side` pixels. An incomplete square at the right or lower
-/// edge repeats its last pixels.
-QImage reduced(const QImage& image, int side) {
-    QImage result((image.width() + side - 1) / side, (image.height() + side - 1) / side,
-                  QImage::Format_RGB32);
+/// Each pixel is the mean of a square. The sides of the image are multiples of that of the squares.
+QImage reduced(const QImage& image) {
+    QImage result(image.width() / kSide, image.height() / kSide, QImage::Format_RGB32);
     // QImage::scaled() wakes threads for each picture, which takes longer than the loop.
     for (int y = 0; y < result.height(); ++y) {
+        std::array<const QRgb*, kSide> rows{};
+        for (int row = 0; row < kSide; ++row) {
+            rows[static_cast<std::size_t>(row)] =
+                reinterpret_cast<const QRgb*>(image.constScanLine(y * kSide + row));
+        }
         auto* const line = reinterpret_cast<QRgb*>(result.scanLine(y));
         for (int x = 0; x < result.width(); ++x) {
-            line[x] = meanOf(image, {x * side, y * side, side, side});
+            line[x] = meanOf(rows, x * kSide);
         }
     }
     return result;
+}
+
+/// How many squares cover that many points.
+int squaresOver(int points) {
+    return (points + Backdrop::kReduction - 1) / Backdrop::kReduction;
 }
 
 /// What `color` gives over `image`.
@@ -101,7 +113,8 @@ QImage Backdrop::make(const PaintPicture& paintPicture, const QRect& panel, cons
     }
     const QRect padded = panel.adjusted(-kReduction, -kReduction, kReduction, kReduction);
     // Half of the points are enough: finer details are averaged away.
-    QImage image((padded.width() + 1) / 2, (padded.height() + 1) / 2, QImage::Format_RGB32);
+    QImage image(squaresOver(padded.width()) * kSide, squaresOver(padded.height()) * kSide,
+                 QImage::Format_RGB32);
     image.fill(Qt::black);
     QPainter painter(&image);
     painter.scale(0.5, 0.5);
@@ -110,7 +123,7 @@ QImage Backdrop::make(const PaintPicture& paintPicture, const QRect& panel, cons
         return {};
     }
     painter.end();
-    QImage result = reduced(image, kReduction / 2);
+    QImage result = reduced(image);
     blur(result);
     tint(result, color);
     return result;
