@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_window/controls/control_button.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include <QEvent>
 #include <QFocusEvent>
 #include <QKeyEvent>
@@ -106,49 +109,81 @@ double ControlButton::cornerRadius() const {
     return shape_ == Shape::circle ? width() / 2.0 : kCornerRadius;
 }
 
-void ControlButton::paintFill(QPainter& painter) const {
-    const bool isPressed = isDown() || isChecked();
-    const bool isFilled = isPressed || (isEnabled() && underMouse()) || shape_ == Shape::circle;
-    if (!isFilled) {
+ControlButton::Look ControlButton::look() const {
+    return {.place = pixelGridOf(*this).nearest(rectOf(rect())),
+            .devicePixelRatio = devicePixelRatio(),
+            .shape = shape_,
+            .symbol = symbol_,
+            .symbolSize = symbolSize_,
+            .badge = badge_,
+            .tint = tint(),
+            .accent = showsFocus_ ? accentColor(palette()) : QColor(),
+            .isPressed = isDown() || isChecked(),
+            .isHovered = isEnabled() && underMouse(),
+            .showsFocus = showsFocus_,
+            .increasesContrast = control_colors::increasesContrast()};
+}
+
+void ControlButton::paintFill(QPainter& painter, const Look& look) const {
+    const bool isCircle = look.shape == Shape::circle;
+    if (!look.isPressed && !look.isHovered && !isCircle) {
         return;
     }
-    const bool isEmphasized = isPressed || (shape_ == Shape::circle && underMouse());
+    const bool isEmphasized = look.isPressed || (isCircle && look.isHovered);
     const double radius = cornerRadius();
     fillRounded(painter, *this, rect(), radius,
                 isEmphasized ? control_colors::pressedFill() : control_colors::hoverFill());
-    if (control_colors::increasesContrast()) {
+    if (look.increasesContrast) {
         paintHairline(painter, *this, rect(), radius);
     }
 }
 
-void ControlButton::paintSymbol(QPainter& painter) const {
-    const QPixmap pixmap = controlSymbolPixmap(symbol_, symbolSize_, devicePixelRatio(), tint());
+void ControlButton::paintSymbol(QPainter& painter, const Look& look) const {
+    const QPixmap pixmap =
+        controlSymbolPixmap(look.symbol, look.symbolSize, look.devicePixelRatio, look.tint);
     const QSizeF size = pixmap.deviceIndependentSize();
     // On whole device pixels: the symbol is not interpolated.
     const CGRect place =
         pixelGridOf(*this).nearest({(width() - size.width()) / 2, (height() - size.height()) / 2,
                                     size.width(), size.height()});
     painter.drawPixmap(QPointF(place.x, place.y), pixmap);
-    if (badge_.isEmpty()) {
+    if (look.badge.isEmpty()) {
         return;
     }
     QFont font = this->font();
-    font.setPixelSize(std::max(static_cast<int>(symbolSize_ * kBadgeSizeOfSymbol), 1));
+    font.setPixelSize(std::max(static_cast<int>(look.symbolSize * kBadgeSizeOfSymbol), 1));
     font.setWeight(QFont::DemiBold);
     painter.setFont(font);
-    painter.setPen(tint());
+    painter.setPen(look.tint);
     // The circle of the symbol is a little below the middle.
-    painter.drawText(rect().translated(0, 1), Qt::AlignCenter, badge_);
+    painter.drawText(rect().translated(0, 1), Qt::AlignCenter, look.badge);
+}
+
+QPixmap ControlButton::painted(const Look& look) const {
+    const auto pixels = [&](double points) {
+        return static_cast<int>(std::lround(points * look.devicePixelRatio));
+    };
+    QPixmap pixmap(pixels(look.place.width), pixels(look.place.height));
+    pixmap.setDevicePixelRatio(look.devicePixelRatio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(-look.place.x, -look.place.y);
+    paintFill(painter, look);
+    paintSymbol(painter, look);
+    if (look.showsFocus) {
+        paintFocusRing(painter, *this, rect(), cornerRadius());
+    }
+    return pixmap;
 }
 
 void ControlButton::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    paintFill(painter);
-    paintSymbol(painter);
-    if (showsFocus_) {
-        paintFocusRing(painter, *this, rect(), cornerRadius());
+    const Look now = look();
+    if (now != paintedLook_) {
+        pixmap_ = painted(now);
+        paintedLook_ = now;
     }
+    QPainter(this).drawPixmap(QPointF(now.place.x, now.place.y), pixmap_);
 }
 
 } // namespace zelvane

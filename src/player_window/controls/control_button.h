@@ -4,7 +4,10 @@
 #include <optional>
 
 #include <QAbstractButton>
+#include <QColor>
+#include <QPixmap>
 
+#include "foundation/geometry.h"
 #include "player_window/controls/control_symbol.h"
 #include "player_window/window/player_action.h"
 
@@ -47,10 +50,30 @@ class ControlButton final : public QAbstractButton {
     void paintEvent(QPaintEvent* event) override;
 
   private:
+    /// All that decides how the button looks.
+    struct Look {
+        /// The device pixels of the button, in its points.
+        CGRect place;
+        double devicePixelRatio = 0;
+        Shape shape = Shape::roundedSquare;
+        ControlSymbol symbol = ControlSymbol::play;
+        double symbolSize = 0;
+        QString badge;
+        QColor tint;
+        QColor accent;
+        bool isPressed = false;
+        bool isHovered = false;
+        bool showsFocus = false;
+        bool increasesContrast = false;
+        friend bool operator==(const Look&, const Look&) = default;
+    };
+
     void updateToolTip();
+    Look look() const;
+    QPixmap painted(const Look& look) const;
     double cornerRadius() const;
-    void paintFill(QPainter& painter) const;
-    void paintSymbol(QPainter& painter) const;
+    void paintFill(QPainter& painter, const Look& look) const;
+    void paintSymbol(QPainter& painter, const Look& look) const;
     QColor tint() const;
 
     ControlSymbol symbol_;
@@ -60,6 +83,9 @@ class ControlButton final : public QAbstractButton {
     std::optional<PlayerAction> action_;
     bool isAccented_ = false;
     bool showsFocus_ = false;
+    /// Over a film the button is painted with each picture.
+    Look paintedLook_;
+    QPixmap pixmap_;
 };
 
 } // namespace zelvane
