@@ -8,6 +8,7 @@
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QToolTip>
 
 #include "player_window/controls/control_colors.h"
 #include "player_window/controls/focus_ring.h"
@@ -20,6 +21,7 @@ namespace {
 constexpr int kSide = 30;
 constexpr double kCornerRadius = 6;
 constexpr double kBadgeSizeOfSymbol = 0.36;
+constexpr int kToolTipMargin = 5;
 
 } // namespace
 
@@ -44,6 +46,14 @@ void ControlButton::setKeyOf(PlayerAction action) {
 
 void ControlButton::updateToolTip() {
     setToolTip(action_ ? nameWithKey(accessibleName(), *action_) : accessibleName());
+}
+
+void ControlButton::showToolTipAbove() {
+    // The toolkit places a tooltip below and to the right of the position that it gets.
+    const QPoint offset(2, 16);
+    const QSize size = QFontMetrics(QToolTip::font()).size(Qt::TextSingleLine, toolTip());
+    const QPoint topLeft((width() - size.width()) / 2, -size.height() - 2 * kToolTipMargin);
+    QToolTip::showText(mapToGlobal(topLeft) - offset, toolTip(), this);
 }
 
 void ControlButton::setSymbolSize(double size) {
@@ -71,6 +81,10 @@ QSize ControlButton::sizeHint() const {
 }
 
 bool ControlButton::event(QEvent* event) {
+    if (event->type() == QEvent::ToolTip && showsToolTipAbove_) {
+        showToolTipAbove();
+        return true;
+    }
     if (event->type() == QEvent::HoverEnter || event->type() == QEvent::HoverLeave) {
         update();
     }

@@ -31,6 +31,8 @@ class ControlButton final : public QAbstractButton {
     void setSymbol(ControlSymbol symbol, const QString& name);
     /// The tooltip states the key of this action.
     void setKeyOf(PlayerAction action);
+    /// Its tooltip covers what is above the button instead of what is below.
+    void setShowsToolTipAbove(bool above) { showsToolTipAbove_ = above; }
     ControlSymbol symbol() const { return symbol_; }
     /// Points.
     void setSymbolSize(double size);
@@ -69,6 +71,7 @@ class ControlButton final : public QAbstractButton {
     };
 
     void updateToolTip();
+    void showToolTipAbove();
     Look look() const;
     QPixmap painted(const Look& look) const;
     double cornerRadius() const;
@@ -83,6 +86,7 @@ class ControlButton final : public QAbstractButton {
     std::optional<PlayerAction> action_;
     bool isAccented_ = false;
     bool showsFocus_ = false;
+    bool showsToolTipAbove_ = false;
     /// Over a film the button is painted with each picture.
     Look paintedLook_;
     QPixmap pixmap_;

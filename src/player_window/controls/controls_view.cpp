@@ -60,6 +60,10 @@ ControlsView::ControlsView(double duration, ControlsContent content, QWidget* pa
     playPauseButton_->setKeyOf(PlayerAction::togglePlayPause);
     jumpForwardButton_->setKeyOf(PlayerAction::jumpForward);
     fullScreenButton_->setKeyOf(PlayerAction::toggleFullScreen);
+    for (auto* button : {volumeButton_, jumpBackButton_, playPauseButton_, jumpForwardButton_,
+                         tracksButton_, fullScreenButton_}) {
+        button->setShowsToolTipAbove(true);
+    }
     scrubber_->setRange(0, duration);
     endTimeLabel_->setClickable(true);
     connect(endTimeLabel_, &TimeLabel::clicked, this, &ControlsView::endTimeLabelClicked);
