@@ -46,7 +46,8 @@ void HoverBubble::showText(const QString& text, const QPoint& anchor) {
 void HoverBubble::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    fillRounded(painter, *this, rect(), kCornerRadius, control_colors::panel(false));
+    // Opaque: subtitles can be under it.
+    fillRounded(painter, *this, rect(), kCornerRadius, control_colors::kPanel);
     paintHairline(painter, *this, rect(), kCornerRadius);
     painter.setPen(Qt::white);
     painter.drawText(rect(), Qt::AlignCenter, text_);
