@@ -9,7 +9,6 @@
 #include <vector>
 
 #include <QApplication>
-#include <QToolTip>
 
 #include "application/document_controller.h"
 #include "application/qt_main_queue.h"
@@ -23,7 +22,7 @@
 #include "foundation/user_defaults.h"
 #include "media_player/decoders/subtitles/caption_appearance.h"
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
-#include "player_window/controls/control_colors.h"
+#include "player_window/controls/popup_style.h"
 #include "player_window/desktop/desktop_settings.h"
 #include "player_window/video_widget.h"
 
@@ -97,7 +96,7 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName(QStringLiteral("zelvane-player"));
     QApplication::setApplicationDisplayName(QStringLiteral("Zelvane Player"));
     QApplication::setQuitOnLastWindowClosed(false);
-    QToolTip::setPalette(zelvane::control_colors::menuPalette());
+    zelvane::applyPopupStyle();
     zelvane::dispatch::setMainQueue(std::make_shared<zelvane::QtMainQueue>());
     zelvane::UserDefaults::shared().setStore(std::make_unique<zelvane::SettingsStore>());
     zelvane::registerDefaults();
