@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include <QEvent>
 #include <QPointer>
 
 #include "foundation/user_defaults.h"
@@ -61,6 +62,7 @@ void MediaPlayerControlsViewController::connectControls() {
     Scrubber& scrubber = view_.scrubber();
     scrubber.setScrollingValueAmount(kScrollingValueAmount);
     scrubber.setAccessibilityValueFormatter(spokenTime);
+    scrubber.installEventFilter(this);
     connect(&scrubber, &Scrubber::valueDidChange, this, &Self::scrubberValueDidChange);
     connect(&scrubber, &Scrubber::didBeginTracking, this, &Self::scrubberDidBeginTracking);
     connect(&scrubber, &Scrubber::didEndTracking, this, &Self::scrubberDidEndTracking);
@@ -74,6 +76,14 @@ void MediaPlayerControlsViewController::connectControls() {
     connect(&view_.volumeSlider(), &VolumeSlider::volumeDidChange, this, &Self::setVolume);
     connect(&view_, &ControlsView::endTimeLabelClicked, this,
             &Self::toggleEndAndRemainingTimeLabelVisibility);
+}
+
+bool MediaPlayerControlsViewController::eventFilter(QObject* watched, QEvent* event) {
+    const bool isRunning = periodicTimeObserverForScrubber_ != nullptr;
+    if (event->type() == QEvent::Resize && isRunning && !view_.scrubber().isTracking()) {
+        startScrubberObserver();
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 void MediaPlayerControlsViewController::observePlayer() {

@@ -45,12 +45,16 @@ class MediaPlayerControlsViewController final : public QObject {
     void changeVolume(double difference);
     void toggleMute();
 
-    /// For the layout of the window: the scrubber moves by whole device pixels.
+    /// Once the window is laid out: the scrubber moves by whole device pixels, also after its width
+    /// has changed.
     void startScrubberObserver();
 
   signals:
     void didBeginUserInteraction();
     void didEndUserInteraction();
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
     void connectControls();
