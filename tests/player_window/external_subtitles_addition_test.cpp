@@ -36,6 +36,7 @@ class SlowSource final : public PlayableSource {
     std::string id() const override { return "source"; }
     const URL& url() const override { return url_; }
     const OptionalMetadata& optionalMetadata() const override { return metadata_; }
+    const MediaChapters& chapters() const override { return chapters_; }
     const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const override { return video_; }
     const std::vector<std::shared_ptr<AudioTrack>>& audioTracks() const override { return audio_; }
     SubtitlesTracks subtitlesTracks() const override { return {}; }
@@ -54,6 +55,7 @@ class SlowSource final : public PlayableSource {
     const std::shared_ptr<dispatch::Queue> queue_ = std::make_shared<dispatch::RunLoopQueue>();
     const URL url_ = URL::fromPath("/film.mkv");
     const OptionalMetadata metadata_{};
+    MediaChapters chapters_;
     const std::vector<std::shared_ptr<VideoTrack>> video_{};
     const std::vector<std::shared_ptr<AudioTrack>> audio_{};
 };

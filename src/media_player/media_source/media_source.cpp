@@ -59,7 +59,7 @@ MediaSource::MediaSource(Contents contents)
       audioTracks_(std::move(contents.audioTracks)),
       embeddedSubtitlesTracks_(std::move(contents.subtitlesTracks)),
       optionalMetadata_(std::move(contents.optionalMetadata)),
-      textEncoding_(std::move(contents.textEncoding)),
+      chapters_(std::move(contents.chapters)), textEncoding_(std::move(contents.textEncoding)),
       visualTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Visual Tracks)")),
       audioTracksQueue_(dispatch::makeSerialQueue("Media Source Queue (Audio Tracks)")),
       textPackets_(std::move(contents.textPackets)), isSeekable_(contents.isSeekable),

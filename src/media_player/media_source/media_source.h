@@ -95,6 +95,7 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
     /// Video if there is a video track, else audio if there is an audio track, else subtitles.
     MediaType mediaType() const;
     const OptionalMetadata& optionalMetadata() const override { return optionalMetadata_; }
+    const MediaChapters& chapters() const override { return chapters_; }
 
     const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const override {
         return videoTracks_;
@@ -182,6 +183,7 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
     const std::vector<std::shared_ptr<AudioTrack>> audioTracks_;
     const SubtitlesTracks embeddedSubtitlesTracks_;
     const OptionalMetadata optionalMetadata_;
+    const MediaChapters chapters_;
     const std::optional<std::string> textEncoding_;
     Atomic<ExternalSubtitlesTracks> externalSubtitlesTracks_;
     Atomic<Attached> fileResourceIdentifierToExternalSubtitlesMap_;

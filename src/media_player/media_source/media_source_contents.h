@@ -24,6 +24,7 @@ struct MediaSource::Contents {
     std::vector<std::shared_ptr<AudioTrack>> audioTracks{};
     SubtitlesTracks subtitlesTracks{};
     OptionalMetadata optionalMetadata{};
+    MediaChapters chapters{};
     std::optional<std::string> textEncoding{};
     std::optional<TextPackets> textPackets{};
     bool isSeekable = true;

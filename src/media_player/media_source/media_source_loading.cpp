@@ -138,6 +138,7 @@ std::shared_ptr<MediaSource> MediaSource::open(const URL& url, InputFormatContex
     contents.optionalMetadata =
         OptionalMetadata(mediaTypeOf(contents.videoTracks, contents.audioTracks),
                          metadataOf(visual), findArtwork(visual));
+    contents.chapters = chaptersOf(visual, contents.startTime, contents.duration);
     return std::make_shared<MediaSource>(std::move(contents));
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/url.h"
+#include "media_player/media_source/media_chapter.h"
 #include "media_player/media_source/media_source_load_error.h"
 #include "media_player/media_source/optional_metadata.h"
 #include "media_player/media_source/packet_source.h"
@@ -27,6 +28,8 @@ class PlayableSource : public PacketSource {
     virtual std::string id() const = 0;
     virtual const URL& url() const = 0;
     virtual const OptionalMetadata& optionalMetadata() const = 0;
+    /// Empty without any. Never changes.
+    virtual const MediaChapters& chapters() const = 0;
 
     // Each list is in stream order and never changes.
     virtual const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const = 0;

@@ -111,6 +111,7 @@ class FakePacketSource final : public PlayableSource {
     std::string id() const override { return "source"; }
     const URL& url() const override { return url_; }
     const OptionalMetadata& optionalMetadata() const override { return metadata_; }
+    const MediaChapters& chapters() const override { return chapters_; }
     const std::vector<std::shared_ptr<VideoTrack>>& videoTracks() const override { return video_; }
     const std::vector<std::shared_ptr<AudioTrack>>& audioTracks() const override { return sound_; }
     SubtitlesTracks subtitlesTracks() const override {
@@ -149,6 +150,7 @@ class FakePacketSource final : public PlayableSource {
     const std::vector<std::shared_ptr<AudioTrack>> sound_{tracks_.audio};
     const URL url_ = URL::fromPath("/media.mkv");
     const OptionalMetadata metadata_;
+    MediaChapters chapters_;
     const CMTime startTime_;
     const CMTime duration_;
     const std::shared_ptr<dispatch::Queue> visualQueue_ = dispatch::makeSerialQueue("visual");
