@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 //
-// The desktop player: zelvane-player [FILE]...
+// The desktop player: zelvane-player [OPTION]... [FILE|URL]...
 
 #include <chrono>
 #include <cstdint>
-#include <cstdlib>
+#include <cstdio>
 #include <memory>
-#include <vector>
 
 #include <QApplication>
 
+#include "application/command_line.h"
 #include "application/document_controller.h"
 #include "application/qt_main_queue.h"
 #include "application/session_integration.h"
@@ -29,16 +29,10 @@
 namespace zelvane {
 namespace {
 
-std::vector<URL> requestedFiles(const QStringList& arguments) {
-    const QStringList names = arguments.mid(1);
-    std::vector<URL> urls;
-    urls.reserve(static_cast<std::size_t>(names.size()));
-    for (const auto& name : names) {
-        const auto text = name.toStdString();
-        const bool hasScheme = text.find("://") != std::string::npos;
-        urls.push_back(hasScheme ? URL::parse(text) : URL::fromPath(text));
-    }
-    return urls;
+int print(const CommandLine::Answer& answer) {
+    const bool isError = answer.status == ExitStatus::wrongUsage;
+    std::fputs(answer.text.c_str(), isError ? stderr : stdout);
+    return static_cast<int>(answer.status);
 }
 
 void registerDefaults() {
@@ -60,15 +54,15 @@ void drainMainQueue() {
     }
 }
 
-int run() {
+int run(const std::vector<URL>& files) {
     SessionIntegration session;
     auto documents = std::make_unique<DocumentController>(
         [] { QCoreApplication::quit(); },
         std::make_unique<SessionStore>(SessionFile::defaultPath()));
-    const auto start = [&documents, &session, urls = requestedFiles(QApplication::arguments())] {
+    const auto start = [&documents, &session, &files] {
         const bool restores = documents->restoreWindows();
-        if (!urls.empty()) {
-            documents->open(urls);
+        if (!files.empty()) {
+            documents->open(files);
         } else if (!restores) {
             documents->showOpenPanel();
         }
@@ -78,16 +72,20 @@ int run() {
     // A file dialog is the desktop's own only when the event loop runs.
     QMetaObject::invokeMethod(qApp, start, Qt::QueuedConnection);
     QApplication::exec();
-    const int status = documents->didFail() ? EXIT_FAILURE : EXIT_SUCCESS;
+    const auto status = documents->didFail() ? ExitStatus::notOpened : ExitStatus::success;
     documents = nullptr;
     drainMainQueue();
-    return status;
+    return static_cast<int>(status);
 }
 
 } // namespace
 } // namespace zelvane
 
 int main(int argc, char** argv) {
+    const auto commandLine = zelvane::parseCommandLine({argv, argv + argc});
+    if (commandLine.answer) {
+        return zelvane::print(*commandLine.answer);
+    }
     zelvane::keepHeapSmall();
     zelvane::quietFFmpegLog();
     zelvane::limitFFmpegAllocations();
@@ -106,5 +104,5 @@ int main(int argc, char** argv) {
         [] { zelvane::CaptionAppearance::shared().settingsDidChange(); },
         [] { zelvane::SubtitleTextStyleManager::shared()->useOfUserSpecifiedStyleDidChange(); },
     });
-    return zelvane::run();
+    return zelvane::run(commandLine.files);
 }

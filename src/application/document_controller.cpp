@@ -10,6 +10,9 @@
 #include <QFileDialog>
 #include <QWindow>
 
+#include <fmt/format.h>
+
+#include "application/command_line.h"
 #include "application/restoration_error.h"
 #include "foundation/window_restoration_observer.h"
 #include "player_window/error_alert.h"
@@ -61,7 +64,11 @@ MediaPlayerDocument::Handlers DocumentController::handlersOf(Number number) {
 
 void DocumentController::openOne(const URL& url) {
     const Number number = ++lastNumber_;
-    add(number, MediaPlayerDocument::open(url, handlersOf(number)));
+    auto handlers = handlersOf(number);
+    handlers.onFailedToOpen = [url](const std::exception& error) {
+        fmt::print(stderr, "{}", openFailureLine(url, error));
+    };
+    add(number, MediaPlayerDocument::open(url, std::move(handlers)));
 }
 
 bool DocumentController::restoreWindows() {

@@ -114,6 +114,9 @@ void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
         handlers_.onClosed(false);
         return;
     }
+    if (handlers_.onFailedToOpen) {
+        handlers_.onFailedToOpen(error);
+    }
     showErrorAlert(error, QString::fromStdString(fileName_), nullptr,
                    [self = shared_from_this()] { self->handlers_.onClosed(true); });
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <exception>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -31,6 +32,8 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
         /// Called once when the document has closed; it may be destroyed after the call. The flag
         /// says whether it closed with an alert.
         std::function<void(bool didFail)> onClosed = {};
+        /// A new file cannot be opened. The document shows an alert.
+        std::function<void(const std::exception&)> onFailedToOpen = {};
         /// The user wants to choose another file.
         std::function<void()> onOpen = {};
         /// Other files to open, each as a document of its own.
