@@ -54,26 +54,28 @@ PlayerMenuState filmState() {
 }
 
 TEST(PlayerMenu, aFilmHasItsWholeMenu) {
-    EXPECT_EQ(outlineOf(playerMenu(filmState())),
-              "Open… <Ctrl+O>, |, Play <Space>, Jump Back <Left>, Jump Forward <Right>, Playback, "
-              "Speed, Sound, Tracks, Subtitles, |, Take Screenshot <S>, Enter Full Screen <F>, |, "
-              "Keyboard Shortcuts <Ctrl+/>, Close <Ctrl+W>, Quit <Ctrl+Q>");
+    EXPECT_EQ(outlineOf(playerMenu(filmState(), {})),
+              "Open… <Ctrl+O>, (Open Recent), |, Play <Space>, Jump Back <Left>, "
+              "Jump Forward <Right>, Playback, Speed, Sound, Tracks, Subtitles, |, "
+              "Take Screenshot <S>, Enter Full Screen <F>, |, Keyboard Shortcuts <Ctrl+/>, "
+              "About Zelvane Player, |, Close <Ctrl+W>, Quit <Ctrl+Q>");
 }
 
 TEST(PlayerMenu, soundAloneHasNoItemsOfPictures) {
     PlayerMenuState state;
     state.tracks.audio = {test::audioTrack("a")};
     state.isPlaying = true;
-    EXPECT_EQ(outlineOf(playerMenu(state)),
-              "Open… <Ctrl+O>, |, Pause <Space>, Jump Back <Left>, Jump Forward <Right>, Playback, "
-              "Speed, Sound, |, Keyboard Shortcuts <Ctrl+/>, Close <Ctrl+W>, Quit <Ctrl+Q>");
-    EXPECT_EQ(submenuOf(playerMenu(state), "Playback").find("Frame"), std::string::npos);
+    EXPECT_EQ(outlineOf(playerMenu(state, {})),
+              "Open… <Ctrl+O>, (Open Recent), |, Pause <Space>, Jump Back <Left>, "
+              "Jump Forward <Right>, Playback, Speed, Sound, |, Keyboard Shortcuts <Ctrl+/>, "
+              "About Zelvane Player, |, Close <Ctrl+W>, Quit <Ctrl+Q>");
+    EXPECT_EQ(submenuOf(playerMenu(state, {}), "Playback").find("Frame"), std::string::npos);
     const std::string speeds = "(Speed), 0.5×, 0.75×, *1×, 1.25×, 1.5×, 1.75×, 2×";
     EXPECT_EQ(asText(soundTracksMenu(state)), speeds);
     state.tracks.audio.push_back(test::audioTrack("b"));
     EXPECT_EQ(asText(soundTracksMenu(state)),
               "(Audio Tracks), Unknown Language (1), Unknown Language (2), |, " + speeds);
-    EXPECT_EQ(submenuOf(playerMenu(state), "Tracks").find("(Audio Tracks), "), 0U);
+    EXPECT_EQ(submenuOf(playerMenu(state, {}), "Tracks").find("(Audio Tracks), "), 0U);
 }
 
 TEST(PlayerMenu, submenusShowTheStateOfThePlayer) {
@@ -82,7 +84,7 @@ TEST(PlayerMenu, submenusShowTheStateOfThePlayer) {
     state.isMuted = true;
     state.isFullScreen = true;
     state.isAddingSubtitles = true;
-    const auto menu = playerMenu(state);
+    const auto menu = playerMenu(state, {});
     EXPECT_EQ(submenuOf(menu, "Speed"), "0.5×, 0.75×, 1×, *1.25×, 1.5×, 1.75×, 2×, |, Faster <]>, "
                                         "Slower <[>, Normal Speed <Backspace>");
     EXPECT_EQ(submenuOf(menu, "Sound"), "Louder <Up>, Quieter <Down>, *Mute <M>");
@@ -95,20 +97,72 @@ TEST(PlayerMenu, submenusShowTheStateOfThePlayer) {
     EXPECT_NE(asText(menu).find("Leave Full Screen <F>"), std::string::npos);
     state.tracks.subtitles.clear();
     state.isAddingSubtitles = false;
-    EXPECT_EQ(submenuOf(playerMenu(state), "Subtitles"), "Add Subtitles…");
+    EXPECT_EQ(submenuOf(playerMenu(state, {}), "Subtitles"), "Add Subtitles…");
+}
+
+ApplicationMenuState applicationState() {
+    return {.recentFiles = {URL::fromPath("/a/film.mkv"), URL::fromPath("/b/film.mkv"),
+                            URL::fromPath("/a/song.ogg")},
+            .windows = {{1, "One"}, {7, "Two", true}},
+            .hasPreferences = true};
+}
+
+TEST(PlayerMenu, offersRecentFilesOtherWindowsAndPreferences) {
+    const auto menu = playerMenu(filmState(), applicationState());
+    EXPECT_EQ(submenuOf(menu, "Open Recent"),
+              "film.mkv — a, film.mkv — b, song.ogg, |, Clear Recent Files");
+    EXPECT_EQ(submenuOf(menu, "Window"), "Minimize, Enter Full Screen <F>, |, One, *Two");
+    EXPECT_NE(outlineOf(menu).find("Window, Preferences… <Ctrl+,>, Keyboard"), std::string::npos);
+    const auto& recent = menu.at(1).children.at(1).command;
+    EXPECT_EQ(std::get<RecentFileChoice>(recent).url, URL::fromPath("/b/film.mkv"));
+}
+
+TEST(PlayerMenu, emptyStatesStandForAMissingPlayer) {
+    ApplicationMenuState application;
+    application.defaultRate = 1.5F;
+    for (const auto& menus : {startMenu(application), menuBar(nullptr, application)}) {
+        EXPECT_EQ(submenuOf(menus, "Tracks"), "(No Media Selected)");
+        const auto controls =
+            std::ranges::find(menus, QStringLiteral("Controls"), &MenuEntry::title);
+        ASSERT_NE(controls, menus.end());
+        EXPECT_TRUE(std::ranges::none_of(controls->children, [](const MenuEntry& entry) {
+            return entry.isEnabled && !entry.title.isEmpty();
+        }));
+        const auto slider = std::ranges::find_if(controls->children, [](const MenuEntry& entry) {
+            return entry.sliderRate.has_value();
+        });
+        ASSERT_NE(slider, controls->children.end());
+        EXPECT_EQ(slider->sliderRate, 1.5F);
+        EXPECT_EQ(submenuOf(menus, "Window"), "Minimize, (Enter Full Screen) <F>");
+    }
+}
+
+TEST(PlayerMenu, theMenuBarShowsThePlayer) {
+    PlayerMenuState state = filmState();
+    state.isPlaying = true;
+    state.rate = 2;
+    const auto menus = menuBar(&state, applicationState());
+    EXPECT_EQ(outlineOf(menus), "File, View, Controls, Tracks, Window, Help");
+    EXPECT_EQ(submenuOf(menus, "View"), "Enter Full Screen <F>, Take Screenshot <S>, "
+                                        "Remaining or End Time <T>");
+    EXPECT_EQ(submenuOf(menus, "Controls").find("Pause <Space>, "), 0U);
+    EXPECT_NE(submenuOf(menus, "Controls").find("Speed[0.5×, "), std::string::npos);
+    EXPECT_NE(submenuOf(menus, "Tracks").find("(Subtitle Tracks (Bottom)), *Unk"),
+              std::string::npos);
+    EXPECT_NE(submenuOf(menus, "File").find("Add Subtitles…, |, Preferences…"), std::string::npos);
 }
 
 TEST(PlayerMenu, itemsCarryTheirCommands) {
     const PlayerMenuState state = filmState();
-    const auto menu = playerMenu(state);
+    const auto menu = playerMenu(state, {});
     const auto subtitles = std::ranges::find(menu, QStringLiteral("Subtitles"), &MenuEntry::title);
     ASSERT_NE(subtitles, menu.end());
     const auto* choice = std::get_if<TrackChoice>(&subtitles->children.at(1).command);
     ASSERT_NE(choice, nullptr) << asText(subtitles->children);
     EXPECT_EQ(choice->role, TrackRole::primarySubtitles);
     EXPECT_EQ(choice->track, state.tracks.subtitles[0]);
-    EXPECT_EQ(std::get<PlayerAction>(menu.at(2).command), PlayerAction::togglePlayPause);
-    EXPECT_EQ(std::get<RateChoice>(menu.at(6).children.at(0).command).rate, 0.5F);
+    EXPECT_EQ(std::get<PlayerAction>(menu.at(3).command), PlayerAction::togglePlayPause);
+    EXPECT_EQ(std::get<RateChoice>(menu.at(7).children.at(0).command).rate, 0.5F);
 }
 
 TEST(PlayerAction, eachKeyHasOneActionAndTheTableIsComplete) {

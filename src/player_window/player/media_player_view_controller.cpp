@@ -52,8 +52,9 @@ MediaPlayerViewController::MediaPlayerViewController(std::shared_ptr<MediaPlayer
                                                             additionHandlers());
     actions_ = std::make_unique<PlayerActions>(
         mediaPlayer_, *controlsViewController_, *addition_, pictureView(),
-        PlayerActions::Handlers{[this](const QString& text) { emit noticeRequested(text); },
-                                [this](PlayerAction action) { emit actionRequested(action); }});
+        PlayerActions::Handlers{
+            [this](const QString& text) { emit noticeRequested(text); },
+            [this](const MenuCommand& command) { emit commandRequested(command); }});
     connectControls();
     connectTracksPopover(window);
     if (videoPlayerView_ != nullptr) {

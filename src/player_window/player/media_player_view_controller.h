@@ -76,8 +76,8 @@ class MediaPlayerViewController final : public QObject, private MediaPlayerViewD
     void controlsVisibilityDidChange(bool areVisible);
     void fullScreenRequested();
     void noticeRequested(const QString& text);
-    /// An action that concerns the window or the application.
-    void actionRequested(zelvane::PlayerAction action);
+    /// A command that concerns the window or the application.
+    void commandRequested(const zelvane::MenuCommand& command);
     void mediaDropped(const std::vector<zelvane::URL>& urls);
 
   private:

@@ -10,8 +10,13 @@ class QMenu;
 
 namespace zelvane {
 
-/// Adds the entries to a menu, which calls `choose` with the command of a chosen item. Main thread.
+/// Whether the menu is drawn by this program, or by the desktop, which cannot show widgets in it.
+enum class MenuHost { program, desktop };
+
+/// Adds the entries to a menu, which calls `choose` with the command of a chosen item. The keys are
+/// only shown. Main thread.
 void fillMenu(QMenu& menu, const std::vector<MenuEntry>& entries,
-              const std::function<void(const MenuCommand&)>& choose);
+              const std::function<void(const MenuCommand&)>& choose,
+              MenuHost host = MenuHost::program);
 
 } // namespace zelvane

@@ -54,6 +54,8 @@ void PlayerActions::perform(const MenuCommand& command) {
     } else if (const auto* choice = std::get_if<TrackChoice>(&command)) {
         selectTracks(*mediaPlayer_, selectionAfterChoosing(choice->role, choice->track,
                                                            selectedTracksOf(*mediaPlayer_)));
+    } else {
+        handlers_->performOther(command);
     }
 }
 

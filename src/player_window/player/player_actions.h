@@ -26,8 +26,8 @@ class PlayerActions final {
   public:
     struct Handlers {
         std::function<void(const QString&)> showNotice;
-        /// Carries out an action that concerns the window or the application.
-        std::function<void(PlayerAction)> performOther;
+        /// Carries out a command that concerns the window or the application.
+        std::function<void(const MenuCommand&)> performOther;
     };
 
     /// `pictureView` is null for sound alone. The objects given by reference must outlive this.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "player_window/player/player_menu.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include <QCoreApplication>
@@ -91,7 +93,7 @@ bool isOfSubtitles(TrackRole role) {
     return role == TrackRole::primarySubtitles || role == TrackRole::secondarySubtitles;
 }
 
-Entries playbackMenu(bool hasVideo) {
+Entries seekItems(bool hasVideo) {
     Entries entries =
         items(item(PlayerAction::seekSecondBackward), item(PlayerAction::seekSecondForward));
     if (hasVideo) {
@@ -99,7 +101,13 @@ Entries playbackMenu(bool hasVideo) {
     }
     append(entries,
            items(separator(), item(PlayerAction::jumpToBeginning), item(PlayerAction::jumpToEnd),
-                 separator(), item(PlayerAction::markLoop), item(PlayerAction::toggleEndTime)));
+                 separator(), item(PlayerAction::markLoop)));
+    return entries;
+}
+
+Entries playbackMenu(bool hasVideo) {
+    Entries entries = seekItems(hasVideo);
+    entries.push_back(item(PlayerAction::toggleEndTime));
     return entries;
 }
 
@@ -136,15 +144,125 @@ Entries subtitlesMenu(const PlayerMenuState& state) {
     return entries;
 }
 
-Entries pictureItems(const PlayerMenuState& state) {
-    return items(item(PlayerAction::takeScreenshot),
-                 item(state.isFullScreen ? PlayerMenu::tr("Leave Full Screen")
-                                         : PlayerMenu::tr("Enter Full Screen"),
-                      PlayerAction::toggleFullScreen));
-}
-
 bool hasTracksToChoose(const PlayerMenuState& state) {
     return !state.tracks.video.empty() || state.tracks.audio.size() > 1;
+}
+
+MenuEntry fullScreenItem(const PlayerMenuState* player) {
+    return item(player != nullptr && player->isFullScreen ? PlayerMenu::tr("Leave Full Screen")
+                                                          : PlayerMenu::tr("Enter Full Screen"),
+                PlayerAction::toggleFullScreen);
+}
+
+/// Files of the same name are told apart by their folders.
+QString fileTitleOf(const URL& file, const std::vector<URL>& files) {
+    QString name = QString::fromStdString(file.lastPathComponent());
+    const bool isAmbiguous =
+        std::ranges::count(files, file.lastPathComponent(), &URL::lastPathComponent) > 1;
+    if (!isAmbiguous) {
+        return name;
+    }
+    const QString path = QString::fromStdString(file.path());
+    return PlayerMenu::tr("%1 — %2").arg(name, path.section('/', -2, -2));
+}
+
+MenuEntry recentFilesMenu(const std::vector<URL>& files) {
+    Entries entries;
+    for (const URL& file : files) {
+        MenuEntry entry{.title = fileTitleOf(file, files)};
+        entry.command = RecentFileChoice{file};
+        entries.push_back(std::move(entry));
+    }
+    if (!entries.empty()) {
+        append(entries, items(separator(), item(PlayerAction::clearRecentFiles)));
+    }
+    return submenu(PlayerMenu::tr("Open Recent"), std::move(entries));
+}
+
+Entries windowItems(const std::vector<ApplicationMenuState::OpenWindow>& windows) {
+    Entries entries;
+    for (const auto& window : windows) {
+        MenuEntry entry{.title = window.title};
+        entry.command = WindowChoice{window.number};
+        entries.push_back(checkedIf(window.isFront, std::move(entry)));
+    }
+    return entries;
+}
+
+/// Preferences and what informs about the program.
+Entries applicationItems(const ApplicationMenuState& application) {
+    Entries entries;
+    if (application.hasPreferences) {
+        entries.push_back(item(PlayerAction::showPreferences));
+    }
+    append(entries, items(item(PlayerAction::showKeys), item(PlayerAction::showAbout)));
+    return entries;
+}
+
+Entries disabledIf(bool isDisabled, Entries entries) {
+    for (MenuEntry& entry : entries) {
+        entry.isEnabled = entry.isEnabled && !isDisabled;
+    }
+    return entries;
+}
+
+MenuEntry fileMenu(const PlayerMenuState* player, const ApplicationMenuState& application) {
+    const bool canAdd =
+        player != nullptr && !player->tracks.video.empty() && !player->isAddingSubtitles;
+    Entries entries = items(item(PlayerAction::openFile), recentFilesMenu(application.recentFiles),
+                            enabledIf(canAdd, item(PlayerAction::addSubtitles)), separator());
+    if (application.hasPreferences) {
+        append(entries, items(item(PlayerAction::showPreferences), separator()));
+    }
+    append(entries, items(item(PlayerAction::closeWindow), item(PlayerAction::quit)));
+    return submenu(titleOf(PlayerActionGroup::file), std::move(entries));
+}
+
+MenuEntry viewMenu(const PlayerMenuState* player) {
+    const bool hasVideo = player != nullptr && !player->tracks.video.empty();
+    return submenu(PlayerMenu::tr("View"),
+                   items(enabledIf(hasVideo, fullScreenItem(player)),
+                         enabledIf(hasVideo, item(PlayerAction::takeScreenshot)),
+                         enabledIf(player != nullptr, item(PlayerAction::toggleEndTime))));
+}
+
+MenuEntry rateSlider(float rate) {
+    MenuEntry entry = submenu(titleOf(PlayerActionGroup::speed), speedMenu(rate));
+    entry.sliderRate = rate;
+    return entry;
+}
+
+MenuEntry controlsMenu(const PlayerMenuState* player, float defaultRate) {
+    const bool isPlaying = player != nullptr && player->isPlaying;
+    Entries entries = items(item(isPlaying ? PlayerMenu::tr("Pause") : PlayerMenu::tr("Play"),
+                                 PlayerAction::togglePlayPause),
+                            item(PlayerAction::jumpBackward), item(PlayerAction::jumpForward));
+    append(entries, seekItems(player == nullptr || !player->tracks.video.empty()));
+    append(entries, items(separator(), rateSlider(player != nullptr ? player->rate : defaultRate),
+                          separator()));
+    append(entries, soundMenu(player != nullptr ? *player : PlayerMenuState()));
+    return submenu(PlayerMenu::tr("Controls"), disabledIf(player == nullptr, std::move(entries)));
+}
+
+MenuEntry allTracksMenu(const PlayerMenuState* player) {
+    Entries entries;
+    if (player != nullptr) {
+        entries = trackSections(*player, [](TrackRole /*role*/) { return true; });
+    } else {
+        entries.push_back(enabledIf(false, {.title = PlayerMenu::tr("No Media Selected")}));
+    }
+    return submenu(PlayerMenu::tr("Tracks"), std::move(entries));
+}
+
+MenuEntry windowMenu(const PlayerMenuState* player, const ApplicationMenuState& application) {
+    const bool canFillScreen = player != nullptr && !player->tracks.video.empty();
+    Entries entries =
+        items(item(PlayerAction::minimizeWindow), enabledIf(canFillScreen, fullScreenItem(player)));
+    if (!application.windows.empty()) {
+        entries.push_back(separator());
+        append(entries, windowItems(application.windows));
+    }
+    return submenu(titleOf(PlayerActionGroup::window), std::move(entries));
 }
 
 } // namespace
@@ -160,15 +278,17 @@ std::vector<MenuEntry> soundTracksMenu(const PlayerMenuState& state) {
     return menu;
 }
 
-std::vector<MenuEntry> playerMenu(const PlayerMenuState& state) {
+std::vector<MenuEntry> playerMenu(const PlayerMenuState& state,
+                                  const ApplicationMenuState& application) {
     const bool hasVideo = !state.tracks.video.empty();
-    Entries menu = items(item(PlayerAction::openFile), separator(),
-                         item(state.isPlaying ? PlayerMenu::tr("Pause") : PlayerMenu::tr("Play"),
-                              PlayerAction::togglePlayPause),
-                         item(PlayerAction::jumpBackward), item(PlayerAction::jumpForward),
-                         submenu(titleOf(PlayerActionGroup::playback), playbackMenu(hasVideo)),
-                         submenu(titleOf(PlayerActionGroup::speed), speedMenu(state.rate)),
-                         submenu(titleOf(PlayerActionGroup::sound), soundMenu(state)));
+    Entries menu =
+        items(item(PlayerAction::openFile), recentFilesMenu(application.recentFiles), separator(),
+              item(state.isPlaying ? PlayerMenu::tr("Pause") : PlayerMenu::tr("Play"),
+                   PlayerAction::togglePlayPause),
+              item(PlayerAction::jumpBackward), item(PlayerAction::jumpForward),
+              submenu(titleOf(PlayerActionGroup::playback), playbackMenu(hasVideo)),
+              submenu(titleOf(PlayerActionGroup::speed), speedMenu(state.rate)),
+              submenu(titleOf(PlayerActionGroup::sound), soundMenu(state)));
     if (hasTracksToChoose(state)) {
         menu.push_back(submenu(PlayerMenu::tr("Tracks"), trackSections(state, [](TrackRole role) {
                                    return !isOfSubtitles(role);
@@ -177,11 +297,34 @@ std::vector<MenuEntry> playerMenu(const PlayerMenuState& state) {
     if (hasVideo) {
         menu.push_back(submenu(titleOf(PlayerActionGroup::subtitles), subtitlesMenu(state)));
         menu.push_back(separator());
-        append(menu, pictureItems(state));
+        append(menu, items(item(PlayerAction::takeScreenshot), fullScreenItem(&state)));
     }
-    append(menu, items(separator(), item(PlayerAction::showKeys), item(PlayerAction::closeWindow),
-                       item(PlayerAction::quit)));
+    menu.push_back(separator());
+    if (application.windows.size() > 1) {
+        menu.push_back(windowMenu(&state, application));
+    }
+    append(menu, applicationItems(application));
+    append(menu, items(separator(), item(PlayerAction::closeWindow), item(PlayerAction::quit)));
     return menu;
+}
+
+std::vector<MenuEntry> startMenu(const ApplicationMenuState& application) {
+    Entries menu =
+        items(item(PlayerAction::openFile), recentFilesMenu(application.recentFiles), separator(),
+              viewMenu(nullptr), controlsMenu(nullptr, application.defaultRate),
+              allTracksMenu(nullptr), windowMenu(nullptr, application), separator());
+    append(menu, applicationItems(application));
+    append(menu, items(separator(), item(PlayerAction::quit)));
+    return menu;
+}
+
+std::vector<MenuEntry> menuBar(const PlayerMenuState* player,
+                               const ApplicationMenuState& application) {
+    return items(fileMenu(player, application), viewMenu(player),
+                 controlsMenu(player, application.defaultRate), allTracksMenu(player),
+                 windowMenu(player, application),
+                 submenu(PlayerMenu::tr("Help"),
+                         items(item(PlayerAction::showKeys), item(PlayerAction::showAbout))));
 }
 
 } // namespace zelvane

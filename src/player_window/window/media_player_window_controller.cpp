@@ -63,7 +63,7 @@ void MediaPlayerWindowController::connectContent() {
     connect(content, &Content::fullScreenRequested, window_.get(),
             &MediaPlayerWindow::toggleFullScreen);
     connect(content, &Content::noticeRequested, this, &MediaPlayerWindowController::showNotice);
-    connect(content, &Content::actionRequested, this, &MediaPlayerWindowController::perform);
+    connect(content, &Content::commandRequested, this, &MediaPlayerWindowController::perform);
     connect(content, &Content::mediaDropped, this, [this](const std::vector<URL>& urls) {
         if (callbacks_.onOpenMedia) {
             callbacks_.onOpenMedia(urls);
@@ -177,38 +177,49 @@ void MediaPlayerWindowController::turnWheel(QWheelEvent* event) {
     }
 }
 
-void MediaPlayerWindowController::perform(PlayerAction action) {
+void MediaPlayerWindowController::perform(const MenuCommand& command) {
+    const auto* action = std::get_if<PlayerAction>(&command);
+    const bool isDone = action != nullptr && performInWindow(*action);
+    if (!isDone && callbacks_.perform) {
+        callbacks_.perform(command);
+    }
+}
+
+bool MediaPlayerWindowController::performInWindow(PlayerAction action) {
     switch (action) {
     case PlayerAction::toggleFullScreen:
         window_->toggleFullScreen();
-        break;
+        return true;
     case PlayerAction::leaveFullScreen:
         window_->leaveFullScreen();
-        break;
+        return true;
+    case PlayerAction::minimizeWindow:
+        window_->showMinimized();
+        return true;
     case PlayerAction::showKeys:
         showShortcuts();
-        break;
+        return true;
     case PlayerAction::openFile:
         if (callbacks_.onOpen) {
             callbacks_.onOpen();
         }
-        break;
+        return true;
     case PlayerAction::closeWindow:
         window_->close();
-        break;
+        return true;
     case PlayerAction::quit:
         // Unlike closing each window, this lets the application keep its session.
         QCoreApplication::quit();
-        break;
+        return true;
     default:
-        break;
+        return false;
     }
 }
 
 void MediaPlayerWindowController::showMenu(const QPoint& globalPosition) {
     PlayerMenuState state = viewController_->actions().menuState();
     state.isFullScreen = window_->isFullScreen();
-    viewController_->showMenu(playerMenu(state), globalPosition);
+    viewController_->showMenu(playerMenu(state, callbacks_.menuState()), globalPosition);
 }
 
 void MediaPlayerWindowController::showShortcuts() {

@@ -13,6 +13,7 @@
 #include "foundation/state_coder.h"
 #include "foundation/url.h"
 #include "media_player/playback/media_player.h"
+#include "player_window/player/player_menu.h"
 #include "player_window/window/player_action.h"
 #include "player_window/window/window_placement.h"
 #include "subtitles_view/subtitles_view.h"
@@ -40,6 +41,10 @@ class MediaPlayerWindowController final : public QObject {
         std::function<void()> onOpen = {};
         /// Media files were dropped, which open in windows of their own.
         std::function<void(const std::vector<URL>&)> onOpenMedia = {};
+        /// Carries out a command of a menu or a key that no window knows.
+        std::function<void(const MenuCommand&)> perform = {};
+        /// What menus show beside the player.
+        std::function<ApplicationMenuState()> menuState = [] { return ApplicationMenuState(); };
         /// restoreState() would bring back something else than it would have before.
         std::function<void()> onInvalidateRestorableState = {};
     };
@@ -73,8 +78,10 @@ class MediaPlayerWindowController final : public QObject {
 
     void pressKey(QKeyEvent* event);
     void turnWheel(QWheelEvent* event);
-    /// Those actions that do not concern the player alone.
-    void perform(PlayerAction action);
+    /// Those commands that do not concern the player alone.
+    void perform(const MenuCommand& command);
+    /// Returns whether the action concerns this window.
+    bool performInWindow(PlayerAction action);
     void showMenu(const QPoint& globalPosition);
     void showShortcuts();
 

@@ -58,7 +58,14 @@ constexpr std::array kActions{
                      QT_TRANSLATE_NOOP("PlayerAction", "Take Screenshot")},
     PlayerActionInfo{showKeys, Group::window,
                      QT_TRANSLATE_NOOP("PlayerAction", "Keyboard Shortcuts")},
+    PlayerActionInfo{minimizeWindow, Group::window, QT_TRANSLATE_NOOP("PlayerAction", "Minimize")},
     PlayerActionInfo{openFile, Group::file, QT_TRANSLATE_NOOP("PlayerAction", "Open…")},
+    PlayerActionInfo{clearRecentFiles, Group::file,
+                     QT_TRANSLATE_NOOP("PlayerAction", "Clear Recent Files")},
+    PlayerActionInfo{showPreferences, Group::file,
+                     QT_TRANSLATE_NOOP("PlayerAction", "Preferences…")},
+    PlayerActionInfo{showAbout, Group::file,
+                     QT_TRANSLATE_NOOP("PlayerAction", "About Zelvane Player")},
     PlayerActionInfo{closeWindow, Group::file, QT_TRANSLATE_NOOP("PlayerAction", "Close")},
     PlayerActionInfo{quit, Group::file, QT_TRANSLATE_NOOP("PlayerAction", "Quit")},
 };
@@ -93,6 +100,7 @@ constexpr std::array kBindings{
     Binding{Qt::Key_T, Qt::NoModifier, toggleEndTime},
     Binding{Qt::Key_S, Qt::NoModifier, takeScreenshot},
     Binding{Qt::Key_O, Qt::ControlModifier, openFile},
+    Binding{Qt::Key_Comma, Qt::ControlModifier, showPreferences},
     Binding{Qt::Key_W, Qt::ControlModifier, closeWindow},
     Binding{Qt::Key_Q, Qt::ControlModifier, quit},
 };

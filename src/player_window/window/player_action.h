@@ -38,7 +38,11 @@ enum class PlayerAction {
     toggleEndTime,
     takeScreenshot,
     showKeys,
+    minimizeWindow,
     openFile,
+    clearRecentFiles,
+    showPreferences,
+    showAbout,
     closeWindow,
     quit,
 };

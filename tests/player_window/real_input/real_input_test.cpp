@@ -240,8 +240,8 @@ TEST_P(RealInputTest, theMenuPausesByThePointerAndPlaysByKeys) {
     const QPoint corner = pointAt(0.5, 0.2);
     test::RealPlayer::click(corner, 3);
     EXPECT_TRUE(waitForMenu(true));
-    const QPoint secondItem(60, 34);
-    test::RealPlayer::click(corner + secondItem);
+    const QPoint thirdItem(60, 56);
+    test::RealPlayer::click(corner + thirdItem);
     EXPECT_TRUE(player_->waitForStreams({false}));
     EXPECT_TRUE(waitForMenu(false));
     if (GetParam() == test::Desktop::weston) {
@@ -251,7 +251,7 @@ TEST_P(RealInputTest, theMenuPausesByThePointerAndPlaysByKeys) {
     test::RealPlayer::moveTo({0, 0});
     test::RealPlayer::press("Menu");
     EXPECT_TRUE(waitForMenu(true));
-    for (const char* key : {"Down", "Down", "Return"}) {
+    for (const char* key : {"Down", "Down", "Down", "Return"}) {
         test::RealPlayer::press(key);
     }
     EXPECT_TRUE(player_->waitForStreams({true}));
