@@ -6,8 +6,6 @@
 
 #include <QApplication>
 #include <QEvent>
-#include <QFile>
-#include <QFileDialog>
 #include <QWindow>
 
 #include <fmt/format.h>
@@ -27,17 +25,13 @@ DocumentController::DocumentController(std::function<void()> onLastClosed,
     connect(qApp, &QGuiApplication::focusWindowChanged, this, &DocumentController::didFocus);
 }
 
-DocumentController::~DocumentController() {
-    delete openPanel_.data(); // NOLINT(cppcoreguidelines-owning-memory)
-}
+DocumentController::~DocumentController() = default;
 
 void DocumentController::open(const std::vector<URL>& urls) {
     for (const URL& url : urls) {
         openOne(url);
     }
-    if (openPanel_) {
-        openPanel_->reject();
-    }
+    openPanel_.cancel();
 }
 
 template <class... Arguments>
@@ -57,6 +51,8 @@ MediaPlayerDocument::Handlers DocumentController::handlersOf(Number number) {
     };
     handlers.onOpen = calling(&DocumentController::showOpenPanel);
     handlers.onOpenMedia = calling(&DocumentController::open);
+    handlers.perform = handlers_.perform;
+    handlers.menuState = handlers_.menuState;
     handlers.onInvalidateRestorableState =
         [number, invalidate = calling(&DocumentController::didInvalidate)] { invalidate(number); };
     return handlers;
@@ -68,7 +64,7 @@ void DocumentController::openOne(const URL& url) {
     handlers.onFailedToOpen = [url](const std::exception& error) {
         fmt::print(stderr, "{}", openFailureLine(url, error));
     };
-    add(number, MediaPlayerDocument::open(url, std::move(handlers)));
+    add({number, MediaPlayerDocument::open(url, std::move(handlers)), url});
 }
 
 bool DocumentController::restoreWindows() {
@@ -91,22 +87,34 @@ void DocumentController::restoreOne(const StateCoder& state) {
                            onRestored = calling(&DocumentController::didRestore)](bool isShown) {
         onRestored(name, isShown);
     };
-    add(number, MediaPlayerDocument::restore(state, std::move(handlers)));
+    add({number, MediaPlayerDocument::restore(state, std::move(handlers)), std::nullopt});
     // Until the window is there, the session has its old state.
     didInvalidate(number);
 }
 
-void DocumentController::add(Number number, const DocumentRef& document) {
-    documents_.push_back({number, document});
+void DocumentController::add(OpenDocument open) {
     if (session_) {
-        session_->add(number, [weak = std::weak_ptr(document)] {
-            const auto open = weak.lock();
-            return open ? open->restorableState() : std::nullopt;
+        session_->add(open.number, [weak = std::weak_ptr(open.document)] {
+            const auto document = weak.lock();
+            return document ? document->restorableState() : std::nullopt;
         });
+    }
+    documents_.push_back(std::move(open));
+}
+
+void DocumentController::noteShown(Number number) {
+    const auto open = std::ranges::find(documents_, number, &OpenDocument::number);
+    if (open == documents_.end() || open->document->window() == nullptr ||
+        std::exchange(open->isShown, true)) {
+        return;
+    }
+    if (handlers_.onShown) {
+        handlers_.onShown(open->newFile);
     }
 }
 
 void DocumentController::didInvalidate(Number number) {
+    noteShown(number);
     if (session_) {
         session_->invalidate(number);
     }
@@ -162,7 +170,12 @@ void DocumentController::didDismissAlert() {
     // After the documents that the alert is about are removed.
     const auto goOn = [this] {
         isAlertShown_ = false;
-        if (documents_.empty()) {
+        if (!documents_.empty()) {
+            return;
+        }
+        if (handlers_.openUntitledFile) {
+            handlers_.openUntitledFile();
+        } else {
             showOpenPanel();
         }
     };
@@ -170,13 +183,14 @@ void DocumentController::didDismissAlert() {
 }
 
 void DocumentController::didFocus(const QWindow* window) {
-    // Windows that are restored come in any order, and each may get the focus.
-    if (!session_ || restoringCount_ > 0) {
-        return;
-    }
     for (const auto& open : documents_) {
         const auto* known = open.document->window();
-        if (known != nullptr && known->windowHandle() == window) {
+        if (known == nullptr || known->windowHandle() != window) {
+            continue;
+        }
+        front_ = open.number;
+        // Windows that are restored come in any order, and each may get the focus.
+        if (session_ && restoringCount_ == 0) {
             session_->moveToFront(open.number);
         }
     }
@@ -198,31 +212,50 @@ MediaPlayerWindow* DocumentController::windowOf(const MediaPlayer& player) const
     return nullptr;
 }
 
-void DocumentController::showOpenPanel() {
-    if (openPanel_) {
-        return;
-    }
-    const QString title = QCoreApplication::translate("DocumentController", "Open");
-    // Deleted when it has finished, or by the destructor.
-    openPanel_ = new QFileDialog(nullptr, title); // NOLINT(cppcoreguidelines-owning-memory)
-    openPanel_->setFileMode(QFileDialog::ExistingFiles);
-    connect(openPanel_, &QFileDialog::finished, this, &DocumentController::didFinishOpenPanel);
-    openPanel_->open();
-}
-
-void DocumentController::didFinishOpenPanel() {
-    QFileDialog* panel = std::exchange(openPanel_, nullptr);
-    if (panel->result() == QDialog::Accepted) {
-        for (const QString& path : panel->selectedFiles()) {
-            openOne(URL::fromPath(QFile::encodeName(path).toStdString()));
+std::vector<ApplicationMenuState::OpenWindow> DocumentController::windows() const {
+    std::vector<ApplicationMenuState::OpenWindow> windows;
+    for (const auto& open : documents_) {
+        if (const auto* window = open.document->window()) {
+            windows.push_back({open.number, window->windowTitle(), open.number == front_});
         }
     }
-    panel->deleteLater();
+    return windows;
+}
+
+bool DocumentController::raiseWindow(std::optional<std::int64_t> number) const {
+    MediaPlayerWindow* found = nullptr;
+    const auto wanted = number ? number : front_;
+    for (const auto& open : documents_) {
+        auto* window = open.document->window();
+        const bool isBetter = found == nullptr && !number;
+        if (window != nullptr && (isBetter || open.number == wanted)) {
+            found = window;
+        }
+    }
+    if (found != nullptr) {
+        found->setWindowState(found->windowState() & ~Qt::WindowMinimized);
+        found->raise();
+        found->activateWindow();
+    }
+    return found != nullptr;
+}
+
+void DocumentController::showOpenPanel() {
+    if (!openPanel_.isShown()) {
+        openPanel_.show(handlers_.openPanelParent ? handlers_.openPanelParent() : nullptr,
+                        [this](const auto& files) { didFinishOpenPanel(files); });
+    }
+}
+
+void DocumentController::didFinishOpenPanel(const std::vector<URL>& files) {
+    for (const URL& file : files) {
+        openOne(file);
+    }
     checkForLast();
 }
 
 void DocumentController::checkForLast() const {
-    if (documents_.empty() && !openPanel_ && !isAlertShown_) {
+    if (documents_.empty() && !openPanel_.isShown() && !isAlertShown_) {
         onLastClosed_();
     }
 }

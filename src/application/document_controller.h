@@ -1,19 +1,21 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <QObject>
-#include <QPointer>
 
 #include "application/media_player_document.h"
+#include "application/open_panel.h"
 #include "application/session_store.h"
 #include "foundation/url.h"
+#include "foundation/user_defaults.h"
 
-class QFileDialog;
 class QWindow;
 
 namespace zelvane {
@@ -24,11 +26,26 @@ class MediaPlayer;
 /// at a time. Main thread.
 class DocumentController final : public QObject {
   public:
+    /// What the application does beside the documents.
+    struct Handlers {
+        /// A window is there; a file that this run has opened, or none for one of an earlier run.
+        std::function<void(const std::optional<URL>& newFile)> onShown = {};
+        /// Nothing came back from the last run. By default the dialog is shown.
+        std::function<void()> openUntitledFile = {};
+        /// The window over which the dialog is shown; null for a dialog on its own.
+        std::function<QWidget*()> openPanelParent = {};
+        /// As in MediaPlayerWindowController::Callbacks.
+        std::function<void(const MenuCommand&)> perform = {};
+        std::function<ApplicationMenuState()> menuState = [] { return ApplicationMenuState(); };
+    };
+
     /// `onLastClosed` is called each time that neither a document nor a dialog is left. Without a
     /// session nothing is restored or kept.
     explicit DocumentController(std::function<void()> onLastClosed,
                                 std::unique_ptr<SessionStore> session = nullptr);
     ~DocumentController() override;
+    /// Before anything is opened.
+    void setHandlers(Handlers handlers) { handlers_ = std::move(handlers); }
 
     /// Opens the windows of the last run, all at once; files that cannot be opened are reported
     /// together at the end. Returns whether there are any. At most once, before anything is opened.
@@ -42,6 +59,11 @@ class DocumentController final : public QObject {
     /// The window that shows this player; null when there is none.
     MediaPlayerWindow* windowOf(const MediaPlayer& player) const;
     std::size_t documentCount() const { return documents_.size(); }
+    /// Those that are shown, in the order in which they were opened.
+    std::vector<ApplicationMenuState::OpenWindow> windows() const;
+    /// Brings a window to the front; by default the one that was used last. Returns whether there
+    /// is such a window.
+    bool raiseWindow(std::optional<std::int64_t> number = std::nullopt) const;
 
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -53,6 +75,8 @@ class DocumentController final : public QObject {
     struct OpenDocument {
         Number number;
         DocumentRef document;
+        std::optional<URL> newFile;
+        bool isShown = false;
     };
 
     /// Calls `method` while this exists: a document whose alert is shown can outlive it.
@@ -61,15 +85,16 @@ class DocumentController final : public QObject {
     MediaPlayerDocument::Handlers handlersOf(Number number);
     void openOne(const URL& url);
     void restoreOne(const StateCoder& state);
-    void add(Number number, const DocumentRef& document);
+    void add(OpenDocument open);
     void didInvalidate(Number number);
+    void noteShown(Number number);
     void didClose(Number number, bool didFail);
     void didRestore(const std::string& fileName, bool isShown);
     void didRestoreAll();
     void showInOrder() const;
     void didDismissAlert();
     void didFocus(const QWindow* window);
-    void didFinishOpenPanel();
+    void didFinishOpenPanel(const std::vector<URL>& files);
     void checkForLast() const;
 
     const std::function<void()> onLastClosed_;
@@ -80,7 +105,9 @@ class DocumentController final : public QObject {
     std::size_t restoringCount_ = 0;
     std::vector<std::string> namesNotRestored_;
     bool isAlertShown_ = false;
-    QPointer<QFileDialog> openPanel_;
+    Handlers handlers_;
+    OpenPanel openPanel_{UserDefaults::shared()};
+    std::optional<Number> front_;
     bool didFail_ = false;
     const std::shared_ptr<const int> lifetime_ = std::make_shared<const int>();
 };

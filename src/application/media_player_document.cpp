@@ -175,6 +175,8 @@ MediaPlayerWindowController::Callbacks MediaPlayerDocument::windowCallbacks() {
     return {.onClose = [this] { handlers_.onClosed(false); },
             .onOpen = handlers_.onOpen,
             .onOpenMedia = handlers_.onOpenMedia,
+            .perform = handlers_.perform,
+            .menuState = handlers_.menuState,
             .onInvalidateRestorableState = [this] { invalidateRestorableState(); }};
 }
 

@@ -38,6 +38,9 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
         std::function<void()> onOpen = {};
         /// Other files to open, each as a document of its own.
         std::function<void(const std::vector<URL>&)> onOpenMedia = {};
+        /// As in MediaPlayerWindowController::Callbacks.
+        std::function<void(const MenuCommand&)> perform = {};
+        std::function<ApplicationMenuState()> menuState = [] { return ApplicationMenuState(); };
         /// restorableState() has changed.
         std::function<void()> onInvalidateRestorableState = {};
         /// Called once after restore(): the window is shown, or cannot be, and onClosed follows.
