@@ -3,16 +3,20 @@
 // The desktop player: zelvane-player [OPTION]... [FILE|URL]...
 
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <QApplication>
+#include <QDBusConnection>
 
+#include "application/app_delegate.h"
 #include "application/command_line.h"
-#include "application/document_controller.h"
 #include "application/qt_main_queue.h"
 #include "application/session_integration.h"
+#include "application/session_store.h"
 #include "application/settings_file_watcher.h"
 #include "application/settings_store.h"
 #include "core_media/ffmpeg_log.h"
@@ -22,6 +26,7 @@
 #include "foundation/user_defaults.h"
 #include "media_player/decoders/subtitles/caption_appearance.h"
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
+#include "platform/program_service/program_service.h"
 #include "player_window/controls/popup_style.h"
 #include "player_window/desktop/desktop_settings.h"
 #include "player_window/video_widget.h"
@@ -35,16 +40,6 @@ int print(const CommandLine::Answer& answer) {
     return static_cast<int>(answer.status);
 }
 
-void registerDefaults() {
-    UserDefaults::shared().registerDefaults(
-        {{std::string(kUseUserSpecifiedSubtitleTextStyleKey), false},
-         {"ZLVNDefaultPlaybackRate", std::int64_t{1}},
-         {"ZLVNEnterFullScreenAutomaticallyOnOpen", false},
-         {"ZLVNJumpIntervalInSeconds", 15.0},
-         {"ZLVNPlayAutomaticallyOnOpen", true},
-         {"ZLVNShowEndTimeInsteadOfRemainingTime", false}});
-}
-
 /// Runs the tasks of the main queue that background work still needs after the event loop.
 void drainMainQueue() {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(3);
@@ -54,28 +49,36 @@ void drainMainQueue() {
     }
 }
 
-int run(const std::vector<URL>& files) {
+ProgramRequests requestsTo(AppDelegate& delegate) {
+    ProgramRequests requests;
+    requests.activate = [&delegate] { delegate.activate(); };
+    requests.open = [&delegate](const std::vector<URL>& files) { delegate.open(files); };
+    requests.activateAction = [&delegate](const std::string& name) {
+        return delegate.activateAction(name);
+    };
+    return requests;
+}
+
+int run(const std::vector<URL>& files, std::unique_ptr<ProgramService> service) {
     SessionIntegration session;
-    auto documents = std::make_unique<DocumentController>(
-        [] { QCoreApplication::quit(); },
-        std::make_unique<SessionStore>(SessionFile::defaultPath()));
-    const auto start = [&documents, &session, &files] {
-        const bool restores = documents->restoreWindows();
-        if (!files.empty()) {
-            documents->open(files);
-        } else if (!restores) {
-            documents->showOpenPanel();
-        }
+    // The call site of the preferences: the second argument shows their window.
+    auto delegate = std::make_unique<AppDelegate>(
+        std::make_unique<SessionStore>(SessionFile::defaultPath()), nullptr);
+    service->setRequests(requestsTo(*delegate));
+    const auto start = [&delegate, &session, &files] {
+        delegate->applicationDidFinishLaunching(files);
         // The buses are not needed for the first picture.
-        session.start(*documents);
+        session.start(delegate->documents());
     };
     // A file dialog is the desktop's own only when the event loop runs.
     QMetaObject::invokeMethod(qApp, start, Qt::QueuedConnection);
     QApplication::exec();
-    const auto status = documents->didFail() ? ExitStatus::notOpened : ExitStatus::success;
-    documents = nullptr;
+    // A process that starts now must not leave its files to this one.
+    service = nullptr;
+    const bool didFail = delegate->documents().didFail();
+    delegate = nullptr;
     drainMainQueue();
-    return static_cast<int>(status);
+    return static_cast<int>(didFail ? ExitStatus::notOpened : ExitStatus::success);
 }
 
 } // namespace
@@ -90,19 +93,26 @@ int main(int argc, char** argv) {
     zelvane::quietFFmpegLog();
     zelvane::limitFFmpegAllocations();
     zelvane::prepareApplication();
+    // The application object removes them from the environment.
+    const QVariantMap tokens = zelvane::activationTokens();
     const QApplication application(argc, argv);
+    // The bus answers while the rest is prepared.
+    auto service = std::make_unique<zelvane::ProgramService>(QDBusConnection::sessionBus());
     QApplication::setApplicationName(QStringLiteral("zelvane-player"));
     QApplication::setApplicationDisplayName(QStringLiteral("Zelvane Player"));
     QApplication::setQuitOnLastWindowClosed(false);
     zelvane::applyPopupStyle();
     zelvane::dispatch::setMainQueue(std::make_shared<zelvane::QtMainQueue>());
     zelvane::UserDefaults::shared().setStore(std::make_unique<zelvane::SettingsStore>());
-    zelvane::registerDefaults();
+    zelvane::AppDelegate::applicationWillFinishLaunching();
     // The desktop answers while the file is opened.
     zelvane::DesktopSettings::shared();
+    if (service->isServedByOther(commandLine.files, tokens)) {
+        return static_cast<int>(zelvane::ExitStatus::success);
+    }
     const zelvane::SettingsFileWatcher watcher({
         [] { zelvane::CaptionAppearance::shared().settingsDidChange(); },
         [] { zelvane::SubtitleTextStyleManager::shared()->useOfUserSpecifiedStyleDidChange(); },
     });
-    return zelvane::run(commandLine.files);
+    return zelvane::run(commandLine.files, std::move(service));
 }

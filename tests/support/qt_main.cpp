@@ -83,9 +83,11 @@ int runWithWindows(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "xcb");
     // The preferences of the developer's desktop must not change results.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-    // Nor must the windows of an earlier run come back.
-    const zelvane::test::TemporaryFolder state;
-    qputenv("XDG_STATE_HOME", QByteArray::fromStdString(state.path().string()));
+    // Nor must the windows of an earlier run come back, or files be added to the developer's list.
+    const zelvane::test::TemporaryFolder folder;
+    for (const char* name : {"XDG_STATE_HOME", "XDG_DATA_HOME"}) {
+        qputenv(name, QByteArray::fromStdString(folder.path().string()));
+    }
     // The tests draw OpenGL in software, which the player never does.
     zelvane::shareGraphicsContexts();
     const QApplication application(argc, argv);
