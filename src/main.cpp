@@ -27,6 +27,7 @@
 #include "media_player/decoders/subtitles/caption_appearance.h"
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
 #include "platform/program_service/program_service.h"
+#include "platform/program_service/session_bus_probe.h"
 #include "player_window/controls/popup_style.h"
 #include "player_window/desktop/desktop_settings.h"
 #include "player_window/video_widget.h"
@@ -92,6 +93,7 @@ int main(int argc, char** argv) {
     zelvane::keepHeapSmall();
     zelvane::quietFFmpegLog();
     zelvane::limitFFmpegAllocations();
+    zelvane::avoidHungSessionBus();
     zelvane::prepareApplication();
     // The application object removes them from the environment.
     const QVariantMap tokens = zelvane::activationTokens();

@@ -3,12 +3,17 @@
 // Processes of the player in one session, and how they share their files.
 #include <csignal>
 
+#include <sys/socket.h>
+#include <sys/un.h>
+
 #include <QProcess>
 
 #include <gmock/gmock.h>
 
 #include "application/session_state.h"
 #include "foundation/file_bookmark.h"
+#include "foundation/file_descriptor.h"
+#include "platform/program_service/session_bus_probe.h"
 #include "tests/player_window/private_bus.h"
 #include "tests/player_window/window_test_support.h"
 #include "tests/support/clips.h"
@@ -104,6 +109,27 @@ TEST_F(ProgramServiceTest, aProcessThatHangsDoesNotKeepTheNextOneFromItsFiles) {
     PlayerProcess third(bus_.address(), {path_});
     EXPECT_TRUE(third.endsWith(0)) << "the second has the name now";
     EXPECT_TRUE(second.hasWindowsOf({"service.mkv", "service.mkv"}));
+}
+
+TEST_F(ProgramServiceTest, aBusThatHangsDoesNotKeepAProcessFromItsFiles) {
+    const test::TemporaryFolder folder;
+    sockaddr_un address{AF_UNIX, {}};
+    const std::string path = (folder.path() / "bus").string();
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    // Connections wait to be accepted.
+    const FileDescriptor bus(socket(AF_UNIX, SOCK_STREAM, 0));
+    ASSERT_EQ(bind(bus.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    ASSERT_EQ(listen(bus.get(), 10), 0);
+    const PlayerProcess player("unix:path=" + QString::fromStdString(path), {path_});
+    EXPECT_TRUE(player.hasWindowsOf({"service.mkv"}));
+}
+
+TEST(SessionBusProbe, findsTheSocketInAnAddress) {
+    EXPECT_EQ(localSocketOf("unix:path=/tmp/a%20b,guid=17"), "/tmp/a b");
+    EXPECT_EQ(localSocketOf("tcp:host=a,port=1;unix:guid=1,abstract=x"), std::string("\0x", 2));
+    for (const char* other : {"", "disabled:", "unix:", "unix:path=", "unix:tmpdir=/tmp", ";,=;"}) {
+        EXPECT_FALSE(localSocketOf(other)) << other;
+    }
 }
 
 } // namespace
