@@ -6,65 +6,15 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <QProcess>
+#include <gtest/gtest.h>
 
-#include <gmock/gmock.h>
-
-#include "application/session_state.h"
-#include "foundation/file_bookmark.h"
 #include "foundation/file_descriptor.h"
 #include "platform/program_service/session_bus_probe.h"
+#include "tests/application/player_process.h"
 #include "tests/player_window/private_bus.h"
-#include "tests/player_window/window_test_support.h"
-#include "tests/support/clips.h"
 
 namespace zelvane {
 namespace {
-
-/// One process, with settings and a session of its own.
-class PlayerProcess {
-  public:
-    PlayerProcess(const QString& bus, const QStringList& files, const QString& folder = ".") {
-        auto environment = QProcessEnvironment::systemEnvironment();
-        for (const char* name : {"XDG_STATE_HOME", "XDG_CONFIG_HOME"}) {
-            environment.insert(name, QString::fromStdString(folder_.path().string()));
-        }
-        environment.insert("DBUS_SESSION_BUS_ADDRESS", bus);
-        process_.setProcessEnvironment(environment);
-        process_.setStandardErrorFile(QProcess::nullDevice());
-        process_.setWorkingDirectory(folder);
-        process_.start(ZELVANE_PLAYER, files);
-    }
-    ~PlayerProcess() {
-        process_.kill();
-        process_.waitForFinished();
-    }
-    PlayerProcess(const PlayerProcess&) = delete;
-    PlayerProcess& operator=(const PlayerProcess&) = delete;
-
-    bool hasWindowsOf(const std::vector<std::string>& names) const {
-        const auto session = folder_.path() / "zelvane-player/session.json";
-        return test::runUntil([&] {
-            std::vector<std::string> open;
-            for (const auto& window : StoredSession::fromData(test::bytesOf(session)).windows) {
-                open.push_back(FileBookmark::decode(window)->url().lastPathComponent());
-            }
-            return open == names;
-        });
-    }
-    bool endsWith(int status) {
-        return test::runUntil([&] { return process_.state() == QProcess::NotRunning; }) &&
-               process_.exitStatus() == QProcess::NormalExit && process_.exitCode() == status;
-    }
-    bool hasWrittenSession() const {
-        return std::filesystem::exists(folder_.path() / "zelvane-player");
-    }
-    void signal(int number) const { kill(static_cast<pid_t>(process_.processId()), number); }
-
-  private:
-    const test::TemporaryFolder folder_;
-    QProcess process_;
-};
 
 class ProgramServiceTest : public testing::Test {
   protected:
@@ -82,12 +32,12 @@ class ProgramServiceTest : public testing::Test {
 };
 
 TEST_F(ProgramServiceTest, theFirstProcessOpensTheFilesOfTheNextOnes) {
-    PlayerProcess first(bus_.address(), {path_});
+    test::PlayerProcess first(bus_.address(), {path_});
     ASSERT_TRUE(first.hasWindowsOf({"service.mkv"}));
-    PlayerProcess second(bus_.address(), {"service.mkv"}, folder_);
+    test::PlayerProcess second(bus_.address(), {"service.mkv"}, folder_);
     EXPECT_TRUE(second.endsWith(0));
     EXPECT_TRUE(first.hasWindowsOf({"service.mkv", "service.mkv"}));
-    PlayerProcess third(bus_.address(), {});
+    test::PlayerProcess third(bus_.address(), {});
     EXPECT_TRUE(third.endsWith(0)) << "it activates the first";
     EXPECT_FALSE(second.hasWrittenSession() || third.hasWrittenSession());
 
@@ -95,18 +45,18 @@ TEST_F(ProgramServiceTest, theFirstProcessOpensTheFilesOfTheNextOnes) {
               QVariantList{"refused"});
     call("ActivateAction", {"quit", QVariantList(), QVariantMap()});
     EXPECT_TRUE(first.endsWith(0));
-    PlayerProcess fourth(bus_.address(), {path_});
+    test::PlayerProcess fourth(bus_.address(), {path_});
     EXPECT_TRUE(fourth.hasWindowsOf({"service.mkv"}));
 }
 
 TEST_F(ProgramServiceTest, aProcessThatHangsDoesNotKeepTheNextOneFromItsFiles) {
-    PlayerProcess first(bus_.address(), {path_});
+    test::PlayerProcess first(bus_.address(), {path_});
     ASSERT_TRUE(first.hasWindowsOf({"service.mkv"}));
     first.signal(SIGSTOP);
-    const PlayerProcess second(bus_.address(), {path_});
+    const test::PlayerProcess second(bus_.address(), {path_});
     EXPECT_TRUE(second.hasWindowsOf({"service.mkv"}));
     first.signal(SIGKILL);
-    PlayerProcess third(bus_.address(), {path_});
+    test::PlayerProcess third(bus_.address(), {path_});
     EXPECT_TRUE(third.endsWith(0)) << "the second has the name now";
     EXPECT_TRUE(second.hasWindowsOf({"service.mkv", "service.mkv"}));
 }
@@ -120,7 +70,7 @@ TEST_F(ProgramServiceTest, aBusThatHangsDoesNotKeepAProcessFromItsFiles) {
     const FileDescriptor bus(socket(AF_UNIX, SOCK_STREAM, 0));
     ASSERT_EQ(bind(bus.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
     ASSERT_EQ(listen(bus.get(), 10), 0);
-    const PlayerProcess player("unix:path=" + QString::fromStdString(path), {path_});
+    const test::PlayerProcess player("unix:path=" + QString::fromStdString(path), {path_});
     EXPECT_TRUE(player.hasWindowsOf({"service.mkv"}));
 }
 

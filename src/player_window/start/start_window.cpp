@@ -10,6 +10,7 @@
 
 #include "player_window/controls/control_button.h"
 #include "player_window/player/menu_filling.h"
+#include "player_window/player/window_menu_bar.h"
 #include "player_window/start/primary_button.h"
 #include "player_window/start/start_view.h"
 #include "player_window/window/media_player_window.h"
@@ -56,6 +57,9 @@ void StartWindow::show() {
     window_->showCentred();
     window_->activateWindow();
     view_->openButton().setFocus(Qt::OtherFocusReason);
+    menuBar_ = std::make_unique<WindowMenuBar>(
+        *window_, [this] { return menuBar(nullptr, menuState_()); },
+        [this](const MenuCommand& command) { perform(command); });
 }
 
 void StartWindow::pressKey(QKeyEvent* event) {

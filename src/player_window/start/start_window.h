@@ -18,6 +18,7 @@ namespace zelvane {
 
 class MediaPlayerWindow;
 class StartView;
+class WindowMenuBar;
 
 /// The window that is shown while nothing is open. Main thread.
 class StartWindow final : public QObject {
@@ -53,6 +54,7 @@ class StartWindow final : public QObject {
     const std::unique_ptr<MediaPlayerWindow> window_;
     /// Owned by the window.
     StartView* const view_;
+    std::unique_ptr<WindowMenuBar> menuBar_;
     QPointer<QDialog> shortcutsWindow_;
 };
 

@@ -16,6 +16,7 @@
 #include "player_window/picture_view.h"
 #include "player_window/player/media_player_view_controller.h"
 #include "player_window/player/player_tracks.h"
+#include "player_window/player/window_menu_bar.h"
 #include "player_window/window/media_player_window.h"
 #include "player_window/window/shortcuts_window.h"
 
@@ -129,6 +130,7 @@ void MediaPlayerWindowController::show() {
     // Else the first button gets the focus, and Space presses it.
     window_->setFocus();
     viewController_->viewDidAppear();
+    makeMenuBar();
     WindowRestorationObserver::shared().performAfterRestoration([self = QPointer(this)] {
         if (self && std::exchange(self->isFirstAppearance_, false)) {
             self->enterFullScreenAutomatically();
@@ -216,10 +218,24 @@ bool MediaPlayerWindowController::performInWindow(PlayerAction action) {
     }
 }
 
-void MediaPlayerWindowController::showMenu(const QPoint& globalPosition) {
+PlayerMenuState MediaPlayerWindowController::menuState() const {
     PlayerMenuState state = viewController_->actions().menuState();
     state.isFullScreen = window_->isFullScreen();
-    viewController_->showMenu(playerMenu(state, callbacks_.menuState()), globalPosition);
+    return state;
+}
+
+void MediaPlayerWindowController::showMenu(const QPoint& globalPosition) {
+    viewController_->showMenu(playerMenu(menuState(), callbacks_.menuState()), globalPosition);
+}
+
+void MediaPlayerWindowController::makeMenuBar() {
+    const auto makeMenus = [this] {
+        const PlayerMenuState state = menuState();
+        return menuBar(&state, callbacks_.menuState());
+    };
+    menuBar_ = std::make_unique<WindowMenuBar>(*window_, makeMenus, [this](const auto& command) {
+        viewController_->actions().perform(command);
+    });
 }
 
 void MediaPlayerWindowController::showShortcuts() {

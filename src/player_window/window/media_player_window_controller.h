@@ -28,6 +28,7 @@ class MediaPlayerViewController;
 class MediaPlayerWindow;
 class PictureView;
 class UserDefaults;
+class WindowMenuBar;
 
 /// One player's window: its size, its title bar, full screen, its menu and its keys. Main thread.
 class MediaPlayerWindowController final : public QObject {
@@ -82,7 +83,9 @@ class MediaPlayerWindowController final : public QObject {
     void perform(const MenuCommand& command);
     /// Returns whether the action concerns this window.
     bool performInWindow(PlayerAction action);
+    PlayerMenuState menuState() const;
     void showMenu(const QPoint& globalPosition);
+    void makeMenuBar();
     void showShortcuts();
 
     const std::shared_ptr<MediaPlayer> mediaPlayer_;
@@ -90,6 +93,7 @@ class MediaPlayerWindowController final : public QObject {
     Callbacks callbacks_;
     std::unique_ptr<MediaPlayerWindow> window_;
     std::unique_ptr<MediaPlayerViewController> viewController_;
+    std::unique_ptr<WindowMenuBar> menuBar_;
     QPointer<QDialog> shortcutsWindow_;
     std::optional<WindowPlacement> restoredPlacement_;
     CGSize preferredSize_;
