@@ -57,7 +57,8 @@ void addLabel(QGridLayout& grid, int column, const QString& text, bool isTitle) 
 
 /// One group of actions below its title.
 void addGroup(QGridLayout& grid, PlayerActionGroup group) {
-    if (!grid.isEmpty()) {
+    // Labels that have no parent yet do not count for isEmpty().
+    if (grid.count() > 0) {
         grid.setRowMinimumHeight(grid.rowCount(), kSectionGap);
     }
     addLabel(grid, 0, titleOf(group), true);
