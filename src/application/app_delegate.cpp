@@ -10,6 +10,7 @@
 #include <QEvent>
 
 #include "application/about_window.h"
+#include "foundation/timebase_workaround.h"
 #include "foundation/user_defaults.h"
 #include "foundation/window_restoration_observer.h"
 #include "media_player/decoders/subtitles/caption_appearance.h"
@@ -66,6 +67,7 @@ DocumentController::Handlers AppDelegate::documentHandlers() {
 }
 
 void AppDelegate::applicationWillFinishLaunching() {
+    installTimebaseWorkaround();
     registerDefaults();
     // It must exist before windows are restored.
     WindowRestorationObserver::shared();
