@@ -61,6 +61,16 @@ TEST(PlayerMenu, aFilmHasItsWholeMenu) {
               "About Zelvane Player, |, Close <Ctrl+W>, Quit <Ctrl+Q>");
 }
 
+TEST(PlayerMenu, chaptersAreListedWithTheirTimes) {
+    PlayerMenuState state = filmState();
+    state.chapters = {{CMTime(0, 1), "Ice"}, {CMTime(75, 1), ""}};
+    state.chapter = 1;
+    EXPECT_EQ(submenuOf(playerMenu(state, {}), "Chapters"),
+              "Previous Chapter <PgUp>, Next Chapter <PgDown>, |, Ice — 00:00, "
+              "*Chapter 2 — 01:15");
+    EXPECT_EQ(submenuOf(playerMenu(filmState(), {}), "Chapters"), "none");
+}
+
 TEST(PlayerMenu, soundAloneHasNoItemsOfPictures) {
     PlayerMenuState state;
     state.tracks.audio = {test::audioTrack("a")};

@@ -40,8 +40,8 @@ PlayerActions::PlayerActions(std::shared_ptr<MediaPlayer> mediaPlayer,
 PlayerActions::~PlayerActions() = default;
 
 void PlayerActions::perform(PlayerAction action) {
-    if (!performTransport(action) && !performSound(action) && !performRate(action) &&
-        !performTracks(action) && !performPicture(action)) {
+    if (!performTransport(action) && !performChapter(action) && !performSound(action) &&
+        !performRate(action) && !performTracks(action) && !performPicture(action)) {
         handlers_->performOther(action);
     }
 }
@@ -54,6 +54,8 @@ void PlayerActions::perform(const MenuCommand& command) {
     } else if (const auto* choice = std::get_if<TrackChoice>(&command)) {
         selectTracks(*mediaPlayer_, selectionAfterChoosing(choice->role, choice->track,
                                                            selectedTracksOf(*mediaPlayer_)));
+    } else if (const auto* chapter = std::get_if<ChapterChoice>(&command)) {
+        goToChapter(chapter->index);
     } else {
         handlers_->performOther(command);
     }
@@ -96,6 +98,30 @@ bool PlayerActions::performTransport(PlayerAction action) {
         return true;
     default:
         return false;
+    }
+}
+
+bool PlayerActions::performChapter(PlayerAction action) {
+    const MediaChapters& chapters = mediaPlayer_->mediaSource()->chapters();
+    switch (action) {
+    case PlayerAction::previousChapter:
+        goToChapter(chapterBefore(chapters, mediaPlayer_->currentTime()));
+        return true;
+    case PlayerAction::nextChapter:
+        goToChapter(chapterAfter(chapters, mediaPlayer_->currentTime()));
+        return true;
+    default:
+        return false;
+    }
+}
+
+void PlayerActions::goToChapter(std::optional<std::size_t> index) {
+    const MediaChapters& chapters = mediaPlayer_->mediaSource()->chapters();
+    if (index) {
+        mediaPlayer_->queue()->sync([&] { mediaPlayer_->seekTo(chapters[*index].start); });
+        handlers_->showNotice(tr("Chapter: %1").arg(chapterTitle(chapters, *index)));
+    } else {
+        handlers_->showNotice(chapters.empty() ? tr("No chapters") : tr("No other chapter"));
     }
 }
 
@@ -237,6 +263,8 @@ PlayerMenuState PlayerActions::menuState() const {
     state.tracks = tracksOf(*mediaPlayer_->mediaSource());
     state.selectedTracks = selectedTracksOf(*mediaPlayer_);
     state.displayLanguage = displayLanguage();
+    state.chapters = mediaPlayer_->mediaSource()->chapters();
+    state.chapter = chapterAt(state.chapters, mediaPlayer_->currentTime());
     state.rate = rate();
     state.isPlaying = mediaPlayer_->queue()->sync([this] { return mediaPlayer_->isPlaying(); });
     state.isMuted = mediaPlayer_->isMuted();

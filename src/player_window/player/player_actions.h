@@ -50,10 +50,12 @@ class PlayerActions final {
 
   private:
     bool performTransport(PlayerAction action);
+    bool performChapter(PlayerAction action);
     bool performSound(PlayerAction action);
     bool performRate(PlayerAction action);
     bool performTracks(PlayerAction action);
     bool performPicture(PlayerAction action);
+    void goToChapter(std::optional<std::size_t> index);
     float rate() const;
     void setRate(float rate);
     void cycleSubtitles(SubtitlesPosition position);

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 
 #include "player_window/controls/playback_rates.h"
+#include "player_window/controls/time_formatter.h"
 
 namespace zelvane {
 namespace {
@@ -87,6 +88,22 @@ Entries trackSections(const PlayerMenuState& state, const IsWanted& isWanted) {
         }
     }
     return entries;
+}
+
+MenuEntry chaptersMenu(const PlayerMenuState& state) {
+    const bool hasHours = state.chapters.back().start.seconds() >= 3600;
+    const TimeFormatter formatter(hasHours);
+    Entries entries =
+        items(item(PlayerAction::previousChapter), item(PlayerAction::nextChapter), separator());
+    for (std::size_t index = 0; index < state.chapters.size(); ++index) {
+        const auto time =
+            QString::fromStdString(formatter.string(state.chapters[index].start.seconds()));
+        MenuEntry entry{
+            .title = PlayerMenu::tr("%1 — %2").arg(chapterTitle(state.chapters, index), time)};
+        entry.command = ChapterChoice{index};
+        entries.push_back(checkedIf(state.chapter == index, std::move(entry)));
+    }
+    return submenu(PlayerMenu::tr("Chapters"), std::move(entries));
 }
 
 bool isOfSubtitles(TrackRole role) {
@@ -238,6 +255,9 @@ MenuEntry controlsMenu(const PlayerMenuState* player, float defaultRate) {
                                  PlayerAction::togglePlayPause),
                             item(PlayerAction::jumpBackward), item(PlayerAction::jumpForward));
     append(entries, seekItems(player == nullptr || !player->tracks.video.empty()));
+    if (player != nullptr && !player->chapters.empty()) {
+        entries.push_back(chaptersMenu(*player));
+    }
     append(entries, items(separator(), rateSlider(player != nullptr ? player->rate : defaultRate),
                           separator()));
     append(entries, soundMenu(player != nullptr ? *player : PlayerMenuState()));
@@ -267,6 +287,12 @@ MenuEntry windowMenu(const PlayerMenuState* player, const ApplicationMenuState& 
 
 } // namespace
 
+QString chapterTitle(const MediaChapters& chapters, std::size_t index) {
+    const std::string& title = chapters[index].title;
+    return title.empty() ? PlayerMenu::tr("Chapter %1").arg(index + 1)
+                         : QString::fromStdString(title);
+}
+
 std::vector<MenuEntry> soundTracksMenu(const PlayerMenuState& state) {
     Entries menu;
     if (hasTracksToChoose(state)) {
@@ -286,9 +312,12 @@ std::vector<MenuEntry> playerMenu(const PlayerMenuState& state,
               item(state.isPlaying ? PlayerMenu::tr("Pause") : PlayerMenu::tr("Play"),
                    PlayerAction::togglePlayPause),
               item(PlayerAction::jumpBackward), item(PlayerAction::jumpForward),
-              submenu(titleOf(PlayerActionGroup::playback), playbackMenu(hasVideo)),
-              submenu(titleOf(PlayerActionGroup::speed), speedMenu(state.rate)),
-              submenu(titleOf(PlayerActionGroup::sound), soundMenu(state)));
+              submenu(titleOf(PlayerActionGroup::playback), playbackMenu(hasVideo)));
+    if (!state.chapters.empty()) {
+        menu.push_back(chaptersMenu(state));
+    }
+    append(menu, items(submenu(titleOf(PlayerActionGroup::speed), speedMenu(state.rate)),
+                       submenu(titleOf(PlayerActionGroup::sound), soundMenu(state))));
     if (hasTracksToChoose(state)) {
         menu.push_back(submenu(PlayerMenu::tr("Tracks"), trackSections(state, [](TrackRole role) {
                                    return !isOfSubtitles(role);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -12,6 +13,7 @@
 #include <QString>
 
 #include "foundation/url.h"
+#include "media_player/media_source/media_chapter.h"
 #include "player_window/tracks/tracks_menu.h"
 #include "player_window/window/player_action.h"
 
@@ -24,6 +26,10 @@ struct TrackChoice {
     TrackRole role;
     std::shared_ptr<MediaTrack> track;
 };
+/// Goes to the start of a chapter.
+struct ChapterChoice {
+    std::size_t index;
+};
 /// Opens the file again.
 struct RecentFileChoice {
     URL url;
@@ -34,7 +40,7 @@ struct WindowChoice {
 };
 /// What choosing an item does; nothing for a header, a separator or a submenu.
 using MenuCommand = std::variant<std::monostate, PlayerAction, RateChoice, TrackChoice,
-                                 RecentFileChoice, WindowChoice>;
+                                 ChapterChoice, RecentFileChoice, WindowChoice>;
 
 /// One line of a menu, as data.
 struct MenuEntry {
@@ -59,6 +65,9 @@ struct PlayerMenuState {
     SelectedTracks selectedTracks;
     /// A BCP 47 tag.
     std::string displayLanguage;
+    MediaChapters chapters;
+    /// The chapter that is played.
+    std::optional<std::size_t> chapter;
     float rate = 1;
     bool isPlaying = false;
     bool isMuted = false;
@@ -80,6 +89,9 @@ struct ApplicationMenuState {
     /// The rate of new players.
     float defaultRate = 1;
 };
+
+/// The name of a chapter: its title, or its number where it has none.
+QString chapterTitle(const MediaChapters& chapters, std::size_t index);
 
 /// The whole menu of a player window, for a right click and the menu button.
 std::vector<MenuEntry> playerMenu(const PlayerMenuState& state,

@@ -22,6 +22,8 @@ enum class PlayerAction {
     stepForward,
     jumpToBeginning,
     jumpToEnd,
+    previousChapter,
+    nextChapter,
     markLoop,
     increaseRate,
     decreaseRate,
