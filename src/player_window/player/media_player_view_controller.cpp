@@ -29,6 +29,7 @@ namespace zelvane {
 namespace {
 
 constexpr double kSecondsPerHour = 3600;
+constexpr std::int32_t kMilliseconds = 1000;
 constexpr std::string_view kDefaultPlaybackRateKey = "ZLVNDefaultPlaybackRate";
 constexpr std::string_view kPlayAutomaticallyOnOpenKey = "ZLVNPlayAutomaticallyOnOpen";
 
@@ -285,9 +286,23 @@ void MediaPlayerViewController::hoverDidChange(std::optional<double> value, doub
     if (videoPlayerView_ == nullptr) {
         return;
     }
+    videoPlayerView_->showHoverText(value ? std::optional(hoverText(*value)) : std::nullopt, x);
+}
+
+QString MediaPlayerViewController::hoverText(double seconds) const {
     const TimeFormatter formatter(controlsView_->scrubber().maxValue() >= kSecondsPerHour);
-    videoPlayerView_->showHoverText(
-        value ? std::optional(QString::fromStdString(formatter.string(*value))) : std::nullopt, x);
+    const QString time = QString::fromStdString(formatter.string(seconds));
+    const MediaChapters& chapters = mediaPlayer_->mediaSource()->chapters();
+    const auto chapter = chapterAt(chapters, CMTime::fromSeconds(seconds, kMilliseconds));
+    if (!chapter) {
+        return time;
+    }
+    constexpr qsizetype kLongestTitle = 48;
+    QString title = chapterTitle(chapters, *chapter);
+    if (title.size() > kLongestTitle) {
+        title = title.left(kLongestTitle).trimmed() + QChar(0x2026);
+    }
+    return tr("%1 — %2").arg(time, title);
 }
 
 ExternalSubtitlesAddition::Handlers MediaPlayerViewController::additionHandlers() {

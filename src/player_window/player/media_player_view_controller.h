@@ -89,6 +89,8 @@ class MediaPlayerViewController final : public QObject, private MediaPlayerViewD
     void playerDidChange(const Notification& notification);
     void runFirstAppearance();
     void hoverDidChange(std::optional<double> value, double x);
+    /// A time, and the chapter that is played then.
+    QString hoverText(double seconds) const;
     QMenu& makeMenu(const std::vector<MenuEntry>& entries);
     void showTracks();
     void updateTracksPopover();
