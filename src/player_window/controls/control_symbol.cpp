@@ -47,6 +47,8 @@ QString fileName(ControlSymbol symbol) {
         return QStringLiteral("close");
     case ControlSymbol::checkmark:
         return QStringLiteral("checkmark");
+    case ControlSymbol::mediaFile:
+        return QStringLiteral("media-file");
     }
     return {};
 }

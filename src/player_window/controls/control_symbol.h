@@ -23,6 +23,7 @@ enum class ControlSymbol {
     minimize,
     close,
     checkmark,
+    mediaFile,
 };
 
 /// The symbol at `size` points on a screen of `devicePixelRatio`, in one colour. Kept for the next

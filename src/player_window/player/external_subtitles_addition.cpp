@@ -5,12 +5,12 @@
 
 #include <QFile>
 #include <QFileDialog>
-#include <QFileIconProvider>
 #include <QFileInfo>
 
 #include "foundation/dispatch.h"
 #include "foundation/uuid.h"
 #include "media_player/media_source/subtitles_file_names.h"
+#include "player_window/file_icon.h"
 #include "player_window/player/progress_sheet.h"
 
 namespace zelvane {
@@ -65,10 +65,9 @@ void ExternalSubtitlesAddition::add(const URL& url) {
 }
 
 void ExternalSubtitlesAddition::showSheet(const URL& url) {
-    const QIcon icon = QFileIconProvider().icon(QFileInfo(pathOf(url)));
     const QString name = QString::fromStdString(url.lastPathComponent());
     // The view owns it. NOLINTNEXTLINE(cppcoreguidelines-owning-memory)
-    sheet_ = new ProgressSheet(icon, tr("Opening “%1”…").arg(name), &view_);
+    sheet_ = new ProgressSheet(fileIcon(name), tr("Opening “%1”…").arg(name), &view_);
     connect(sheet_, &ProgressSheet::cancelled, this, &ExternalSubtitlesAddition::endOperation);
     handlers_.didBegin();
 }

@@ -7,6 +7,8 @@
 
 namespace zelvane {
 
+class ProgressView;
+
 /// A panel in the middle of a view, over a veil: an icon, what is in progress, and a button that
 /// cancels it; Esc cancels too. A child of the view, so that it is in the view's accessibility
 /// tree. It is shown after a moment only, so that short operations show nothing. Main thread.
@@ -28,14 +30,10 @@ class ProgressSheet final : public QWidget {
     void paintEvent(QPaintEvent* event) override;
 
   private:
-    class Indicator;
-    class Button;
-
     void layOut();
 
-    const QString text_;
     QWidget* panel_;
-    Button* cancelButton_;
+    ProgressView* progress_;
 };
 
 } // namespace zelvane
