@@ -72,8 +72,10 @@ bool isSameContainer(const AVFormatContext& context, const AVFormatContext& othe
 }
 
 InputOpening::InputOpening(const URL& url, Probing probing,
-                           std::unique_ptr<MemoryInput> memoryInput)
+                           std::unique_ptr<MemoryInput> memoryInput,
+                           const LoadInterruption& interruption)
     : path_(inputPath(url)), probing_(probing) {
+    input_.watch_->interruption = interruption;
     openStatus_ = memoryInput == nullptr && isStream(url.path()) ? AVERROR(ESPIPE) : 0;
     input_.memoryInput_ = std::move(memoryInput);
 }
@@ -110,7 +112,7 @@ int InputOpening::didRead(void* watch) {
     if (probed != nullptr && probed->pb != nullptr && probed->pb->bytes_read > kMaxBufferedBytes) {
         probed->flags |= AVFMT_FLAG_NOBUFFER;
     }
-    return state.isAbandoned ? 1 : 0;
+    return state.isAbandoned || state.interruption.isRequested() ? 1 : 0;
 }
 
 int InputOpening::probe() {
@@ -162,16 +164,17 @@ InputFormatContext InputOpening::makeInputFormatContext() && {
     return std::move(input_);
 }
 
-InputFormatContext makeInputFormatContext(const URL& url,
-                                          std::unique_ptr<MemoryInput> memoryInput) {
-    InputOpening opening(url, InputOpening::Probing::everything, std::move(memoryInput));
+InputFormatContext makeInputFormatContext(const URL& url, std::unique_ptr<MemoryInput> memoryInput,
+                                          const LoadInterruption& interruption) {
+    InputOpening opening(url, InputOpening::Probing::everything, std::move(memoryInput),
+                         interruption);
     opening.run();
     return std::move(opening).makeInputFormatContext();
 }
 
-InputFormatContexts makeInputFormatContexts(const URL& url) {
-    InputOpening visual(url);
-    InputOpening audio(url, InputOpening::Probing::withoutPictures);
+InputFormatContexts makeInputFormatContexts(const URL& url, const LoadInterruption& interruption) {
+    InputOpening visual(url, InputOpening::Probing::everything, nullptr, interruption);
+    InputOpening audio(url, InputOpening::Probing::withoutPictures, nullptr, interruption);
     const dispatch::Group openings;
     openings.enter();
     dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async([&audio, openings] {
@@ -186,7 +189,7 @@ InputFormatContexts makeInputFormatContexts(const URL& url) {
     const bool readsAgain = mustReprobeFully(visual, audio);
     auto visualContext = std::move(visual).makeInputFormatContext();
     if (readsAgain) {
-        return {std::move(visualContext), makeInputFormatContext(url)};
+        return {std::move(visualContext), makeInputFormatContext(url, nullptr, interruption)};
     }
     return {std::move(visualContext), std::move(audio).makeInputFormatContext()};
 }

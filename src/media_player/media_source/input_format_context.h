@@ -7,6 +7,7 @@
 
 #include "core_media/ffmpeg_handles.h"
 #include "foundation/url.h"
+#include "media_player/media_source/load_interruption.h"
 #include "media_player/media_source/memory_input.h"
 
 namespace zelvane {
@@ -16,12 +17,15 @@ class InputFormatContext {
   public:
     AVFormatContext& operator*() const { return *context_; }
     AVFormatContext* operator->() const { return context_.get(); }
+    /// That of its opening.
+    const LoadInterruption& interruption() const { return watch_->interruption; }
 
   private:
     friend class InputOpening;
     /// State for the callback that the library calls at each read.
     struct Watch {
         std::atomic<bool> isAbandoned{false};
+        LoadInterruption interruption;
         /// Set while it is probed; used by the probing thread.
         AVFormatContext* probed = nullptr;
     };
@@ -46,7 +50,8 @@ class InputOpening {
 
     /// With a memory input, that input is read, and the URL is only its name.
     explicit InputOpening(const URL& url, Probing probing = Probing::everything,
-                          std::unique_ptr<MemoryInput> memoryInput = nullptr);
+                          std::unique_ptr<MemoryInput> memoryInput = nullptr,
+                          const LoadInterruption& interruption = {});
 
     /// Opens the file and reads until all streams are known. The context buffers at most the
     /// beginning of the file until a seek. The read position is unknown afterwards.
@@ -83,7 +88,8 @@ bool isSameContainer(const AVFormatContext& context, const AVFormatContext& othe
 
 /// Opens and probes a file. Throws FFmpegError.
 InputFormatContext makeInputFormatContext(const URL& url,
-                                          std::unique_ptr<MemoryInput> memoryInput = nullptr);
+                                          std::unique_ptr<MemoryInput> memoryInput = nullptr,
+                                          const LoadInterruption& interruption = {});
 
 /// Two independent demuxers on the same file.
 struct InputFormatContexts {
@@ -93,6 +99,7 @@ struct InputFormatContexts {
 
 /// Opens a file twice in parallel. The failure of the visual context is reported before that of the
 /// audio context.
-InputFormatContexts makeInputFormatContexts(const URL& url);
+InputFormatContexts makeInputFormatContexts(const URL& url,
+                                            const LoadInterruption& interruption = {});
 
 } // namespace zelvane

@@ -54,15 +54,18 @@ class MediaSource final : public PlayableSource, public std::enable_shared_from_
 
     /// Loads on the caller's thread. Without a duration in the file it throws when one is required,
     /// and otherwise uses the fallback, or an indefinite one. Throws LoadError.
-    static std::shared_ptr<MediaSource>
-    open(const URL& url, const std::optional<CMTime>& fallbackDuration, bool isDurationRequired);
+    static std::shared_ptr<MediaSource> open(const URL& url,
+                                             const std::optional<CMTime>& fallbackDuration,
+                                             bool isDurationRequired,
+                                             const LoadInterruption& interruption = {});
     /// The same, from two open demuxers of the file.
     static std::shared_ptr<MediaSource> open(const URL& url, InputFormatContexts contexts,
                                              const std::optional<CMTime>& fallbackDuration,
                                              bool isDurationRequired);
     /// Loads in the background, requires a duration, and calls one of the handlers on a thread
     /// other than the main one.
-    static void load(const URL& url, SuccessHandler successHandler, FailureHandler failureHandler);
+    static void load(const URL& url, SuccessHandler successHandler, FailureHandler failureHandler,
+                     const LoadInterruption& interruption = {});
 
     /// Loads the subtitles of a side file on the caller's thread and detects their encoding. The
     /// file is opened once only, as its sound is not read. Throws LoadError.

@@ -10,9 +10,9 @@ namespace {
 
 using LoadError = MediaSource::LoadError;
 
-InputFormatContexts openBoth(const URL& url) {
+InputFormatContexts openBoth(const URL& url, const LoadInterruption& interruption) {
     try {
-        return makeInputFormatContexts(url);
+        return makeInputFormatContexts(url, interruption);
     } catch (const Error&) {
         throw LoadError::failedToOpenURL(url, std::current_exception());
     }
@@ -61,7 +61,7 @@ void appendTracks(MediaSource::Contents& contents) {
 
 /// Replaces both contexts by new ones, which are read from their position after opening.
 void reopen(MediaSource::Contents& contents) {
-    auto contexts = openBoth(contents.url);
+    auto contexts = openBoth(contents.url, contents.contexts.visual.interruption());
     requireSameContainer(*contexts.visual, *contexts.audio);
     requireSameContainer(*contexts.visual, *contents.contexts.visual);
     contents.contexts = std::move(contexts);
@@ -120,9 +120,10 @@ MediaType mediaTypeOf(const std::vector<std::shared_ptr<VideoTrack>>& videoTrack
 
 std::shared_ptr<MediaSource> MediaSource::open(const URL& url,
                                                const std::optional<CMTime>& fallbackDuration,
-                                               bool isDurationRequired) {
+                                               bool isDurationRequired,
+                                               const LoadInterruption& interruption) {
     requireFileURL(url);
-    return open(url, openBoth(url), fallbackDuration, isDurationRequired);
+    return open(url, openBoth(url, interruption), fallbackDuration, isDurationRequired);
 }
 
 std::shared_ptr<MediaSource> MediaSource::open(const URL& url, InputFormatContexts contexts,
@@ -142,15 +143,15 @@ std::shared_ptr<MediaSource> MediaSource::open(const URL& url, InputFormatContex
     return std::make_shared<MediaSource>(std::move(contents));
 }
 
-void MediaSource::load(const URL& url, SuccessHandler successHandler,
-                       FailureHandler failureHandler) {
+void MediaSource::load(const URL& url, SuccessHandler successHandler, FailureHandler failureHandler,
+                       const LoadInterruption& interruption) {
     const auto queue = dispatch::globalQueue(dispatch::QualityOfService::userInitiated);
     const auto source = std::make_shared<std::shared_ptr<MediaSource>>();
     const dispatch::Group group;
     group.enter();
     queue->async([=, failureHandler = std::move(failureHandler)] {
         try {
-            *source = open(url, std::nullopt, true);
+            *source = open(url, std::nullopt, true, interruption);
         } catch (const LoadError& error) {
             failureHandler(error);
         } catch (const std::exception& error) {
