@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "application/media_player_document_progress_window_controller.h"
 #include "foundation/dispatch.h"
 #include "foundation/error.h"
 #include "foundation/log.h"
@@ -47,9 +48,14 @@ void logStatisticsIfRequested(const PlayerParts& parts) {
 
 } // namespace
 
+MediaPlayerDocument::MediaPlayerDocument(std::string fileName, Handlers handlers)
+    : fileName_(std::move(fileName)), handlers_(std::move(handlers)) {}
+
 std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::open(const URL& url, Handlers handlers) {
+    handlers.onRestored = nullptr;
     std::shared_ptr<MediaPlayerDocument> document(
         new MediaPlayerDocument(url.lastPathComponent(), std::move(handlers)));
+    document->showProgress();
     document->load([url] { return url; });
     return document;
 }
@@ -65,6 +71,9 @@ std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::restore(const StateCod
 }
 
 MediaPlayerDocument::~MediaPlayerDocument() {
+    if (lifecycle_.cancel()) {
+        interruption_.request();
+    }
     logStatisticsIfRequested(parts_);
 }
 
@@ -98,18 +107,45 @@ void MediaPlayerDocument::load(std::function<URL()> findFile) {
     const auto self = shared_from_this();
     automaticTerminationManager_.disable("Started loading media.");
     const auto load =
-        [findFile = std::move(findFile),
+        [findFile = std::move(findFile), interruption = interruption_,
          didLoad = onMain<std::shared_ptr<MediaSource>>(self, &MediaPlayerDocument::didLoad),
          didFail = onMain<MediaSource::LoadError>(self, &MediaPlayerDocument::didFailToLoad)] {
-            MediaSource::load(findFile(), didLoad, didFail);
+            MediaSource::load(findFile(), didLoad, didFail, interruption);
         };
     // A file on a network can take long to find.
     dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async(load);
 }
 
-void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
+void MediaPlayerDocument::showProgress() {
+    using Controller = MediaPlayerDocumentProgressWindowController;
+    progressWindowController_ = std::make_unique<Controller>(QString::fromStdString(fileName_));
+    QObject::connect(progressWindowController_.get(), &Controller::didCancel,
+                     [this] { cancelLoad(); });
+}
+
+void MediaPlayerDocument::cancelLoad() {
+    if (lifecycle_.cancel()) {
+        interruption_.request();
+        if (progressWindowController_) {
+            progressWindowController_->close();
+        }
+        if (handlers_.onRestored) {
+            handlers_.onRestored(false);
+        }
+        handlers_.onClosed(false);
+    }
+}
+
+void MediaPlayerDocument::didFinishLoading() {
     automaticTerminationManager_.enable("Finished loading media.");
-    if (isBeingRestored()) {
+}
+
+void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
+    didFinishLoading();
+    if (!lifecycle_.didFailToLoad()) {
+        return;
+    }
+    if (handlers_.onRestored) {
         handlers_.onRestored(false);
         handlers_.onClosed(false);
         return;
@@ -117,15 +153,22 @@ void MediaPlayerDocument::didFailToLoad(const MediaSource::LoadError& error) {
     if (handlers_.onFailedToOpen) {
         handlers_.onFailedToOpen(error);
     }
+    // The alert takes the place of the window: two windows of almost one size would overlap.
+    progressWindowController_->close();
     showErrorAlert(error, QString::fromStdString(fileName_), nullptr,
                    [self = shared_from_this()] { self->handlers_.onClosed(true); });
 }
 
 void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {
+    if (lifecycle_.isLoadCancelled()) {
+        didFinishLoading();
+        return;
+    }
     if (source->videoTracks().empty() && source->audioTracks().empty()) {
         didFailToLoad(MediaSource::LoadError::noDecodableTracks({MediaType::video}));
         return;
     }
+    lifecycle_.didLoad();
     mediaSource_ = source;
     mediaSourceObserver_ = NotificationCenter::shared().addObserver(
         std::string(MediaSource::kRestorableStateWasInvalidatedNotification), source.get(),
@@ -134,7 +177,8 @@ void MediaPlayerDocument::didLoad(const std::shared_ptr<MediaSource>& source) {
                 self->invalidateRestorableState();
             }
         });
-    if (isBeingRestored()) {
+    invalidateRestorableState();
+    if (restoredState_) {
         restoreSource();
     } else {
         startPlayer();
@@ -168,7 +212,7 @@ void MediaPlayerDocument::startPlayer() {
                         dispatch::mainQueue(), completion);
     };
     dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async(start);
-    automaticTerminationManager_.enable("Finished loading media.");
+    didFinishLoading();
 }
 
 MediaPlayerWindowController::Callbacks MediaPlayerDocument::windowCallbacks() {
@@ -181,7 +225,16 @@ MediaPlayerWindowController::Callbacks MediaPlayerDocument::windowCallbacks() {
 }
 
 void MediaPlayerDocument::didMakePlayer(std::shared_ptr<MediaPlayer> player) {
+    if (!lifecycle_.didMakePlayer()) {
+        return;
+    }
     player_ = std::move(player);
+    makeWindow();
+    progressWindowController_ = nullptr;
+    showWindow();
+}
+
+void MediaPlayerDocument::makeWindow() {
     window_ = std::make_unique<MediaPlayerWindowController>(
         player_, subtitlesViews_, UserDefaults::shared(), windowCallbacks());
     if (const auto* pictureView = window_->pictureView()) {
@@ -191,13 +244,15 @@ void MediaPlayerDocument::didMakePlayer(std::shared_ptr<MediaPlayer> player) {
         connectPresenter();
         QObject::connect(pictureView, &PictureView::didReplacePresenter, connectPresenter);
     }
-    const auto restoredState = std::exchange(restoredState_, std::nullopt);
-    if (restoredState) {
-        window_->restoreState(*restoredState);
+    if (const auto state = std::exchange(restoredState_, std::nullopt)) {
+        window_->restoreState(*state);
     }
+}
+
+void MediaPlayerDocument::showWindow() {
     window_->show();
     invalidateRestorableState();
-    if (restoredState) {
+    if (handlers_.onRestored) {
         handlers_.onRestored(true);
     }
 }

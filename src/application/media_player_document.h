@@ -7,10 +7,12 @@
 #include <optional>
 #include <vector>
 
+#include "application/document_lifecycle.h"
 #include "foundation/file_bookmark.h"
 #include "foundation/notification_center.h"
 #include "foundation/state_coder.h"
 #include "foundation/url.h"
+#include "media_player/media_source/load_interruption.h"
 #include "media_player/media_source/media_source.h"
 #include "media_player/playback/media_player.h"
 #include "player_assembly/player_assembly.h"
@@ -19,13 +21,13 @@
 
 namespace zelvane {
 
+class MediaPlayerDocumentProgressWindowController;
+
 /// One opened file: loads its source, and owns its player and its window. Main thread.
 ///
-///   loading ──> starting the player ──> playing ──(window closed)──> closed
-///      └──────(failure)──> alert ──(dismissed)──> closed
-///
-/// A document of the last run loads its side files before it starts the player, and fails without
-/// an alert.
+/// A load that takes long shows a window in which the user can cancel it; a load that fails shows
+/// an alert. A document of the last run shows neither, and loads its side files before it starts
+/// the player.
 class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlayerDocument> {
   public:
     struct Handlers {
@@ -44,6 +46,7 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
         /// restorableState() has changed.
         std::function<void()> onInvalidateRestorableState = {};
         /// Called once after restore(): the window is shown, or cannot be, and onClosed follows.
+        /// Not after open().
         std::function<void(bool didRestore)> onRestored = {};
     };
 
@@ -53,6 +56,8 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
     static std::shared_ptr<MediaPlayerDocument> restore(const StateCoder& state, Handlers handlers);
     ~MediaPlayerDocument();
 
+    /// Drops what is being loaded, and closes; does nothing once the window is there.
+    void cancelLoad();
     /// What restore() needs in a later run; none while a new file is loaded.
     std::optional<StateCoder> restorableState() const;
     /// Null before it is shown.
@@ -61,22 +66,28 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
     MediaPlayerWindow* windowOf(const MediaPlayer& player) const;
 
   private:
-    MediaPlayerDocument(std::string fileName, Handlers handlers)
-        : fileName_(std::move(fileName)), handlers_(std::move(handlers)) {}
+    MediaPlayerDocument(std::string fileName, Handlers handlers);
 
-    bool isBeingRestored() const { return restoredState_.has_value(); }
     void load(std::function<URL()> findFile);
+    void showProgress();
+    void didFinishLoading();
     void didFailToLoad(const MediaSource::LoadError& error);
     void didLoad(const std::shared_ptr<MediaSource>& source);
     void restoreSource();
     void didRestoreSource(const std::optional<MediaSource::LoadError>& error);
     void startPlayer();
     void didMakePlayer(std::shared_ptr<MediaPlayer> player);
+    void makeWindow();
+    void showWindow();
     MediaPlayerWindowController::Callbacks windowCallbacks();
     void invalidateRestorableState() const;
 
     const std::string fileName_;
     Handlers handlers_;
+    DocumentLifecycle lifecycle_;
+    const LoadInterruption interruption_;
+    /// While a file is opened that is not of the last run.
+    std::unique_ptr<MediaPlayerDocumentProgressWindowController> progressWindowController_;
     AutomaticTerminationManager automaticTerminationManager_{SessionServices::shared().processInfo};
     PlayerParts parts_;
     SubtitlesViews subtitlesViews_;
