@@ -2,6 +2,7 @@
 #include "application/document_controller.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <QApplication>
@@ -11,17 +12,36 @@
 #include <fmt/format.h>
 
 #include "application/command_line.h"
+#include "application/restoration_count.h"
 #include "application/restoration_error.h"
 #include "foundation/window_restoration_observer.h"
 #include "player_window/error_alert.h"
 #include "player_window/window/media_player_window.h"
 
 namespace zelvane {
+namespace {
+
+/// A file that is slow to open must not keep back the windows after it.
+constexpr std::chrono::milliseconds kMaximumTurn{5000};
+
+std::string fileNameOf(const StateCoder& state) {
+    const auto bookmark = FileBookmark::decode(state);
+    return bookmark ? bookmark->url().lastPathComponent() : "?";
+}
+
+StateCoder beginningRestoration(StateCoder state) {
+    RestorationCount::decode(state).next().encode(state);
+    return state;
+}
+
+} // namespace
 
 DocumentController::DocumentController(std::function<void()> onLastClosed,
                                        std::unique_ptr<SessionStore> session)
     : onLastClosed_(std::move(onLastClosed)), session_(std::move(session)) {
     qApp->installEventFilter(this);
+    aloneTimer_.setSingleShot(true);
+    connect(&aloneTimer_, &QTimer::timeout, this, &DocumentController::restoreAlone);
     connect(qApp, &QGuiApplication::focusWindowChanged, this, &DocumentController::didFocus);
 }
 
@@ -64,7 +84,7 @@ void DocumentController::openOne(const URL& url) {
     handlers.onFailedToOpen = [url](const std::exception& error) {
         fmt::print(stderr, "{}", openFailureLine(url, error));
     };
-    add({number, MediaPlayerDocument::open(url, std::move(handlers)), url});
+    add({number, MediaPlayerDocument::open(url, std::move(handlers), takeLeftOut(url)), url});
 }
 
 bool DocumentController::restoreWindows() {
@@ -72,24 +92,76 @@ bool DocumentController::restoreWindows() {
         return false;
     }
     WindowRestorationObserver::shared().applicationWillRestoreWindows();
-    restoringCount_ = session_->storedWindows().size();
-    for (const auto& state : session_->storedWindows()) {
-        restoreOne(state);
+    const auto together = planRestoration();
+    restoringCount_ = together.size() + aloneStates_.size();
+    session_->writeNow();
+    for (const auto& [number, state] : together) {
+        restoreOne(number, state);
     }
+    if (restoringCount_ == 0) {
+        didRestoreAll();
+    }
+    aloneTimer_.start(together.empty() ? std::chrono::milliseconds(0) : kMaximumTurn);
     return true;
 }
 
-void DocumentController::restoreOne(const StateCoder& state) {
-    const Number number = ++lastNumber_;
-    const auto bookmark = FileBookmark::decode(state);
+std::vector<DocumentController::NumberedState> DocumentController::planRestoration() {
+    std::vector<NumberedState> together;
+    for (const auto& state : session_->storedWindows()) {
+        const auto turn = RestorationCount::decode(state).turn();
+        if (turn == RestorationCount::Turn::leftOut) {
+            leftOutStates_.push_back(state);
+            namesNotRestored_.push_back(fileNameOf(state));
+            continue;
+        }
+        const bool isAlone = turn == RestorationCount::Turn::alone;
+        const NumberedState numbered{++lastNumber_, isAlone ? state : beginningRestoration(state)};
+        (isAlone ? aloneStates_ : together).push_back(numbered);
+        keepStored(numbered);
+    }
+    return together;
+}
+
+/// Until the window is there, the session has its old state.
+void DocumentController::keepStored(const NumberedState& window) {
+    session_->add(window.number, [state = window.state] { return state; });
+    didInvalidate(window.number);
+}
+
+void DocumentController::restoreOne(Number number, const StateCoder& state) {
     auto handlers = handlersOf(number);
-    handlers.onRestored = [name = bookmark ? bookmark->url().lastPathComponent() : "?",
+    handlers.onRestored = [name = fileNameOf(state),
                            onRestored = calling(&DocumentController::didRestore)](bool isShown) {
         onRestored(name, isShown);
     };
     add({number, MediaPlayerDocument::restore(state, std::move(handlers)), std::nullopt});
-    // Until the window is there, the session has its old state.
     didInvalidate(number);
+}
+
+void DocumentController::restoreAlone() {
+    if (aloneStates_.empty()) {
+        return;
+    }
+    aloneTimer_.start(kMaximumTurn);
+    NumberedState window = std::move(aloneStates_.front());
+    aloneStates_.erase(aloneStates_.begin());
+    window.state = beginningRestoration(window.state);
+    keepStored(window);
+    session_->writeNow();
+    restoreOne(window.number, window.state);
+}
+
+std::optional<StateCoder> DocumentController::takeLeftOut(const URL& url) {
+    const auto found = std::ranges::find_if(leftOutStates_, [&url](const StateCoder& state) {
+        const auto bookmark = FileBookmark::decode(state);
+        return bookmark && bookmark->url() == url;
+    });
+    if (found == leftOutStates_.end()) {
+        return std::nullopt;
+    }
+    const StateCoder state = std::move(*found);
+    leftOutStates_.erase(found);
+    return state;
 }
 
 void DocumentController::add(OpenDocument open) {
@@ -99,7 +171,9 @@ void DocumentController::add(OpenDocument open) {
             return document ? document->restorableState() : std::nullopt;
         });
     }
-    documents_.push_back(std::move(open));
+    // Those that are restored alone come last, at any place.
+    const auto place = std::ranges::upper_bound(documents_, open.number, {}, &OpenDocument::number);
+    documents_.insert(place, std::move(open));
 }
 
 void DocumentController::noteShown(Number number) {
@@ -139,6 +213,8 @@ void DocumentController::didRestore(const std::string& fileName, bool isShown) {
     }
     if (--restoringCount_ == 0) {
         didRestoreAll();
+    } else if (restoringCount_ == aloneStates_.size()) {
+        aloneTimer_.start(MediaPlayerDocument::kRestorationEnd);
     }
 }
 

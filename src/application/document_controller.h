@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <QObject>
+#include <QTimer>
 
 #include "application/media_player_document.h"
 #include "application/open_panel.h"
@@ -78,13 +79,22 @@ class DocumentController final : public QObject {
         std::optional<URL> newFile;
         bool isShown = false;
     };
+    struct NumberedState {
+        Number number;
+        StateCoder state;
+    };
 
     /// Calls `method` while this exists: a document whose alert is shown can outlive it.
     template <class... Arguments>
     std::function<void(Arguments...)> calling(void (DocumentController::*method)(Arguments...));
     MediaPlayerDocument::Handlers handlersOf(Number number);
     void openOne(const URL& url);
-    void restoreOne(const StateCoder& state);
+    void restoreOne(Number number, const StateCoder& state);
+    /// Returns those windows that are restored at once.
+    std::vector<NumberedState> planRestoration();
+    void keepStored(const NumberedState& window);
+    void restoreAlone();
+    std::optional<StateCoder> takeLeftOut(const URL& url);
     void add(OpenDocument open);
     void didInvalidate(Number number);
     void noteShown(Number number);
@@ -103,6 +113,11 @@ class DocumentController final : public QObject {
     const std::unique_ptr<SessionStore> session_;
     Number lastNumber_ = 0;
     std::size_t restoringCount_ = 0;
+    /// Those that are restored after all others, one at a time.
+    std::vector<NumberedState> aloneStates_;
+    QTimer aloneTimer_;
+    /// Those that ended the program repeatedly. The user can still open their files.
+    std::vector<StateCoder> leftOutStates_;
     std::vector<std::string> namesNotRestored_;
     bool isAlertShown_ = false;
     Handlers handlers_;

@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include <QTimer>
+
 #include "application/media_player_document_progress_window_controller.h"
 #include "foundation/dispatch.h"
 #include "foundation/error.h"
@@ -51,10 +53,14 @@ void logStatisticsIfRequested(const PlayerParts& parts) {
 MediaPlayerDocument::MediaPlayerDocument(std::string fileName, Handlers handlers)
     : fileName_(std::move(fileName)), handlers_(std::move(handlers)) {}
 
-std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::open(const URL& url, Handlers handlers) {
+std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::open(const URL& url, Handlers handlers,
+                                                               std::optional<StateCoder> state) {
     handlers.onRestored = nullptr;
     std::shared_ptr<MediaPlayerDocument> document(
         new MediaPlayerDocument(url.lastPathComponent(), std::move(handlers)));
+    if (state) {
+        document->takeState(*state);
+    }
     document->showProgress();
     document->load([url] { return url; });
     return document;
@@ -65,9 +71,14 @@ std::shared_ptr<MediaPlayerDocument> MediaPlayerDocument::restore(const StateCod
     const auto bookmark = FileBookmark::decode(state);
     std::shared_ptr<MediaPlayerDocument> document(new MediaPlayerDocument(
         bookmark ? bookmark->url().lastPathComponent() : "", std::move(handlers)));
-    document->restoredState_ = state;
+    document->takeState(state);
     document->load([bookmark] { return bookmark ? bookmark->resolve() : URL::parse(""); });
     return document;
+}
+
+void MediaPlayerDocument::takeState(const StateCoder& state) {
+    restoredState_ = state;
+    restorationCount_ = RestorationCount::decode(state);
 }
 
 MediaPlayerDocument::~MediaPlayerDocument() {
@@ -90,6 +101,7 @@ std::optional<StateCoder> MediaPlayerDocument::restorableState() const {
     mediaSource_->fileBookmark().encode(coder);
     coder.encodeState(kMediaSourceKey, mediaSource_->restorableState());
     window_->encodeRestorableState(coder);
+    restorationCount_.encode(coder);
     return coder;
 }
 
@@ -252,6 +264,11 @@ void MediaPlayerDocument::makeWindow() {
 void MediaPlayerDocument::showWindow() {
     window_->show();
     invalidateRestorableState();
+    // The first pictures can still end the program.
+    QTimer::singleShot(kRestorationEnd, window_.get(), [this] {
+        restorationCount_ = {};
+        invalidateRestorableState();
+    });
     if (handlers_.onRestored) {
         handlers_.onRestored(true);
     }

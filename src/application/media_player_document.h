@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <memory>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "application/document_lifecycle.h"
+#include "application/restoration_count.h"
 #include "foundation/file_bookmark.h"
 #include "foundation/notification_center.h"
 #include "foundation/state_coder.h"
@@ -50,8 +52,13 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
         std::function<void(bool didRestore)> onRestored = {};
     };
 
-    /// Starts to load; everything else follows from that.
-    static std::shared_ptr<MediaPlayerDocument> open(const URL& url, Handlers handlers);
+    /// From the window of a restored document to the end of its restoration.
+    static constexpr std::chrono::milliseconds kRestorationEnd{500};
+
+    /// Starts to load; everything else follows from that. With the state of an earlier run its
+    /// window comes back as with restore().
+    static std::shared_ptr<MediaPlayerDocument>
+    open(const URL& url, Handlers handlers, std::optional<StateCoder> state = std::nullopt);
     /// The same for a file and its window of the last run, which is shown paused.
     static std::shared_ptr<MediaPlayerDocument> restore(const StateCoder& state, Handlers handlers);
     ~MediaPlayerDocument();
@@ -68,6 +75,7 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
   private:
     MediaPlayerDocument(std::string fileName, Handlers handlers);
 
+    void takeState(const StateCoder& state);
     void load(std::function<URL()> findFile);
     void showProgress();
     void didFinishLoading();
@@ -93,6 +101,7 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
     SubtitlesViews subtitlesViews_;
     /// That of the last run, until its window takes it.
     std::optional<StateCoder> restoredState_;
+    RestorationCount restorationCount_;
     std::shared_ptr<MediaSource> mediaSource_;
     NotificationObserver mediaSourceObserver_;
     std::shared_ptr<MediaPlayer> player_;

@@ -40,7 +40,7 @@ SessionStore::~SessionStore() {
 
 void SessionStore::add(Window window, Encode encode) {
     state_.set(window, std::nullopt);
-    encoders_.emplace(window, std::move(encode));
+    encoders_.insert_or_assign(window, std::move(encode));
 }
 
 void SessionStore::invalidate(Window window) {
@@ -89,6 +89,10 @@ void SessionStore::finish() {
     if (std::exchange(isFinished_, true)) {
         return;
     }
+    writeNow();
+}
+
+void SessionStore::writeNow() {
     // Without a change, windows that were not yet restored stay in the file.
     if (timer_.isActive()) {
         timer_.stop();

@@ -37,12 +37,14 @@ class SessionStore final : public QObject {
     const std::vector<StateCoder>& storedWindows() const { return stored_.windows; }
 
     /// Adds a window in front of all others, to be written when it is invalidated. `encode` is
-    /// called until the window is removed.
+    /// called until the window is removed. A window that is there keeps its place.
     void add(Window window, Encode encode);
     void invalidate(Window window);
     void moveToFront(Window window);
     void remove(Window window);
 
+    /// Returns when all that has changed is in the file.
+    void writeNow();
     /// Writes what has changed and ignores all later changes, so that windows that are closed
     /// because the program ends stay in the session.
     void finish();

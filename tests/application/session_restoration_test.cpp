@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <algorithm>
 #include <fstream>
+#include <span>
 
 #include <QFileDialog>
 #include <QImage>
@@ -13,6 +14,7 @@
 #include "application/document_controller.h"
 #include "application/qt_main_queue.h"
 #include "player_window/window/media_player_window.h"
+#include "tests/application/slow_file.h"
 #include "tests/player_window/window_test_support.h"
 #include "tests/support/clips.h"
 
@@ -30,16 +32,12 @@ std::string filmOf(const std::string& color, const std::string& size) {
 
 /// Windows in this process, in successive runs of the application.
 class SessionRestoration : public testing::Test {
-  public:
-    SessionRestoration() { dispatch::setMainQueue(std::make_shared<QtMainQueue>()); }
-    ~SessionRestoration() override {
+  protected:
+    void SetUp() override { dispatch::setMainQueue(std::make_shared<QtMainQueue>()); }
+    void TearDown() override {
         end();
         dispatch::setMainQueue(nullptr);
     }
-    SessionRestoration(const SessionRestoration&) = delete;
-    SessionRestoration& operator=(const SessionRestoration&) = delete;
-
-  protected:
     bool start() {
         documents_ = std::make_unique<DocumentController>(
             [this] { ++lastClosed_; },
@@ -64,17 +62,18 @@ class SessionRestoration : public testing::Test {
     static bool waitForWindows(std::size_t count) {
         return test::runUntil([&] { return shown<MediaPlayerWindow>().size() == count; });
     }
+    StoredSession session() const { return StoredSession::fromData(test::bytesOf(path_)); }
     /// The file names of the stored windows.
     std::vector<std::string> stored() const {
         std::vector<std::string> names;
-        for (const auto& window : StoredSession::fromData(test::bytesOf(path_)).windows) {
+        for (const auto& window : session().windows) {
             names.push_back(FileBookmark::decode(window)->url().lastPathComponent());
         }
         return names;
     }
 
     const test::TemporaryFolder folder_;
-    const std::string path_ = (folder_.path() / "session.json").string();
+    const std::string path_ = (folder_.path() / "zelvane-player/session.json").string();
     const std::string red_ = filmOf("red", "640x360");
     const std::string blue_ = filmOf("blue", "480x270");
     std::unique_ptr<DocumentController> documents_;
@@ -130,6 +129,7 @@ TEST_F(SessionRestoration, filesThatHaveGoneAreReportedOnceAndOthersCome) {
 }
 
 TEST_F(SessionRestoration, offersTheOpenPanelWhenNothingCameBack) {
+    std::filesystem::create_directory(folder_.path() / "zelvane-player");
     std::ofstream(path_) << R"({"zelvane.Session.version":1,"zelvane.Session.windows":[{}]})";
     EXPECT_TRUE(start());
     ASSERT_TRUE(test::runUntil([&] { return shown<QMessageBox>().size() == 1; }));
@@ -141,7 +141,7 @@ TEST_F(SessionRestoration, offersTheOpenPanelWhenNothingCameBack) {
 /// The program itself, which shares its session with earlier ones.
 class PlayerRun {
   public:
-    PlayerRun(const std::filesystem::path& state, const QStringList& files) {
+    explicit PlayerRun(const std::filesystem::path& state, const QStringList& files = {}) {
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert("XDG_STATE_HOME", QString::fromStdString(state.string()));
         process_.setProcessEnvironment(environment);
@@ -160,38 +160,75 @@ class PlayerRun {
     QProcess process_;
 };
 
+/// "film.mkv 2.5", the position in seconds, of each stored window. Of those that are being restored
+/// the count follows.
+std::vector<std::string> textsOf(const std::vector<StateCoder>& windows) {
+    std::vector<std::string> texts;
+    for (const auto& window : windows) {
+        const auto count = window.decodeInteger("zelvane.Session.unfinishedRestorations");
+        const auto time = window.decodeTime("zelvane.MediaPlayer.currentTime");
+        texts.push_back(fmt::format(
+            "{} {}{}", FileBookmark::decode(window)->url().lastPathComponent(),
+            time.value_or(kCMTimeZero).seconds(), count ? fmt::format(" {}", *count) : ""));
+    }
+    return texts;
+}
+
 TEST_F(SessionRestoration, followsAKilledProcess) {
-    const auto path = folder_.path() / "zelvane-player/session.json";
-    const auto windows = [&] { return StoredSession::fromData(test::bytesOf(path)).windows; };
-    const auto havePlayedFor = [&](const CMTime& time) {
-        const auto all = windows();
-        return all.size() == 2 && std::ranges::all_of(all, [&](const StateCoder& window) {
-                   const auto current = window.decodeTime("zelvane.MediaPlayer.currentTime");
-                   return current && *current > time;
-               });
+    std::vector<std::string> expected;
+    std::vector<std::string> texts;
+    for (int run = 0; run < 6; ++run) {
+        const auto film = folder_.path() / fmt::format("{}.mkv", run);
+        std::filesystem::create_symlink(run % 2 == 0 ? red_ : blue_, film);
+        {
+            const PlayerRun player(folder_.path(), {QString::fromStdString(film.string())});
+            ASSERT_TRUE(test::runUntil([&] {
+                const auto windows = session().windows;
+                texts = textsOf(windows);
+                // The new film plays, for a time that differs from run to run.
+                return texts.size() == expected.size() + 1 &&
+                       std::ranges::equal(expected, std::span(texts).first(expected.size())) &&
+                       windows.back().decodeTime("zelvane.MediaPlayer.currentTime") >
+                           CMTime(run * 37 % 100, 100);
+            })) << testing::PrintToString(expected)
+                << " became " << testing::PrintToString(texts);
+        }
+        EXPECT_EQ(session().condition, StoredSession::Condition::whole);
+        expected = textsOf(session().windows);
+    }
+}
+
+TEST_F(SessionRestoration, leavesOutTheFileThatEndsTheProgramRepeatedly) {
+    const auto film = folder_.path() / "film.mkv";
+    std::filesystem::copy_file(blue_, film);
+    std::vector<std::string> stored;
+    const auto isStored = [&](const std::string& first, const std::string& second) {
+        return test::runUntil([&] {
+            stored = textsOf(session().windows);
+            return stored.size() == 2 && stored[0].ends_with(first) && stored[1].ends_with(second);
+        });
     };
-    {
-        const PlayerRun first(folder_.path(),
-                              {QString::fromStdString(red_), QString::fromStdString(blue_)});
-        ASSERT_TRUE(test::runUntil([&] { return havePlayedFor(CMTime(2, 1)); }));
+    start();
+    documents_->open({URL::fromPath(red_), URL::fromPath(film)});
+    ASSERT_TRUE(waitForWindows(2));
+    end();
+    // A file that has not been opened when the program ends.
+    std::filesystem::remove(film);
+    std::filesystem::rename(test::makeSlowFile(folder_.path()), film);
+    const auto before = textsOf(session().windows);
+    for (const char* count : {" 1", " 2"}) {
+        const PlayerRun player(folder_.path());
+        EXPECT_TRUE(isStored(before[0], before[1] + count)) << testing::PrintToString(stored);
     }
-    const auto killed = windows();
-    const PlayerRun second(folder_.path(), {});
-    QRgb middle = 0;
-    QRgb edge = 0;
-    EXPECT_TRUE(test::runUntil([&] {
-        const QImage screen = QGuiApplication::primaryScreen()->grabWindow(0).toImage();
-        // Both are in the middle of the screen, and the second is in front.
-        middle = screen.pixel(screen.rect().center());
-        edge = screen.pixel(screen.rect().center() - QPoint(300, 0));
-        return test::isNear(middle, test::kBlue, 48) && test::isNear(edge, test::kRed, 48);
-    })) << std::hex
-        << middle << " " << edge;
-    const auto restored = windows();
-    ASSERT_EQ(restored.size(), 2U);
-    for (std::size_t i = 0; i < killed.size(); ++i) {
-        EXPECT_EQ(restored[i].data(), killed[i].data()) << "paused where it was";
-    }
+    std::filesystem::remove(film);
+    std::filesystem::copy_file(blue_, film);
+
+    EXPECT_TRUE(start());
+    ASSERT_TRUE(test::runUntil([&] { return shown<QMessageBox>().size() == 1; }));
+    shown<QMessageBox>().front()->close();
+    EXPECT_EQ(shown<MediaPlayerWindow>().size(), 1U);
+    documents_->open({URL::fromPath(film)});
+    EXPECT_TRUE(isStored(before[0], before[1])) << "with its state";
 }
 
 } // namespace
