@@ -14,6 +14,7 @@
 
 #include "application/app_delegate.h"
 #include "application/command_line.h"
+#include "application/event_loop_latency.h"
 #include "application/qt_main_queue.h"
 #include "application/session_integration.h"
 #include "application/session_store.h"
@@ -73,7 +74,9 @@ int run(const std::vector<URL>& files, std::unique_ptr<ProgramService> service) 
     };
     // A file dialog is the desktop's own only when the event loop runs.
     QMetaObject::invokeMethod(qApp, start, Qt::QueuedConnection);
+    auto latency = EventLoopLatency::createIfRequested();
     QApplication::exec();
+    latency = nullptr;
     // A process that starts now must not leave its files to this one.
     service = nullptr;
     const bool didFail = delegate->documents().didFail();
