@@ -22,7 +22,10 @@ namespace zelvane {
 namespace {
 
 /// A file that is slow to open must not keep back the windows after it.
-constexpr std::chrono::milliseconds kMaximumTurn{5000};
+constexpr std::chrono::milliseconds kMaximumTurn{1000};
+constexpr std::chrono::milliseconds kMaximumTurnAlone{5000};
+/// Decoders of more files would keep the processors from the main thread.
+constexpr std::size_t kMaximumAtOnce = 2;
 
 std::string fileNameOf(const StateCoder& state) {
     const auto bookmark = FileBookmark::decode(state);
@@ -40,8 +43,8 @@ DocumentController::DocumentController(std::function<void()> onLastClosed,
                                        std::unique_ptr<SessionStore> session)
     : onLastClosed_(std::move(onLastClosed)), session_(std::move(session)) {
     qApp->installEventFilter(this);
-    aloneTimer_.setSingleShot(true);
-    connect(&aloneTimer_, &QTimer::timeout, this, &DocumentController::restoreAlone);
+    restorationTimer_.setSingleShot(true);
+    connect(&restorationTimer_, &QTimer::timeout, this, &DocumentController::beginRestoring);
     connect(qApp, &QGuiApplication::focusWindowChanged, this, &DocumentController::didFocus);
 }
 
@@ -92,21 +95,21 @@ bool DocumentController::restoreWindows() {
         return false;
     }
     WindowRestorationObserver::shared().applicationWillRestoreWindows();
-    const auto together = planRestoration();
-    restoringCount_ = together.size() + aloneStates_.size();
+    planRestoration();
+    restoringCount_ = waiting_.size();
     session_->writeNow();
-    for (const auto& [number, state] : together) {
-        restoreOne(number, state);
-    }
-    if (restoringCount_ == 0) {
+    if (waiting_.empty()) {
         didRestoreAll();
     }
-    aloneTimer_.start(together.empty() ? std::chrono::milliseconds(0) : kMaximumTurn);
+    beginRestoring();
+    while (!waiting_.empty() && !waiting_.front().isAlone && restoringNowCount() < kMaximumAtOnce) {
+        beginRestoring();
+    }
     return true;
 }
 
-std::vector<DocumentController::NumberedState> DocumentController::planRestoration() {
-    std::vector<NumberedState> together;
+void DocumentController::planRestoration() {
+    std::vector<WaitingWindow> alone;
     for (const auto& state : session_->storedWindows()) {
         const auto turn = RestorationCount::decode(state).turn();
         if (turn == RestorationCount::Turn::leftOut) {
@@ -115,21 +118,26 @@ std::vector<DocumentController::NumberedState> DocumentController::planRestorati
             continue;
         }
         const bool isAlone = turn == RestorationCount::Turn::alone;
-        const NumberedState numbered{++lastNumber_, isAlone ? state : beginningRestoration(state)};
-        (isAlone ? aloneStates_ : together).push_back(numbered);
-        keepStored(numbered);
+        const WaitingWindow window{++lastNumber_, isAlone ? state : beginningRestoration(state),
+                                   isAlone};
+        keepStored(window);
+        if (isAlone) {
+            alone.push_back(window);
+        } else {
+            waiting_.push_back(window);
+        }
     }
-    return together;
+    waiting_.insert(waiting_.end(), alone.begin(), alone.end());
 }
 
-/// Until the window is there, the session has its old state.
-void DocumentController::keepStored(const NumberedState& window) {
+void DocumentController::keepStored(const WaitingWindow& window) {
     session_->add(window.number, [state = window.state] { return state; });
     didInvalidate(window.number);
 }
 
 void DocumentController::restoreOne(Number number, const StateCoder& state) {
     auto handlers = handlersOf(number);
+    handlers.onTurn = [this](dispatch::Task task) { pacedTasks_.add(std::move(task)); };
     handlers.onRestored = [name = fileNameOf(state),
                            onRestored = calling(&DocumentController::didRestore)](bool isShown) {
         onRestored(name, isShown);
@@ -138,17 +146,19 @@ void DocumentController::restoreOne(Number number, const StateCoder& state) {
     didInvalidate(number);
 }
 
-void DocumentController::restoreAlone() {
-    if (aloneStates_.empty()) {
+void DocumentController::beginRestoring() {
+    if (waiting_.empty()) {
         return;
     }
-    aloneTimer_.start(kMaximumTurn);
-    NumberedState window = std::move(aloneStates_.front());
-    aloneStates_.erase(aloneStates_.begin());
-    window.state = beginningRestoration(window.state);
-    keepStored(window);
-    session_->writeNow();
+    WaitingWindow window = std::move(waiting_.front());
+    waiting_.pop_front();
+    if (window.isAlone) {
+        window.state = beginningRestoration(window.state);
+        keepStored(window);
+        session_->writeNow();
+    }
     restoreOne(window.number, window.state);
+    restorationTimer_.start(window.isAlone ? kMaximumTurnAlone : kMaximumTurn);
 }
 
 std::optional<StateCoder> DocumentController::takeLeftOut(const URL& url) {
@@ -213,8 +223,10 @@ void DocumentController::didRestore(const std::string& fileName, bool isShown) {
     }
     if (--restoringCount_ == 0) {
         didRestoreAll();
-    } else if (restoringCount_ == aloneStates_.size()) {
-        aloneTimer_.start(MediaPlayerDocument::kRestorationEnd);
+    } else if (!waiting_.empty() && !waiting_.front().isAlone) {
+        beginRestoring();
+    } else if (restoringNowCount() == 0) {
+        restorationTimer_.start(MediaPlayerDocument::kRestorationEnd);
     }
 }
 

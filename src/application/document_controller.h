@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -13,6 +14,7 @@
 
 #include "application/media_player_document.h"
 #include "application/open_panel.h"
+#include "application/paced_tasks.h"
 #include "application/session_store.h"
 #include "foundation/url.h"
 #include "foundation/user_defaults.h"
@@ -48,7 +50,7 @@ class DocumentController final : public QObject {
     /// Before anything is opened.
     void setHandlers(Handlers handlers) { handlers_ = std::move(handlers); }
 
-    /// Opens the windows of the last run, all at once; files that cannot be opened are reported
+    /// Opens the windows of the last run; files that cannot be opened are reported
     /// together at the end. Returns whether there are any. At most once, before anything is opened.
     bool restoreWindows();
     /// Each file as a document of its own. Dismisses the dialog.
@@ -79,9 +81,11 @@ class DocumentController final : public QObject {
         std::optional<URL> newFile;
         bool isShown = false;
     };
-    struct NumberedState {
+    struct WaitingWindow {
         Number number;
         StateCoder state;
+        /// It is restored while no other is.
+        bool isAlone;
     };
 
     /// Calls `method` while this exists: a document whose alert is shown can outlive it.
@@ -90,10 +94,10 @@ class DocumentController final : public QObject {
     MediaPlayerDocument::Handlers handlersOf(Number number);
     void openOne(const URL& url);
     void restoreOne(Number number, const StateCoder& state);
-    /// Returns those windows that are restored at once.
-    std::vector<NumberedState> planRestoration();
-    void keepStored(const NumberedState& window);
-    void restoreAlone();
+    void planRestoration();
+    void keepStored(const WaitingWindow& window);
+    void beginRestoring();
+    std::size_t restoringNowCount() const { return restoringCount_ - waiting_.size(); }
     std::optional<StateCoder> takeLeftOut(const URL& url);
     void add(OpenDocument open);
     void didInvalidate(Number number);
@@ -113,9 +117,10 @@ class DocumentController final : public QObject {
     const std::unique_ptr<SessionStore> session_;
     Number lastNumber_ = 0;
     std::size_t restoringCount_ = 0;
-    /// Those that are restored after all others, one at a time.
-    std::vector<NumberedState> aloneStates_;
-    QTimer aloneTimer_;
+    /// Those that are restored alone are the last.
+    std::deque<WaitingWindow> waiting_;
+    QTimer restorationTimer_;
+    PacedTasks pacedTasks_;
     /// Those that ended the program repeatedly. The user can still open their files.
     std::vector<StateCoder> leftOutStates_;
     std::vector<std::string> namesNotRestored_;

@@ -8,12 +8,13 @@
 #include <QTimer>
 
 #include "application/media_player_document_progress_window_controller.h"
-#include "foundation/dispatch.h"
 #include "foundation/error.h"
 #include "foundation/log.h"
 #include "foundation/user_defaults.h"
 #include "player_window/error_alert.h"
 #include "player_window/picture_view.h"
+#include "player_window/player/player_tracks.h"
+#include "player_window/player/restorable_playback.h"
 #include "player_window/window/media_player_window.h"
 
 namespace zelvane {
@@ -34,6 +35,24 @@ std::function<void(Argument)> onMain(const std::shared_ptr<MediaPlayerDocument>&
             }
         });
     };
+}
+
+struct InitialPlayback {
+    TrackSelection tracks;
+    std::optional<CMTime> time;
+};
+
+/// A restored player searches once, for the picture at which it stands.
+InitialPlayback initialPlayback(const MediaSource& source,
+                                const std::optional<StateCoder>& restoredState) {
+    const TrackSelection chosen = defaultTracks(source);
+    if (!restoredState) {
+        return {chosen, std::nullopt};
+    }
+    const auto restored = decodePlayback(*restoredState, tracksOf(source), {.video = chosen.video});
+    const SelectedTracks& tracks = restored.tracks;
+    return {{tracks.video, tracks.audio, tracks.primarySubtitles, tracks.secondarySubtitles},
+            restored.currentTime};
 }
 
 /// For measurements: the player has no other report of frames that were not shown in time.
@@ -218,10 +237,12 @@ void MediaPlayerDocument::startPlayer() {
     environment.primarySubtitlesRenderer = subtitlesViews_.primary;
     environment.secondarySubtitlesRenderer = subtitlesViews_.secondary;
     const auto start = [source = mediaSource_, environment = std::move(environment),
+                        state = restoredState_,
                         completion = onMain<std::shared_ptr<MediaPlayer>>(
                             shared_from_this(), &MediaPlayerDocument::didMakePlayer)] {
-        makeMediaPlayer(environment, source, defaultTracks(*source), std::nullopt,
-                        dispatch::mainQueue(), completion);
+        const InitialPlayback initial = initialPlayback(*source, state);
+        makeMediaPlayer(environment, source, initial.tracks, initial.time, dispatch::mainQueue(),
+                        completion);
     };
     dispatch::globalQueue(dispatch::QualityOfService::userInitiated)->async(start);
     didFinishLoading();
@@ -241,6 +262,18 @@ void MediaPlayerDocument::didMakePlayer(std::shared_ptr<MediaPlayer> player) {
         return;
     }
     player_ = std::move(player);
+    if (handlers_.onTurn) {
+        handlers_.onTurn([weak = weak_from_this()] {
+            if (const auto self = weak.lock()) {
+                self->openWindow();
+            }
+        });
+    } else {
+        openWindow();
+    }
+}
+
+void MediaPlayerDocument::openWindow() {
     makeWindow();
     progressWindowController_ = nullptr;
     showWindow();

@@ -10,6 +10,7 @@
 
 #include "application/document_lifecycle.h"
 #include "application/restoration_count.h"
+#include "foundation/dispatch.h"
 #include "foundation/file_bookmark.h"
 #include "foundation/notification_center.h"
 #include "foundation/state_coder.h"
@@ -47,6 +48,8 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
         std::function<ApplicationMenuState()> menuState = [] { return ApplicationMenuState(); };
         /// restorableState() has changed.
         std::function<void()> onInvalidateRestorableState = {};
+        /// Runs a task of the main thread when its turn has come; without it, tasks run at once.
+        std::function<void(dispatch::Task)> onTurn = {};
         /// Called once after restore(): the window is shown, or cannot be, and onClosed follows.
         /// Not after open().
         std::function<void(bool didRestore)> onRestored = {};
@@ -85,6 +88,7 @@ class MediaPlayerDocument final : public std::enable_shared_from_this<MediaPlaye
     void didRestoreSource(const std::optional<MediaSource::LoadError>& error);
     void startPlayer();
     void didMakePlayer(std::shared_ptr<MediaPlayer> player);
+    void openWindow();
     void makeWindow();
     void showWindow();
     MediaPlayerWindowController::Callbacks windowCallbacks();
