@@ -17,6 +17,7 @@ import time
 
 import marked_film
 import seeking
+import session
 import window
 from seek_players import Mpv
 
@@ -67,6 +68,18 @@ Style: Default,DejaVu Sans,40,&H00FFFFFF,0,0,1,2,1,2
 [Events]
 Format: Layer, Start, End, Style, Name, MarginL, MarginR, MarginV, Effect, Text
 """
+SHARED_MEDIA = [
+    "codecs/androidx_bbb_800x640_768kbps_30fps_vp9.mp4", "codecs/androidx_roadtrip-vp92-10bit.webm",
+    "codecs/androidx_sample_av1.mp4", "codecs/fate_pcitva15.avi", "codecs/fate_wmv8_x8intra.wmv",
+    "codecs/gen_h264_interlaced_tff_mbaff.ts", "codecs/moviepy_big_buck_bunny_432_433.webm",
+    "codecs/torchcodec_bt709_full_range.mp4", "containers/ArtPlayer_linear-video-1s.mp4",
+    "containers/androidx_sample.avi", "containers/androidx_sample.flv", "containers/androidx_sample.mkv",
+    "containers/gen_mpeg2_op1a.mxf", "containers/gen_theora_flac.ogv",
+    "containers/mp4parser_example.f4v", "hdr/androidx_hdr10-av1.mp4",
+    "seeking/decord_flipping_a_pancake.mkv", "seeking/gen_sparse_keyframes_60s.mp4",
+    "subtitles/embedded/FontCollector_test_video_subs_+_1_font.mkv",
+    "subtitles/embedded/torchcodec_nasa_13013.mp4",
+]
 
 
 def made(name, inputs, codec):
@@ -377,9 +390,22 @@ def bench_window(count, is_short=False, parts=()):
     window.measure(films, built("seek-bench"), WORK, count, is_short, parts)
 
 
+def shared_media():
+    """Twenty films of the shared media folder, of as many formats as possible."""
+    folder = pathlib.Path(os.environ.get("ZELVANE_SHARED_MEDIA", ROOT.parent / "shared" / "media"))
+    return [folder / name for name in SHARED_MEDIA]
+
+
+def bench_session(_, is_short=False, parts=()):
+    """windows that the next run of the desktop player brings back"""
+    subprocess.run(["cmake", "--build", str(ROOT / "build" / "release"), "--target",
+                    "zelvane-player"], check=True, stdout=subprocess.DEVNULL)
+    session.measure(clip("h264-720p.mp4"), shared_media(), is_short, parts)
+
+
 SECTIONS = dict(color=bench_color, decode=bench_decode, memory=bench_memory, open=bench_open,
-                play=bench_play, script=bench_script, seek=bench_seek, sound=bench_sound,
-                start=bench_start, subtitles=bench_subtitles, window=bench_window)
+                play=bench_play, script=bench_script, seek=bench_seek, session=bench_session,
+                sound=bench_sound, start=bench_start, subtitles=bench_subtitles, window=bench_window)
 
 
 def main():
@@ -392,13 +418,13 @@ def main():
                         help="what to measure; all sections by default")
     parser.add_argument("--pairs", type=int, default=5, metavar="N",
                         help="number of pairs in sections that compare runs (5)")
-    parser.add_argument("--part", action="append", choices=window.PARTS, default=[],
-                        help="in section window: measure only this part; may be repeated")
+    parser.add_argument("--part", action="append", choices=window.PARTS + session.PARTS, default=[],
+                        help="in sections window and session: measure only this part; may be repeated")
     parser.add_argument("--short", action="store_true",
-                        help="in section window: short runs, to check that they work")
+                        help="in sections window and session: short runs, to check that they work")
     arguments = parser.parse_args()
     for section in arguments.sections or SECTIONS:
-        options = (arguments.short, arguments.part) if section == "window" else ()
+        options = (arguments.short, arguments.part) if section in ("session", "window") else ()
         SECTIONS[section](arguments.pairs, *options)
 
 
