@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include "application/session_store.h"
-#include "application/write_schedule.h"
 #include "tests/player_window/window_test_support.h"
 #include "tests/support/clips.h"
 
@@ -79,19 +78,6 @@ TEST(StoredSession, readsWhatCanBeRead) {
     EXPECT_EQ(session.condition, StoredSession::Condition::damaged) << "one is lost";
 }
 
-TEST(WriteSchedule, writesSoonAndOnceAnInterval) {
-    using std::chrono::milliseconds;
-    WriteSchedule schedule(milliseconds(1000));
-    const auto change = [&](int now) { return schedule.didChange(milliseconds(now)); };
-    EXPECT_EQ(change(5000), HostDuration::zero());
-    EXPECT_EQ(change(5001), std::nullopt);
-    schedule.willWrite(milliseconds(5002));
-    EXPECT_EQ(change(5100), milliseconds(902));
-    EXPECT_EQ(change(5900), std::nullopt);
-    schedule.willWrite(milliseconds(6002));
-    EXPECT_EQ(change(7003), HostDuration::zero());
-}
-
 class SessionStoreTest : public testing::Test {
   protected:
     std::string stored() const { return textOf(StoredSession::fromData(test::bytesOf(path_))); }
@@ -108,11 +94,6 @@ class SessionStoreTest : public testing::Test {
         store.invalidate(1);
         store.finish();
     }
-    void write(const std::string& data) const {
-        std::filesystem::create_directories(std::filesystem::path(path_).parent_path());
-        std::ofstream(path_) << data;
-    }
-
     const test::TemporaryFolder folder_;
     const std::string path_ = (folder_.path() / "new/session.json").string();
 };
@@ -163,24 +144,20 @@ TEST_F(SessionStoreTest, writesAtMostOnceASecondAndOnlyWhatChanged) {
     EXPECT_EQ(inode(), written) << "nothing had changed";
 }
 
-TEST_F(SessionStoreTest, keepsADamagedFileBesideAndUsesWhatItHas) {
+TEST_F(SessionStoreTest, replacesNoFileThatItCannotRead) {
     const std::string damaged = R"({"zelvane.Session.version":1,"zelvane.Session.windows":[)"
                                 R"({"name":"a"},{"na)";
-    write(damaged);
-    const auto store = makeStore();
-    ASSERT_EQ(store->storedWindows().size(), 1U);
-    EXPECT_EQ(test::bytesOf(path_ + ".bad"), damaged);
-    keep(*store, "b");
-    EXPECT_EQ(stored(), "whole b");
-}
-
-TEST_F(SessionStoreTest, leavesAFileOfANewerVersionAlone) {
     const std::string newer = R"({"zelvane.Session.version":2,"zelvane.Session.windows":[{}]})";
-    write(newer);
-    const auto store = makeStore();
-    EXPECT_TRUE(store->storedWindows().empty());
-    keep(*store, "a");
-    EXPECT_EQ(test::bytesOf(path_), newer);
+    std::filesystem::create_directories(std::filesystem::path(path_).parent_path());
+    for (const auto& [data, windowCount, kept] :
+         {std::tuple{damaged, 1U, path_ + ".bad"}, std::tuple{newer, 0U, path_}}) {
+        std::ofstream(path_) << data;
+        const auto store = makeStore();
+        EXPECT_EQ(store->storedWindows().size(), windowCount);
+        keep(*store, "b");
+        EXPECT_EQ(test::bytesOf(kept), data);
+        EXPECT_EQ(stored(), kept == path_ ? "newer" : "whole b");
+    }
 }
 
 TEST_F(SessionStoreTest, ofASecondProcessNeitherReadsNorWrites) {

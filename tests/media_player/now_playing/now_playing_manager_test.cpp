@@ -3,11 +3,11 @@
 #include <set>
 #include <sstream>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include "media_player/now_playing/now_playing_manager.h"
 #include "tests/media_player/playback/playback_fakes.h"
-#include "tests/support/case_name.h"
 
 namespace zelvane::test {
 namespace {
@@ -22,9 +22,8 @@ class FakeSession final : public NowPlayingInfoCenter, public RemoteCommandCente
     void setEnabled(RemoteCommand command, bool isEnabled) override {
         isEnabled ? void(enabled.insert(command)) : void(enabled.erase(command));
     }
-    void setPreferredIntervals(RemoteCommand command, const std::vector<double>& seconds) override {
-        intervals[command] = seconds;
-    }
+    void setPreferredIntervals(RemoteCommand /*command*/,
+                               const std::vector<double>& /*seconds*/) override {}
     TargetToken addTarget(RemoteCommand command, Handler handler) override {
         EXPECT_TRUE(handlers.emplace(command, std::move(handler)).second) << "a second handler";
         return static_cast<TargetToken>(command) + 100;
@@ -37,7 +36,6 @@ class FakeSession final : public NowPlayingInfoCenter, public RemoteCommandCente
     std::optional<NowPlayingInfo> info;
     NowPlayingPlaybackState state = NowPlayingPlaybackState::playing;
     std::set<RemoteCommand> enabled;
-    std::map<RemoteCommand, std::vector<double>> intervals;
     std::map<RemoteCommand, Handler> handlers;
 };
 
@@ -104,93 +102,66 @@ class NowPlayingTest {
     }
 };
 
-struct OrderCase {
-    const char* name;
-    const char* steps;
-    char presented;
-};
-
-class NowPlayingOrder : public testing::TestWithParam<OrderCase> {};
-
-TEST_P(NowPlayingOrder, presentsThePlayerThatWasUsedLast) {
-    NowPlayingTest test;
-    test.perform(GetParam().steps);
-    EXPECT_EQ(test.presented(), GetParam().presented);
-    const std::size_t commands = test.session_->info ? kRemoteCommands.size() : 0;
-    EXPECT_EQ(test.session_->enabled.size(), commands);
-    EXPECT_EQ(test.session_->handlers.size(), commands);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    All, NowPlayingOrder,
-    testing::Values(OrderCase{"no player", "", '-'}, OrderCase{"a new player", "a b", 'b'},
-                    OrderCase{"a player in the background plays", "a b a>", 'A'},
-                    OrderCase{"another player is closed", "a b a> b-", 'A'},
-                    OrderCase{"the presented player is closed", "a b c a> c> c-", 'A'},
-                    OrderCase{"all are closed", "a b b> b- a-", '-'}),
-    caseName);
-
-struct CommandCase {
-    const char* name;
-    RemoteCommand command;
-    RemoteCommandEvent event;
-    float rateAfterPause;
-    float rateAfterPlay;
-    std::int64_t milliseconds = 4000;
-    float desiredRate = 1;
-    float volume = 0.5F;
-};
-
-class NowPlayingCommand : public testing::TestWithParam<CommandCase> {};
-
-TEST_P(NowPlayingCommand, actsOnThePresentedPlayer) {
-    const CommandCase& expected = GetParam();
-    for (const bool plays : {false, true}) {
+TEST(NowPlayingManager, presentsThePlayerThatWasUsedLast) {
+    const std::pair<const char*, char> cases[] = {{"", '-'},
+                                                  {"a b", 'b'},
+                                                  {"a b a>", 'A'},
+                                                  {"a b a> b-", 'A'},
+                                                  {"a b c a> c> c-", 'A'},
+                                                  {"a b b> b- a-", '-'}};
+    for (const auto& [steps, presented] : cases) {
+        SCOPED_TRACE(steps);
         NowPlayingTest test;
-        test.perform(plays ? "a b b>" : "a b");
-        test.onQueueOf('b', [](MediaPlayer& player) {
-            player.seekTo(ms(4000));
-            player.setMuted(true);
-            player.setVolume(0.5F);
-        });
-        test.main_.settle();
-        EXPECT_EQ(test.session_->handlers.at(expected.command)(expected.event), Status::success);
-        test.main_.settle();
-        EXPECT_EQ(test.onQueueOf('b', [](const MediaPlayer& player) { return player.rate(); }),
-                  plays ? expected.rateAfterPlay : expected.rateAfterPause);
-        const auto& info = test.session_->info;
-        EXPECT_EQ(std::lround(info->elapsedPlaybackTime * 1000), expected.milliseconds);
-        EXPECT_EQ(info->defaultPlaybackRate, expected.desiredRate);
-        EXPECT_EQ(test.players_.at('b')->volume(), expected.volume);
-        EXPECT_EQ(info->volume, expected.command == RemoteCommand::changeVolume ? 0.25F : 0);
+        test.perform(steps);
+        EXPECT_EQ(test.presented(), presented);
+        const std::size_t commands = test.session_->info ? kRemoteCommands.size() : 0;
+        EXPECT_EQ(test.session_->enabled.size(), commands);
+        EXPECT_EQ(test.session_->handlers.size(), commands);
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, NowPlayingCommand,
-    testing::Values(
-        CommandCase{"pause", RemoteCommand::pause, {}, 0, 0},
-        CommandCase{"play", RemoteCommand::play, {}, 1, 1},
-        CommandCase{"stop", RemoteCommand::stop, {}, 0, 0},
-        CommandCase{"toggle", RemoteCommand::togglePlayPause, {}, 1, 0},
-        CommandCase{"skip back", RemoteCommand::skipBackward, {.interval = 1.5}, 0, 1, 2500},
-        CommandCase{"skip forward", RemoteCommand::skipForward, {.interval = 3}, 0, 1, 7000},
-        CommandCase{
-            "position", RemoteCommand::changePlaybackPosition, {.positionTime = 0.25}, 0, 1, 250},
-        CommandCase{
-            "rate", RemoteCommand::changePlaybackRate, {.playbackRate = 1.5F}, 0, 1.5F, 4000, 1.5F},
-        CommandCase{
-            "volume", RemoteCommand::changeVolume, {.volume = 0.25F}, 0, 1, 4000, 1, 0.25F}),
-    caseName);
+/// "rate of desired-rate at seconds, volume" after a command for a player that was muted at 4 s.
+std::string resultOf(RemoteCommand command, const RemoteCommandEvent& event, const char* steps) {
+    NowPlayingTest test;
+    test.perform(steps);
+    test.onQueueOf('b', [](MediaPlayer& player) {
+        player.seekTo(ms(4000));
+        player.setMuted(true);
+    });
+    test.main_.settle();
+    EXPECT_EQ(test.session_->handlers.at(command)(event), Status::success);
+    test.main_.settle();
+    const NowPlayingInfo& info = *test.session_->info;
+    return fmt::format("{} of {} at {:g}, {}",
+                       test.onQueueOf('b', [](const auto& player) { return player.rate(); }),
+                       info.defaultPlaybackRate, info.elapsedPlaybackTime, info.volume);
+}
+
+TEST(NowPlayingManager, actsOnThePresentedPlayer) {
+    using enum RemoteCommand;
+    const std::tuple<RemoteCommand, RemoteCommandEvent, const char*, const char*> rows[] = {
+        {pause, {}, "0 of 1 at 4, 0", "0 of 1 at 4, 0"},
+        {play, {}, "1 of 1 at 4, 0", "1 of 1 at 4, 0"},
+        {stop, {}, "0 of 1 at 4, 0", "0 of 1 at 4, 0"},
+        {togglePlayPause, {}, "1 of 1 at 4, 0", "0 of 1 at 4, 0"},
+        {skipBackward, {.interval = 1.5}, "0 of 1 at 2.5, 0", "1 of 1 at 2.5, 0"},
+        {skipForward, {.interval = 3}, "0 of 1 at 7, 0", "1 of 1 at 7, 0"},
+        {changePlaybackPosition, {.positionTime = 0.25}, "0 of 1 at 0.25, 0", "1 of 1 at 0.25, 0"},
+        {changePlaybackRate, {.playbackRate = 1.5F}, "0 of 1.5 at 4, 0", "1.5 of 1.5 at 4, 0"},
+        {changeVolume, {.volume = 0.25F}, "0 of 1 at 4, 0.25", "1 of 1 at 4, 0.25"},
+    };
+    for (const auto& [command, event, paused, playing] : rows) {
+        EXPECT_EQ(resultOf(command, event, "a b"), paused) << static_cast<int>(command);
+        EXPECT_EQ(resultOf(command, event, "a b b>"), playing) << static_cast<int>(command);
+    }
+}
 
 TEST(NowPlayingManager, publishesNothingUntilTheWindowsAreRestored) {
     std::vector<dispatch::Task> waiting;
     NowPlayingTest test([&](dispatch::Task handler) { waiting.push_back(std::move(handler)); });
     test.perform("a b a>");
     EXPECT_EQ(test.presented(), '-');
-    for (const auto& handler : std::exchange(waiting, {})) {
-        handler();
-    }
+    std::ranges::for_each(std::exchange(waiting, {}), [](const auto& handler) { handler(); });
     test.main_.settle();
     EXPECT_EQ(test.presented(), 'A');
 }

@@ -114,6 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"en", "en en:dialog", "en", "dialog", 0, 1, -1},
         Case{"en", "en fr:dialog", "en", "dialog", 0, -1, -1},
         Case{"fr", "en fr:dialog", "en", "dialog", 0, 0, -1},
+        Case{"en", "en fr:dialog", "en fr", "dialog", 0, -1, -1},
         Case{"en", "en:sounds", "en", "sounds", 0, 0, -1},
         Case{"en", "en:sounds en:dialog", "en", "dialog:sounds", 0, 1, 0},
         Case{"en", "en:sounds en:dialog:sounds", "en", "dialog:sounds", 0, 1, -1},
