@@ -269,7 +269,7 @@ class Measurement:
 
     def open(self):
         """opening and closing documents"""
-        count = 20 if self.is_short else 200
+        count, earlier = (20, 20) if self.is_short else (200, 100)
         session = Session(self.desktop)
         files = self.copies(session, 2)
         uri = files[1].as_uri()
@@ -277,13 +277,13 @@ class Measurement:
         with session.run(files[0]) as run:
             run.wait_for_windows(1)
             run.call("Pause")
-            for number in range(count + 10):
+            for number in range(count + earlier):
                 run.call("OpenUri", uri, interface="org.mpris.MediaPlayer2.Player")
                 run.wait_for_windows(2)
                 run_in(run, ["wmctrl", "-c", files[1].name])
                 desktop.waited_for(lambda: run.window_count() == 1, "the end of the window")
-                # The first ones fill the caches of libraries.
-                if number in (9, count + 9):
+                # The first hundred fill the caches of libraries.
+                if number in (earlier - 1, count + earlier - 1):
                     time.sleep(6)
                     usages.append(run.usage())
         print(f"\nBefore and after {count} documents were opened and closed\n")
