@@ -26,7 +26,8 @@ std::string contentOf(const StoredSession& stored) {
 
 SessionStore::SessionStore(QString path, std::shared_ptr<HostClock> clock)
     : clock_(std::move(clock)),
-      queue_(dispatch::makeSerialQueue("Session Store Queue", dispatch::QualityOfService::utility)),
+      queue_(dispatch::makeSerialQueue("Session Store Queue",
+                                       dispatch::QualityOfService::userInitiated)),
       file_(std::move(path)), stored_(file_.read()), written_(contentOf(stored_)),
       schedule_(kWriteInterval) {
     timer_.setSingleShot(true);
