@@ -162,6 +162,8 @@ def play_and_kill(run, session):
     samples, end = [], time.monotonic() + random.uniform(0.2, 3)
     while time.monotonic() < end:
         if len(samples) == 1:
+            # Keys go to the window in front.
+            run.call("Raise", interface="org.mpris.MediaPlayer2")
             run.call("Play")
         elif random.random() < 0.1:
             random_action(run, run.screen, session.settings)
