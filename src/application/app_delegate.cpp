@@ -10,10 +10,10 @@
 #include <QEvent>
 
 #include "application/about_window.h"
+#include "application/default_settings.h"
 #include "foundation/timebase_workaround.h"
 #include "foundation/user_defaults.h"
 #include "foundation/window_restoration_observer.h"
-#include "media_player/decoders/subtitles/caption_appearance.h"
 #include "player_window/start/start_window.h"
 #include "player_window/window/media_player_window.h"
 
@@ -23,16 +23,6 @@ namespace {
 constexpr std::string_view kDefaultPlaybackRateKey = "ZLVNDefaultPlaybackRate";
 /// Of the start window in menus. Documents are numbered from 1.
 constexpr std::int64_t kStartWindowNumber = 0;
-
-void registerDefaults() {
-    UserDefaults::shared().registerDefaults(
-        {{std::string(kUseUserSpecifiedSubtitleTextStyleKey), false},
-         {std::string(kDefaultPlaybackRateKey), std::int64_t{1}},
-         {"ZLVNEnterFullScreenAutomaticallyOnOpen", false},
-         {"ZLVNJumpIntervalInSeconds", 15.0},
-         {"ZLVNPlayAutomaticallyOnOpen", true},
-         {"ZLVNShowEndTimeInsteadOfRemainingTime", false}});
-}
 
 } // namespace
 
@@ -68,7 +58,7 @@ DocumentController::Handlers AppDelegate::documentHandlers() {
 
 void AppDelegate::applicationWillFinishLaunching() {
     installTimebaseWorkaround();
-    registerDefaults();
+    registerDefaultSettings(UserDefaults::shared());
     // It must exist before windows are restored.
     WindowRestorationObserver::shared();
 }
