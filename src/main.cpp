@@ -118,6 +118,7 @@ int main(int argc, char** argv) {
     const zelvane::SettingsFileWatcher watcher({
         [] { zelvane::CaptionAppearance::shared().settingsDidChange(); },
         [] { zelvane::SubtitleTextStyleManager::shared()->useOfUserSpecifiedStyleDidChange(); },
+        [] { zelvane::UserDefaults::shared().storeDidChange(); },
     });
     return zelvane::run(commandLine.files, std::move(service));
 }

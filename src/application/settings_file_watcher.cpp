@@ -10,10 +10,29 @@
 #include "media_player/decoders/subtitles/subtitle_text_style_manager.h"
 
 namespace zelvane {
+namespace {
+
+QVariantMap captionSettingsOf(const QVariantMap& settings) {
+    QVariantMap found;
+    for (auto setting = settings.begin(); setting != settings.end(); ++setting) {
+        if (setting.key().startsWith(QStringLiteral("ZLVNCaption")) ||
+            setting.key().startsWith(QStringLiteral("ZLVNAudible"))) {
+            found.insert(setting.key(), setting.value());
+        }
+    }
+    return found;
+}
+
+QString ownStyleKey() {
+    const auto& key = kUseUserSpecifiedSubtitleTextStyleKey;
+    return QString::fromUtf8(key.data(), static_cast<qsizetype>(key.size()));
+}
+
+} // namespace
 
 SettingsFileWatcher::SettingsFileWatcher(Handlers handlers)
     : handlers_(std::move(handlers)), settings_(SettingsStore::fileName(), QSettings::IniFormat),
-      captions_(captionSettings()), usesOwnStyle_(usesOwnStyle()) {
+      known_(allSettings()) {
     // Most programs replace the file, which changes its folder.
     QDir().mkpath(QFileInfo(settings_.fileName()).path());
     QObject::connect(&watcher_, &QFileSystemWatcher::directoryChanged, [this] { look(); });
@@ -32,30 +51,27 @@ void SettingsFileWatcher::watch() {
 void SettingsFileWatcher::look() {
     settings_.sync();
     watch();
-    const auto oldCaptions = std::exchange(captions_, captionSettings());
-    const auto usedOwnStyle = std::exchange(usesOwnStyle_, usesOwnStyle());
-    if (captions_ != oldCaptions) {
+    const QVariantMap earlier = std::exchange(known_, allSettings());
+    if (known_ == earlier) {
+        return;
+    }
+    if (handlers_.settingsDidChange) {
+        handlers_.settingsDidChange();
+    }
+    if (captionSettingsOf(known_) != captionSettingsOf(earlier)) {
         handlers_.captionAppearanceDidChange();
     }
-    if (usesOwnStyle_ != usedOwnStyle) {
+    if (known_.value(ownStyleKey()) != earlier.value(ownStyleKey())) {
         handlers_.useOfUserSpecifiedStyleDidChange();
     }
 }
 
-QVariantMap SettingsFileWatcher::captionSettings() const {
+QVariantMap SettingsFileWatcher::allSettings() const {
     QVariantMap found;
     for (const QString& key : settings_.allKeys()) {
-        if (key.startsWith(QStringLiteral("ZLVNCaption")) ||
-            key.startsWith(QStringLiteral("ZLVNAudible"))) {
-            found.insert(key, settings_.value(key));
-        }
+        found.insert(key, settings_.value(key));
     }
     return found;
-}
-
-QVariant SettingsFileWatcher::usesOwnStyle() const {
-    const auto& key = kUseUserSpecifiedSubtitleTextStyleKey;
-    return settings_.value(QString::fromUtf8(key.data(), static_cast<qsizetype>(key.size())));
 }
 
 } // namespace zelvane

@@ -18,6 +18,8 @@ class SettingsFileWatcher {
         std::function<void()> captionAppearanceDidChange;
         /// The setting that the user's style replaces that of files changed.
         std::function<void()> useOfUserSpecifiedStyleDidChange;
+        /// Any setting changed; called before the other handlers.
+        std::function<void()> settingsDidChange = {};
     };
     /// Watches the file of SettingsStore.
     explicit SettingsFileWatcher(Handlers handlers);
@@ -25,15 +27,13 @@ class SettingsFileWatcher {
   private:
     void watch();
     void look();
-    QVariantMap captionSettings() const;
-    QVariant usesOwnStyle() const;
+    QVariantMap allSettings() const;
 
     Handlers handlers_;
     /// A second QSettings on the file of the store: Qt shares the contents between them.
     QSettings settings_;
     QFileSystemWatcher watcher_;
-    QVariantMap captions_;
-    QVariant usesOwnStyle_;
+    QVariantMap known_;
 };
 
 } // namespace zelvane

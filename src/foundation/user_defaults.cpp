@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "foundation/notification_center.h"
+
 namespace zelvane {
 namespace {
 
@@ -85,8 +87,15 @@ void UserDefaults::registerDefaults(std::map<std::string, DefaultsValue, std::le
 }
 
 void UserDefaults::set(std::string_view key, const std::optional<DefaultsValue>& value) {
-    const std::lock_guard lock(mutex_);
-    store_->write(key, value);
+    {
+        const std::lock_guard lock(mutex_);
+        store_->write(key, value);
+    }
+    storeDidChange();
+}
+
+void UserDefaults::storeDidChange() const {
+    NotificationCenter::shared().post({std::string(kDidChangeNotification), this, {}});
 }
 
 std::optional<DefaultsValue> UserDefaults::value(std::string_view key) const {

@@ -29,6 +29,10 @@ class UserDefaultsStore {
 /// Any thread.
 class UserDefaults {
   public:
+    /// Posted on the shared centre, with the settings as object, after a value was written, and by
+    /// whatever else detects a change of the store.
+    static constexpr std::string_view kDidChangeNotification = "zelvane.UserDefaults.didChange";
+
     explicit UserDefaults(std::unique_ptr<UserDefaultsStore> store = nullptr);
 
     /// The settings of the process, in memory until the application sets a store.
@@ -48,6 +52,9 @@ class UserDefaults {
     double doubleForKey(std::string_view key) const;
     std::string stringForKey(std::string_view key) const;
     std::vector<std::string> stringsForKey(std::string_view key) const;
+
+    /// Posts the notification. Call it when the store was changed by another program.
+    void storeDidChange() const;
 
   private:
     mutable std::mutex mutex_;

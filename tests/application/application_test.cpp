@@ -98,19 +98,21 @@ TEST(SettingsFileWatcher, reportsCaptionSettingsThatOtherProgramsWrite) {
                        QString::fromStdString(folder.path().string()));
     const UserDefaults defaults(std::make_unique<SettingsStore>());
     std::string reports;
+    int changes = 0;
     const SettingsFileWatcher watcher(
         {[&] {
              reports += fmt::format("captions {} ",
                                     defaults.doubleForKey("ZLVNCaptionRelativeCharacterSize"));
          },
-         [&] { reports += "style "; }});
+         [&] { reports += "style "; }, [&] { ++changes; }});
     const auto isReported = [&](const std::string& what) {
         return test::runUntil([&] { return reports == what; });
     };
     replaceSettings("ZLVNCaptionRelativeCharacterSize=2\n");
     EXPECT_TRUE(isReported("captions 2 ")) << reports;
-    // A change of another setting reports nothing.
     replaceSettings("ZLVNCaptionRelativeCharacterSize=2\nvolume=3\n");
+    EXPECT_TRUE(test::runUntil([&] { return changes == 2; }));
+    EXPECT_TRUE(isReported("captions 2 ")) << "another setting is none of captions";
     replaceSettings("ZLVNCaptionRelativeCharacterSize=2\nvolume=3\n"
                     "ZLVNUseUserSpecifiedSubtitleTextStyle=true\n");
     EXPECT_TRUE(isReported("captions 2 style ")) << reports;

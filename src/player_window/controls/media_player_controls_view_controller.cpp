@@ -29,7 +29,8 @@ constexpr double kScrollingValueAmount = 1 / 23.976;
 double jumpInterval(const UserDefaults& defaults) {
     constexpr double kShortest = 1;
     constexpr double kLongest = 300;
-    return std::clamp(defaults.doubleForKey(kJumpIntervalKey), kShortest, kLongest);
+    const double seconds = defaults.doubleForKey(kJumpIntervalKey);
+    return seconds > kShortest ? std::min(seconds, kLongest) : kShortest;
 }
 
 double scrubberUpdateInterval(double endTime, double width, double devicePixelRatio) {
@@ -44,8 +45,7 @@ MediaPlayerControlsViewController::MediaPlayerControlsViewController(
       endTime_(mediaPlayer_->mediaSource()->duration().seconds()) {
     connectControls();
     observePlayer();
-    view_.setShowsEndTime(defaults_.boolForKey(kShowEndTimeKey));
-    view_.setJumpInterval(static_cast<int>(std::lround(jumpInterval(defaults_))));
+    settingsDidChange();
     mediaPlayerRateDidChange();
     audioVolumeDidChange();
     updateIsUserInteracting();
@@ -101,6 +101,7 @@ void MediaPlayerControlsViewController::observePlayer() {
             &Self::mediaPlayerRateDidChange);
     observe(kAudioRendererVolumeDidChangeNotification, mediaPlayer_->audioRenderer().get(),
             &Self::audioVolumeDidChange);
+    observe(UserDefaults::kDidChangeNotification, &defaults_, &Self::settingsDidChange);
 }
 
 template <class Work>
@@ -217,6 +218,11 @@ void MediaPlayerControlsViewController::mediaPlayerRateDidChange() {
 void MediaPlayerControlsViewController::audioVolumeDidChange() {
     const auto& renderer = *mediaPlayer_->audioRenderer();
     view_.setVolume(renderer.volume(), renderer.isMuted());
+}
+
+void MediaPlayerControlsViewController::settingsDidChange() {
+    view_.setShowsEndTime(defaults_.boolForKey(kShowEndTimeKey));
+    view_.setJumpInterval(static_cast<int>(std::lround(jumpInterval(defaults_))));
 }
 
 double MediaPlayerControlsViewController::currentSeconds() const {

@@ -70,6 +70,7 @@ class MediaPlayerControlsViewController final : public QObject {
     void scrubberDidEndTracking();
     void mediaPlayerRateDidChange();
     void audioVolumeDidChange();
+    void settingsDidChange();
     void updateIsUserInteracting();
     double currentSeconds() const;
     void startLabelObserver();
