@@ -11,6 +11,7 @@
 
 #include "core_media/device_picture.h"
 #include "foundation/log.h"
+#include "player_window/desktop/display_profile.h"
 #include "player_window/picture_layout.h"
 #include "rendering/frame_schedule.h"
 
@@ -59,6 +60,10 @@ PlaceboVideoWidget::PlaceboVideoWidget(QWidget* parent, PlaceboRenderer::Softwar
                                       Qt::QueuedConnection);
         }
     });
+    connect(&DisplayProfile::shared(), &DisplayProfile::didChange, this, [this] {
+        isProfileSet_ = false;
+        update();
+    });
     presenter_->attach([this] {
         if (!isUpdatePending_.exchange(true)) {
             QMetaObject::invokeMethod(this, &PlaceboVideoWidget::drawNewest, Qt::QueuedConnection);
@@ -103,6 +108,7 @@ void PlaceboVideoWidget::initializeGL() {
     contextConnection_ = connect(context(), &QOpenGLContext::aboutToBeDestroyed, this,
                                  &PlaceboVideoWidget::releaseGraphics);
     renderer_ = PlaceboRenderer::create(softwareGL_);
+    isProfileSet_ = false;
     if (renderer_ != nullptr) {
         *importsPictures_ = renderer_->importsPictures();
     }
@@ -163,6 +169,9 @@ bool PlaceboVideoWidget::drawNewestTo(PlaceboRenderer& renderer) {
     if (content.picture == nullptr || target.picture == CGRect{}) {
         renderer.clear(target);
         return true;
+    }
+    if (!std::exchange(isProfileSet_, true)) {
+        renderer.setDisplayProfile(DisplayProfile::shared().displayColor().iccProfile);
     }
     const bool didDraw = renderer.draw(*content.picture, target);
     *importsPictures_ = renderer.importsPictures();

@@ -55,6 +55,7 @@ class PlaceboVideoWidget final : public QOpenGLWidget {
     std::atomic<bool> isUpdatePending_{false};
     bool didChangeWindow_ = false;
     bool didDraw_ = false;
+    bool isProfileSet_ = false;
     std::function<void()> onFailure_;
     QMetaObject::Connection contextConnection_;
 };

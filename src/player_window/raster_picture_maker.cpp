@@ -53,7 +53,20 @@ class RasterPictureMaker::Images : public std::enable_shared_from_this<Images> {
 };
 
 RasterPictureMaker::RasterPictureMaker(DisplayColor display)
-    : converter_(std::move(display)), images_(std::make_shared<Images>()) {}
+    : newDisplay_(std::move(display)), images_(std::make_shared<Images>()) {}
+
+void RasterPictureMaker::setDisplay(DisplayColor display) {
+    const std::lock_guard guard(displayMutex_);
+    newDisplay_ = std::move(display);
+}
+
+RasterConverter& RasterPictureMaker::converter() {
+    const std::lock_guard guard(displayMutex_);
+    if (newDisplay_) {
+        converter_.emplace(*std::exchange(newDisplay_, std::nullopt));
+    }
+    return *converter_;
+}
 
 std::shared_ptr<const QImage> RasterPictureMaker::make(const PresentedFrame& frame) {
     const auto& buffer = *frame.pixelBuffer;
@@ -62,8 +75,8 @@ std::shared_ptr<const QImage> RasterPictureMaker::make(const PresentedFrame& fra
         return nullptr;
     }
     try {
-        converter_.convert(buffer, {image->bits(), static_cast<std::size_t>(image->sizeInBytes())},
-                           static_cast<std::size_t>(image->bytesPerLine()));
+        converter().convert(buffer, {image->bits(), static_cast<std::size_t>(image->sizeInBytes())},
+                            static_cast<std::size_t>(image->bytesPerLine()));
     } catch (const RasterConversionError& error) {
         // One line is enough: later frames of the track fail in the same way.
         if (!std::exchange(didLogFailure_, true)) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
+#include <optional>
 
 #include <QImage>
 
@@ -11,19 +13,25 @@
 namespace zelvane {
 
 /// Converts frames to images for a painter. The memory of released images, on any thread, is reused
-/// for later frames. One thread at a time.
+/// for later frames.
 class RasterPictureMaker {
   public:
     explicit RasterPictureMaker(DisplayColor display = {});
 
-    /// The frame at its coded size, without its transform; null, with a line in the log, when it
-    /// cannot be converted.
+    /// For the frames from now on. Any thread.
+    void setDisplay(DisplayColor display);
+    /// One thread at a time. The frame at its coded size, without its transform; null, with a line
+    /// in the log, when it cannot be converted.
     std::shared_ptr<const QImage> make(const PresentedFrame& frame);
 
   private:
     class Images;
 
-    RasterConverter converter_;
+    RasterConverter& converter();
+
+    std::mutex displayMutex_;
+    std::optional<DisplayColor> newDisplay_;
+    std::optional<RasterConverter> converter_;
     std::shared_ptr<Images> images_;
     bool didLogFailure_ = false;
 };

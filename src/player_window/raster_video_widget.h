@@ -26,6 +26,8 @@ class RasterVideoWidget final : public QWidget {
     RasterVideoWidget& operator=(const RasterVideoWidget&) = delete;
 
     std::shared_ptr<VideoPresenter> presenter() const { return presenter_; }
+    /// Converts and draws the newest frame again.
+    void convertAgain() { presenter_->convertAgain(); }
     /// Paints the newest picture as it is on the screen, in points of the window; false without a
     /// picture.
     bool paintPicture(QPainter& painter) const;

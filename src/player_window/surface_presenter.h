@@ -44,6 +44,7 @@ class SurfacePresenter final : public VideoPresenter {
         const HostTime presentedAt = clock_->now();
         const std::lock_guard guard(conversionMutex_);
         prepareLocked(frame);
+        newestFrame_ = frame.pixelBuffer;
         if (prepared_ != nullptr) {
             deliver({std::exchange(prepared_, nullptr), frame.bounds, frame.transform},
                     Delivery{std::move(shown), presentedAt});
@@ -82,6 +83,23 @@ class SurfacePresenter final : public VideoPresenter {
         std::swap(waiting, waiting_);
         std::swap(drawn, drawn_);
         std::swap(content, content_);
+    }
+
+    /// Draws the newest frame again, after a change of what `Convert` does. Converts it on this
+    /// thread.
+    void convertAgain() {
+        const std::lock_guard guard(conversionMutex_);
+        prepared_ = nullptr;
+        preparedFrom_ = nullptr;
+        const CVPixelBufferRef frame = newestFrame_.lock();
+        Content again = content();
+        if (frame == nullptr || again.picture == nullptr) {
+            return;
+        }
+        again.picture = convert_({frame, again.bounds, again.transform});
+        if (again.picture != nullptr) {
+            deliver(std::move(again), std::nullopt);
+        }
     }
 
     /// The newest content, without marking it as drawn.
@@ -176,6 +194,8 @@ class SurfacePresenter final : public VideoPresenter {
     std::mutex conversionMutex_;
     PictureRef prepared_;
     CVPixelBufferRef preparedFrom_;
+    /// The layer holds the frame as long as it may have to be drawn again.
+    CVPixelBufferRef::weak_type newestFrame_;
 
     mutable std::mutex mutex_;
     WakeSurface wake_;

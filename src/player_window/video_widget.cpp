@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QSurfaceFormat>
 
+#include "player_window/desktop/display_profile.h"
 #include "player_window/graphics_device.h"
 #include "player_window/placebo_video_widget.h"
 #include "player_window/raster_picture_maker.h"
@@ -47,9 +48,14 @@ void shareGraphicsContexts() {
 }
 
 VideoWidget makeRasterVideoWidget(QWidget* parent) {
-    auto maker = std::make_shared<RasterPictureMaker>();
+    const DisplayProfile& profile = DisplayProfile::shared();
+    auto maker = std::make_shared<RasterPictureMaker>(profile.displayColor());
     auto* widget = new RasterVideoWidget( // NOLINT(cppcoreguidelines-owning-memory): Qt's parent
         parent, [maker](const PresentedFrame& frame) { return maker->make(frame); });
+    QObject::connect(&profile, &DisplayProfile::didChange, widget, [maker, widget, &profile] {
+        maker->setDisplay(profile.displayColor());
+        widget->convertAgain();
+    });
     return {widget, widget->presenter(),
             [widget](QPainter& painter) { return widget->paintPicture(painter); }};
 }
