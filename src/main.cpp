@@ -30,7 +30,7 @@
 #include "platform/program_service/program_service.h"
 #include "platform/program_service/session_bus_probe.h"
 #include "player_window/controls/popup_style.h"
-#include "player_window/desktop/desktop_settings.h"
+#include "player_window/desktop/color_scheme.h"
 #include "player_window/video_widget.h"
 
 namespace zelvane {
@@ -111,7 +111,7 @@ int main(int argc, char** argv) {
     zelvane::UserDefaults::shared().setStore(std::make_unique<zelvane::SettingsStore>());
     zelvane::AppDelegate::applicationWillFinishLaunching();
     // The desktop answers while the file is opened.
-    zelvane::DesktopSettings::shared();
+    zelvane::followColorScheme();
     if (service->isServedByOther(commandLine.files, tokens)) {
         return static_cast<int>(zelvane::ExitStatus::success);
     }

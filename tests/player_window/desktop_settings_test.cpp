@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "player_window/controls/control_button.h"
+#include "player_window/controls/control_colors.h"
 #include "player_window/desktop/desktop_settings.h"
 #include "player_window/window/media_player_window.h"
 #include "tests/player_window/private_bus.h"
@@ -92,6 +93,10 @@ TEST(DesktopPreferences, dependOnTheSettingsOfTheDesktop) {
         {"org.freedesktop.appearance", "contrast", 1U, {.increasesContrast = true}},
         {"org.freedesktop.appearance", "contrast", 0U, {}},
         {"org.freedesktop.appearance", "reduced-motion", 1U, {.reducesMotion = true}},
+        {"org.freedesktop.appearance", "color-scheme", 1U, {.colorScheme = ColorScheme::dark}},
+        {"org.freedesktop.appearance", "color-scheme", 2U, {.colorScheme = ColorScheme::light}},
+        {"org.freedesktop.appearance", "color-scheme", 3U, {}},
+        {"org.freedesktop.appearance", "color-scheme", "1", {}},
         {kKdeGroup, "AnimationDurationFactor", "0", {.reducesMotion = true}},
         {kKdeGroup, "AnimationDurationFactor", 0.0, {.reducesMotion = true}},
         {kKdeGroup, "AnimationDurationFactor", "0.5", {}},
@@ -113,6 +118,26 @@ TEST(DesktopPreferences, dependOnTheSettingsOfTheDesktop) {
                                  {kKdeGroup, {{"AnimationDurationFactor", "1"}}}})
                     .reducesMotion)
         << "one of two settings of the same meaning";
+}
+
+TEST(ColorScheme, replacesAPaletteOfTheOtherScheme) {
+    const QPalette light(Qt::lightGray);
+    const QPalette dark(QColor(40, 40, 40));
+    const auto isDark = [](ColorScheme scheme, const QPalette& own) {
+        return paletteForScheme(scheme, own).color(QPalette::Base).lightness() < 128;
+    };
+    EXPECT_EQ(paletteForScheme(ColorScheme::noPreference, dark), dark);
+    EXPECT_EQ(paletteForScheme(ColorScheme::dark, dark), dark);
+    EXPECT_EQ(paletteForScheme(ColorScheme::light, light), light);
+    EXPECT_TRUE(isDark(ColorScheme::dark, light));
+    EXPECT_FALSE(isDark(ColorScheme::light, dark));
+    for (const auto& [scheme, own] :
+         {std::pair(ColorScheme::dark, light), {ColorScheme::light, dark}}) {
+        const QPalette palette = paletteForScheme(scheme, own);
+        for (const auto ground : {QPalette::Window, QPalette::Base, QPalette::Button}) {
+            EXPECT_GE(contrastRatio(palette.color(QPalette::Text), palette.color(ground)), 7);
+        }
+    }
 }
 
 std::string namesOfButtons(const TitleBar& titleBar) {

@@ -52,6 +52,13 @@ void setButtons(ButtonLayout& layout, const QVariant& value) {
     }
 }
 
+void setColorScheme(ColorScheme& scheme, const QVariant& value) {
+    const auto number = valueOf<unsigned>(value);
+    if (number && *number <= static_cast<unsigned>(ColorScheme::light)) {
+        scheme = static_cast<ColorScheme>(*number);
+    }
+}
+
 using Apply = void (*)(DesktopPreferences&, const QVariant&);
 
 struct Setting {
@@ -84,6 +91,10 @@ constexpr std::array kSettings{
     Setting{kAppearanceGroup, "contrast",
             [](DesktopPreferences& preferences, const QVariant& value) {
                 setFlagIf(preferences.increasesContrast, value, 1U);
+            }},
+    Setting{kAppearanceGroup, "color-scheme",
+            [](DesktopPreferences& preferences, const QVariant& value) {
+                setColorScheme(preferences.colorScheme, value);
             }},
     Setting{kAppearanceGroup, "reduced-motion",
             [](DesktopPreferences& preferences, const QVariant& value) {

@@ -7,6 +7,7 @@
 #include <QVariant>
 
 #include "player_window/desktop/button_layout.h"
+#include "player_window/desktop/color_scheme.h"
 
 namespace zelvane {
 
@@ -19,6 +20,7 @@ struct DesktopPreferences {
     TitleClickAction rightClick = TitleClickAction::menu;
     bool increasesContrast = false;
     bool reducesMotion = false;
+    ColorScheme colorScheme = ColorScheme::noPreference;
     friend bool operator==(const DesktopPreferences&, const DesktopPreferences&) = default;
 };
 
