@@ -41,55 +41,55 @@ CaptionAppearance::CaptionAppearance(const UserDefaults& defaults,
 
 std::optional<Font> CaptionAppearance::font(double pointSize) const {
     const FontTraitMask traits =
-        (defaults_.boolForKey("ZLVNCaptionFontBold") ? kBoldFontMask : 0) |
-        (defaults_.boolForKey("ZLVNCaptionFontItalic") ? kItalicFontMask : 0);
-    const std::string family = defaults_.stringForKey("ZLVNCaptionFontFamily");
+        (defaults_.boolForKey(caption_keys::kFontBold) ? kBoldFontMask : 0) |
+        (defaults_.boolForKey(caption_keys::kFontItalic) ? kItalicFontMask : 0);
+    const std::string family = defaults_.stringForKey(caption_keys::kFontFamily);
     const FontCatalog& catalog = FontCatalog::shared();
     const auto named = family.empty() ? std::nullopt : catalog.font(family, pointSize);
     return named.value_or(catalog.systemFont(pointSize)).havingTraits(traits);
 }
 
 std::optional<SRGBColor> CaptionAppearance::foregroundColor() const {
-    return color("ZLVNCaptionForegroundColor");
+    return color(caption_keys::kForegroundColor);
 }
 
 double CaptionAppearance::foregroundOpacity() const {
-    return number("ZLVNCaptionForegroundOpacity", 1, 0, 1);
+    return number(caption_keys::kForegroundOpacity, 1, 0, 1);
 }
 
 std::optional<SRGBColor> CaptionAppearance::backgroundColor() const {
-    return color("ZLVNCaptionBackgroundColor");
+    return color(caption_keys::kBackgroundColor);
 }
 
 double CaptionAppearance::backgroundOpacity() const {
-    return number("ZLVNCaptionBackgroundOpacity", 0, 0, 1);
+    return number(caption_keys::kBackgroundOpacity, 0, 0, 1);
 }
 
 std::int64_t CaptionAppearance::textEdgeStyle() const {
-    constexpr std::string_view kKey = "ZLVNCaptionTextEdgeStyle";
+    constexpr auto kKey = caption_keys::kTextEdgeStyle;
     return defaults_.value(kKey) ? defaults_.integerForKey(kKey)
                                  : static_cast<std::int64_t>(CaptionTextEdgeStyle::dropShadow);
 }
 
 std::optional<SRGBColor> CaptionAppearance::windowColor() const {
-    return color("ZLVNCaptionWindowColor");
+    return color(caption_keys::kWindowColor);
 }
 
 double CaptionAppearance::windowOpacity() const {
-    return number("ZLVNCaptionWindowOpacity", 0, 0, 1);
+    return number(caption_keys::kWindowOpacity, 0, 0, 1);
 }
 
 double CaptionAppearance::windowRoundedCornerRadius() const {
-    return number("ZLVNCaptionWindowRoundedCornerRadius", 0, 0, 100);
+    return number(caption_keys::kWindowRoundedCornerRadius, 0, 0, 100);
 }
 
 double CaptionAppearance::relativeCharacterSize() const {
-    return number("ZLVNCaptionRelativeCharacterSize", 1, 0.25, 4);
+    return number(caption_keys::kRelativeCharacterSize, 1, 0.25, 4);
 }
 
 std::vector<std::string> CaptionAppearance::selectedLanguages() const {
     std::vector<std::string> languages;
-    for (const std::string& tag : defaults_.stringsForKey("ZLVNCaptionLanguages")) {
+    for (const std::string& tag : defaults_.stringsForKey(caption_keys::kLanguages)) {
         if (!tag.empty()) {
             languages.push_back(canonicalLanguageIdentifier(tag));
         }
@@ -98,11 +98,11 @@ std::vector<std::string> CaptionAppearance::selectedLanguages() const {
 }
 
 std::vector<std::string> CaptionAppearance::preferredCaptioningCharacteristics() const {
-    return defaults_.stringsForKey("ZLVNCaptionCharacteristics");
+    return defaults_.stringsForKey(caption_keys::kCaptionCharacteristics);
 }
 
 std::vector<std::string> CaptionAppearance::preferredAudibleCharacteristics() const {
-    return defaults_.stringsForKey("ZLVNAudibleCharacteristics");
+    return defaults_.stringsForKey(caption_keys::kAudibleCharacteristics);
 }
 
 void CaptionAppearance::settingsDidChange() const {

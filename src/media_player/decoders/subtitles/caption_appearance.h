@@ -23,6 +23,28 @@ enum class CaptionTextEdgeStyle : std::int64_t {
     dropShadow = 5,
 };
 
+/// The keys of the settings below.
+namespace caption_keys {
+
+inline constexpr std::string_view kFontFamily = "ZLVNCaptionFontFamily";
+inline constexpr std::string_view kFontBold = "ZLVNCaptionFontBold";
+inline constexpr std::string_view kFontItalic = "ZLVNCaptionFontItalic";
+inline constexpr std::string_view kForegroundColor = "ZLVNCaptionForegroundColor";
+inline constexpr std::string_view kForegroundOpacity = "ZLVNCaptionForegroundOpacity";
+inline constexpr std::string_view kBackgroundColor = "ZLVNCaptionBackgroundColor";
+inline constexpr std::string_view kBackgroundOpacity = "ZLVNCaptionBackgroundOpacity";
+inline constexpr std::string_view kTextEdgeStyle = "ZLVNCaptionTextEdgeStyle";
+inline constexpr std::string_view kWindowColor = "ZLVNCaptionWindowColor";
+inline constexpr std::string_view kWindowOpacity = "ZLVNCaptionWindowOpacity";
+inline constexpr std::string_view kWindowRoundedCornerRadius =
+    "ZLVNCaptionWindowRoundedCornerRadius";
+inline constexpr std::string_view kRelativeCharacterSize = "ZLVNCaptionRelativeCharacterSize";
+inline constexpr std::string_view kLanguages = "ZLVNCaptionLanguages";
+inline constexpr std::string_view kCaptionCharacteristics = "ZLVNCaptionCharacteristics";
+inline constexpr std::string_view kAudibleCharacteristics = "ZLVNAudibleCharacteristics";
+
+} // namespace caption_keys
+
 /// The user's settings of captions: their appearance, their languages, and the accessibility
 /// characteristics of captions and sound. Each call reads the settings again. The last column is
 /// for a setting that is absent or invalid:
