@@ -53,11 +53,11 @@ QString fileName(ControlSymbol symbol) {
     return {};
 }
 
-QPixmap render(const QString& name, int pixels, double devicePixelRatio, const QColor& tint) {
+QPixmap render(const QString& file, int pixels, double devicePixelRatio, const QColor& tint) {
     QPixmap pixmap(pixels, pixels);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
-    QSvgRenderer(QStringLiteral(":/symbols/%1.svg").arg(name)).render(&painter);
+    QSvgRenderer(file).render(&painter);
     painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
     painter.fillRect(pixmap.rect(), tint);
     painter.end();
@@ -70,14 +70,19 @@ QPixmap render(const QString& name, int pixels, double devicePixelRatio, const Q
 QPixmap controlSymbolPixmap(ControlSymbol symbol, double size, double devicePixelRatio,
                             const QColor& tint) {
     initializeSymbols();
-    const QString name = fileName(symbol);
+    return symbolPixmap(QStringLiteral(":/symbols/%1.svg").arg(fileName(symbol)), size,
+                        devicePixelRatio, tint);
+}
+
+QPixmap symbolPixmap(const QString& file, double size, double devicePixelRatio,
+                     const QColor& tint) {
     const int pixels = static_cast<int>(std::lround(size * devicePixelRatio));
     const QString key = QStringLiteral("symbol/%1/%2/%3/%4")
-                            .arg(name, QString::number(pixels), QString::number(devicePixelRatio),
+                            .arg(file, QString::number(pixels), QString::number(devicePixelRatio),
                                  tint.name(QColor::HexArgb));
     QPixmap pixmap;
     if (!QPixmapCache::find(key, &pixmap)) {
-        pixmap = render(name, pixels, devicePixelRatio, tint);
+        pixmap = render(file, pixels, devicePixelRatio, tint);
         QPixmapCache::insert(key, pixmap);
     }
     return pixmap;

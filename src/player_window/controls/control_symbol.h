@@ -3,6 +3,7 @@
 
 #include <QColor>
 #include <QPixmap>
+#include <QString>
 
 namespace zelvane {
 
@@ -30,5 +31,8 @@ enum class ControlSymbol {
 /// call. Main thread.
 QPixmap controlSymbolPixmap(ControlSymbol symbol, double size, double devicePixelRatio,
                             const QColor& tint);
+
+/// The same for a vector file in a resource of the program.
+QPixmap symbolPixmap(const QString& file, double size, double devicePixelRatio, const QColor& tint);
 
 } // namespace zelvane

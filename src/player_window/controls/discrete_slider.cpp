@@ -31,6 +31,8 @@ constexpr double kBarCenter = 16;
 constexpr double kKnobRadius = 6;
 constexpr double kRingWidth = 2;
 constexpr double kTickOpacity = 0.45;
+constexpr double kWindowBarOpacity = 0.22;
+constexpr QColor kDisabledKnob(0x8a, 0x8a, 0x8c);
 
 QRectF qtRect(const CGRect& rect) {
     return {rect.x, rect.y, rect.width, rect.height};
@@ -106,6 +108,30 @@ DiscreteSlider::DiscreteSlider(std::vector<Item> items, QWidget* parent)
     QFont font = this->font();
     font.setPixelSize(kFontSize);
     setFont(font);
+}
+
+void DiscreteSlider::setGround(Ground ground) {
+    ground_ = ground;
+    setFont({});
+    updateGeometry();
+    update();
+}
+
+DiscreteSlider::Colors DiscreteSlider::colors() const {
+    if (ground_ == Ground::panel) {
+        return {isEnabled() ? control_colors::symbol() : control_colors::disabledSymbol(),
+                control_colors::track(),
+                control_colors::white(isEnabled() ? kTickOpacity : kTickOpacity / 2),
+                isEnabled() ? QColor(Qt::white) : kDisabledKnob, accentColor(palette())};
+    }
+    const QColor text = palette().color(QPalette::WindowText);
+    const auto fainter = [&text](double opacity) {
+        QColor color = text;
+        color.setAlphaF(static_cast<float>(opacity));
+        return color;
+    };
+    return {text, fainter(kWindowBarOpacity), fainter(kTickOpacity),
+            palette().color(isEnabled() ? QPalette::Highlight : QPalette::Mid), text};
 }
 
 void DiscreteSlider::setSelectedIndex(std::size_t index) {
@@ -220,7 +246,7 @@ void DiscreteSlider::focusOutEvent(QFocusEvent* /*event*/) {
 void DiscreteSlider::paintLabels(QPainter& painter) const {
     const auto rects = layOutDiscreteSliderLabels(labelsOf(items_, QFontMetricsF(font())), ticks(),
                                                   width(), kSliderHeight, TickMarkPosition::above);
-    painter.setPen(isEnabled() ? control_colors::symbol() : control_colors::disabledSymbol());
+    painter.setPen(colors().label);
     for (std::size_t index = 0; index < items_.size(); ++index) {
         if (rects[index]) {
             painter.drawText(qtRect(*rects[index]), Qt::AlignCenter, items_[index].title);
@@ -230,14 +256,14 @@ void DiscreteSlider::paintLabels(QPainter& painter) const {
 
 void DiscreteSlider::paintBar(QPainter& painter) const {
     const double top = labelsHeight();
-    painter.setBrush(control_colors::track());
+    painter.setBrush(colors().bar);
     const QRectF bar = qtRect(
         onPixels({0, top + kBarCenter - kBarHeight / 2, static_cast<double>(width()), kBarHeight}));
     painter.drawRoundedRect(bar, bar.height() / 2, bar.height() / 2);
     for (const double x : ticks()) {
         painter.fillRect(
             qtRect(onPixels({x - kTickWidth / 2, top + kTickTop, kTickWidth, kTickHeight})),
-            control_colors::white(isEnabled() ? kTickOpacity : kTickOpacity / 2));
+            colors().tick);
     }
 }
 
@@ -245,11 +271,11 @@ void DiscreteSlider::paintKnob(QPainter& painter) const {
     const CGRect knob =
         onPixels({ticks()[selectedIndex_] - kKnobRadius, labelsHeight() + kBarCenter - kKnobRadius,
                   2 * kKnobRadius, 2 * kKnobRadius});
-    painter.setBrush(isEnabled() ? QColor(Qt::white) : QColor(0x8a, 0x8a, 0x8c));
+    painter.setBrush(colors().knob);
     painter.drawEllipse(qtRect(knob));
     if (showsFocus_) {
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(accentColor(palette()), kRingWidth));
+        painter.setPen(QPen(colors().ring, kRingWidth));
         painter.drawEllipse(qtRect(knob).adjusted(1, 1, -1, -1));
     }
 }

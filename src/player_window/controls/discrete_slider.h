@@ -11,8 +11,8 @@
 
 namespace zelvane {
 
-/// A slider over a few values, with a tick for each and a label above some of them. It is painted
-/// for a dark background. Assistive technology reads the value and its description. Main thread.
+/// A slider over a few values, with a tick for each and a label above some of them. Assistive
+/// technology reads the value and its description. Main thread.
 class DiscreteSlider final : public QWidget {
     Q_OBJECT
 
@@ -24,8 +24,14 @@ class DiscreteSlider final : public QWidget {
         QString accessibilityLabel = {};
     };
 
-    /// At least one item, in ascending order of values.
+    /// What the slider is painted on.
+    enum class Ground { panel, window };
+
+    /// At least one item, in ascending order of values. The slider is painted for a dark panel.
     DiscreteSlider(std::vector<Item> items, QWidget* parent);
+
+    /// On a window it has the colours of its palette and the font of its parent.
+    void setGround(Ground ground);
 
     const std::vector<Item>& items() const { return items_; }
     std::size_t selectedIndex() const { return selectedIndex_; }
@@ -54,6 +60,14 @@ class DiscreteSlider final : public QWidget {
     void focusOutEvent(QFocusEvent* event) override;
 
   private:
+    struct Colors {
+        QColor label;
+        QColor bar;
+        QColor tick;
+        QColor knob;
+        QColor ring;
+    };
+    Colors colors() const;
     double labelsHeight() const;
     std::vector<double> ticks() const;
     CGRect onPixels(const CGRect& rect) const;
@@ -65,6 +79,7 @@ class DiscreteSlider final : public QWidget {
     const std::vector<Item> items_;
     std::size_t selectedIndex_ = 0;
     bool showsFocus_ = false;
+    Ground ground_ = Ground::panel;
 };
 
 /// The slider of the playback rates, at normal speed. Owned by `parent`.
