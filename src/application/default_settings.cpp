@@ -16,6 +16,7 @@ void registerDefaultSettings(UserDefaults& defaults) {
                                {"ZLVNDefaultPlaybackRate", std::int64_t{1}},
                                {"ZLVNEnterFullScreenAutomaticallyOnOpen", false},
                                {"ZLVNJumpIntervalInSeconds", 15.0},
+                               {"ZLVNLogStatistics", false},
                                {"ZLVNPlayAutomaticallyOnOpen", true},
                                {"ZLVNShowDebugPreferencePane", false},
                                {"ZLVNShowEndTimeInsteadOfRemainingTime", false}});

@@ -58,7 +58,9 @@ InitialPlayback initialPlayback(const MediaSource& source,
 /// For measurements: the player has no other report of frames that were not shown in time.
 void logStatisticsIfRequested(const PlayerParts& parts) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
-    if (parts.displayLayer == nullptr || std::getenv("ZELVANE_LOG_STATISTICS") == nullptr) {
+    const bool isRequested = std::getenv("ZELVANE_LOG_STATISTICS") != nullptr ||
+                             UserDefaults::shared().boolForKey("ZLVNLogStatistics");
+    if (parts.displayLayer == nullptr || !isRequested) {
         return;
     }
     const auto frames = parts.displayLayer->statistics();
