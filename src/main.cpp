@@ -32,6 +32,7 @@
 #include "player_window/controls/popup_style.h"
 #include "player_window/desktop/color_scheme.h"
 #include "player_window/video_widget.h"
+#include "preferences/preferences.h"
 
 namespace zelvane {
 namespace {
@@ -63,9 +64,15 @@ ProgramRequests requestsTo(AppDelegate& delegate) {
 
 int run(const std::vector<URL>& files, std::unique_ptr<ProgramService> service) {
     SessionIntegration session;
-    // The call site of the preferences: the second argument shows their window.
+    std::unique_ptr<PreferencesWindowController> preferences;
+    const auto showPreferences = [&preferences] {
+        if (!preferences) {
+            preferences = makePreferencesWindow(UserDefaults::shared());
+        }
+        preferences->showWindow();
+    };
     auto delegate = std::make_unique<AppDelegate>(
-        std::make_unique<SessionStore>(SessionFile::defaultPath()), nullptr);
+        std::make_unique<SessionStore>(SessionFile::defaultPath()), showPreferences);
     service->setRequests(requestsTo(*delegate));
     const auto start = [&delegate, &session, &files] {
         delegate->applicationDidFinishLaunching(files);
