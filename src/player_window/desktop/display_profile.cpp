@@ -35,10 +35,11 @@ std::vector<std::uint8_t> usable(std::vector<std::uint8_t> profile) {
 /// The property that colour managers set on the root window.
 std::vector<std::uint8_t> profileOfScreen() {
     auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (x11 == nullptr) {
+    // Without a display the toolkit has the interface and no connection.
+    xcb_connection_t* connection = x11 != nullptr ? x11->connection() : nullptr;
+    if (connection == nullptr) {
         return {};
     }
-    xcb_connection_t* connection = x11->connection();
     constexpr std::string_view kName = "_ICC_PROFILE";
     const XcbReply<xcb_intern_atom_reply_t> atom(xcb_intern_atom_reply(
         connection, xcb_intern_atom(connection, 1, kName.size(), kName.data()), nullptr));
