@@ -52,7 +52,8 @@ TEST(TimebaseWorkaround, givesUpAtEachStepWithItsLine) {
         const char* line;
     };
     for (const Case& each : {
-             Case{[](auto& p) { p.emulated = FakePlatform::Failure{5}; }, "`mach_timebase_info` failed: 5."},
+             Case{[](auto& p) { p.emulated = FakePlatform::Failure{5}; },
+                  "`mach_timebase_info` failed: 5."},
              Case{[](auto& p) { p.frequency = FakePlatform::Failure{2}; },
                   "`sysctl hw.tbfrequency` failed: 2."},
              Case{[](auto& p) { p.frequency = 0; }, "unexpected value: 0 ticks/sec."},
