@@ -80,7 +80,7 @@ void SessionStore::writeChanges() {
         }
     }
     std::string data = state_.data();
-    if (file_.isWritable() && data != written_) {
+    if (data != written_) {
         written_ = data;
         queue_->async([this, data = std::move(data)] { file_.write(data); });
     }
