@@ -32,8 +32,11 @@ MediaChapters chaptersOf(const AVFormatContext& context, const CMTime& startTime
         chapters.push_back({std::max(*time - startTime, kCMTimeZero), titleOf(*chapter)});
     }
     std::ranges::stable_sort(chapters, std::less(), &MediaChapter::start);
-    const auto repeated = std::ranges::unique(chapters, std::equal_to(), &MediaChapter::start);
-    chapters.erase(repeated.begin(), repeated.end());
+    // clang 14 cannot compile std::ranges::unique() of libstdc++.
+    const auto haveSameStart = [](const MediaChapter& a, const MediaChapter& b) {
+        return a.start == b.start;
+    };
+    chapters.erase(std::unique(chapters.begin(), chapters.end(), haveSameStart), chapters.end());
     return chapters;
 }
 
