@@ -291,7 +291,7 @@ void MediaPlayerViewController::hoverDidChange(std::optional<double> value, doub
 
 QString MediaPlayerViewController::hoverText(double seconds) const {
     const TimeFormatter formatter(controlsView_->scrubber().maxValue() >= kSecondsPerHour);
-    const QString time = QString::fromStdString(formatter.string(seconds));
+    QString time = QString::fromStdString(formatter.string(seconds));
     const MediaChapters& chapters = mediaPlayer_->mediaSource()->chapters();
     const auto chapter = chapterAt(chapters, CMTime::fromSeconds(seconds, kMilliseconds));
     if (!chapter) {
