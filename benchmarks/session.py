@@ -68,7 +68,7 @@ class Run:
     def __init__(self, session, files):
         self.session = session
         self.screen = session.desktop.screen
-        self.environment = dict(session.desktop.environment, ZELVANE_LOG_STATISTICS="1",
+        self.environment = dict(session.desktop.environment, ZELVANE_LOG_LATENCY="1",
                                 XDG_STATE_HOME=f"{session.folder.name}/state",
                                 XDG_CONFIG_HOME=f"{session.folder.name}/config")
         self.log = tempfile.TemporaryFile("w+")

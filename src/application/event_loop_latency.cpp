@@ -18,8 +18,8 @@ constexpr std::chrono::milliseconds kLong{50};
 
 std::unique_ptr<EventLoopLatency> EventLoopLatency::createIfRequested() {
     // NOLINTNEXTLINE(concurrency-mt-unsafe)
-    return std::getenv("ZELVANE_LOG_STATISTICS") == nullptr ? nullptr
-                                                            : std::make_unique<EventLoopLatency>();
+    return std::getenv("ZELVANE_LOG_LATENCY") == nullptr ? nullptr
+                                                         : std::make_unique<EventLoopLatency>();
 }
 
 EventLoopLatency::EventLoopLatency()
