@@ -156,6 +156,12 @@ def random_action(run, screen, settings):
         screen.press_key("t")
 
 
+def sampled_position(run):
+    before = time.monotonic()
+    position = run.position()
+    return (before + time.monotonic()) / 2, position
+
+
 def play_and_kill(run, session):
     """Uses the player for a random time and kills it. Returns its file and the samples
     (seconds before the end, position)."""
@@ -167,10 +173,10 @@ def play_and_kill(run, session):
             run.call("Play")
         elif random.random() < 0.1:
             random_action(run, run.screen, session.settings)
-        before = time.monotonic()
-        position = run.position()
-        samples.append(((before + time.monotonic()) / 2, position))
+        samples.append(sampled_position(run))
     name = run.file_name()
+    # The effect of the last key can be in the session already.
+    samples.append(sampled_position(run))
     run.kill()
     killed = time.monotonic()
     return name, [(killed - moment, position) for moment, position in samples
