@@ -84,7 +84,8 @@ void MprisService::requestName(const QString& name, bool isFirst) {
             requestName(QStringLiteral("%1.instance%2").arg(name).arg(process), false);
         } else {
             logMessage("The player cannot be controlled by the desktop: {}.",
-                       reply.error().message().toStdString());
+                       reply.isError() ? reply.error().message().toStdString()
+                                       : "its name is taken");
         }
     });
 }
