@@ -10,8 +10,9 @@
 namespace zelvane {
 
 /// The files that this program has opened, in the list that the programs of the desktop share:
-/// recently-used.xbel, by the specification of desktop bookmarks. Each call reads and replaces the
-/// file; one that cannot be read is never replaced. Failures are logged. One thread at a time.
+/// recently-used.xbel, whose format is XBEL with the bookmark metadata of freedesktop.org. Each
+/// call reads and replaces the file. It never replaces a file that it cannot read. It logs
+/// failures. One thread at a time.
 class RecentFileList {
   public:
     /// More are removed, the oldest first.
