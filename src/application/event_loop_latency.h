@@ -13,7 +13,7 @@ namespace zelvane {
 /// until its destruction, which logs the result. Main thread.
 class EventLoopLatency {
   public:
-    /// Null unless the environment asks for statistics.
+    /// Null unless the environment variable ZELVANE_LOG_LATENCY is set.
     static std::unique_ptr<EventLoopLatency> createIfRequested();
 
     EventLoopLatency();

@@ -9,8 +9,8 @@ namespace zelvane {
 /// A library that the program uses.
 struct LibraryVersion {
     std::string name;
-    /// Of the library that is loaded, where it tells; else of its headers; empty where neither has
-    /// one.
+    /// The version that the loaded library reports, or that of its headers if it reports none.
+    /// Empty if both are unknown.
     std::string version;
     /// An SPDX expression.
     std::string license;

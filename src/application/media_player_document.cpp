@@ -42,7 +42,8 @@ struct InitialPlayback {
     std::optional<CMTime> time;
 };
 
-/// A restored player searches once, for the picture at which it stands.
+/// The tracks and the position of a new player. A restored player gets its stored position here,
+/// so that it seeks only once.
 InitialPlayback initialPlayback(const MediaSource& source,
                                 const std::optional<StateCoder>& restoredState) {
     const TrackSelection chosen = defaultTracks(source);
