@@ -43,7 +43,7 @@ struct InitialPlayback {
 };
 
 /// The tracks and the position of a new player. A restored player gets its stored position here,
-/// so that it seeks only once.
+/// so that its first picture is the one of that position.
 InitialPlayback initialPlayback(const MediaSource& source,
                                 const std::optional<StateCoder>& restoredState) {
     const TrackSelection chosen = defaultTracks(source);
